@@ -1,0 +1,35 @@
+# What every target of this project is compiled with.
+
+add_library(zel_build INTERFACE)
+
+target_compile_definitions(zel_build INTERFACE
+    QT_DISABLE_DEPRECATED_UP_TO=0x060400
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_FOREACH)
+
+target_compile_options(zel_build INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    $<$<BOOL:${ZEL_WERROR}>:-Werror>)
+
+if(ZEL_SANITIZE)
+    set(zel_sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_compile_options(zel_build INTERFACE ${zel_sanitizers})
+    target_link_options(zel_build INTERFACE ${zel_sanitizers})
+endif()
+
+if(ZEL_COVERAGE)
+    target_compile_options(zel_build INTERFACE --coverage -fprofile-update=atomic)
+    target_link_options(zel_build INTERFACE --coverage)
+endif()
+
+# zel_library(<target> SOURCES <file>... USES <target>...)
+#
+# A subsystem of the launcher: a static library whose headers are included from src/.
+function(zel_library target)
+    cmake_parse_arguments(arg "" "" "SOURCES;USES" ${ARGN})
+    add_library(${target} STATIC ${arg_SOURCES})
+    target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${target} PUBLIC ${arg_USES} PRIVATE zel_build)
+endfunction()

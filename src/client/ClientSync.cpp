@@ -1,0 +1,129 @@
+#include "client/ClientSync.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include <algorithm>
+
+#include "client/ConfigBin.h"
+#include "client/ServerList.h"
+#include "client/SnBin.h"
+#include "client/WholeFile.h"
+
+namespace
+{
+
+// The client counts the groups of the list from 0 and those of "sn.bin" from 1.
+constexpr int serverListGroup = 0;
+constexpr int snBinGroup = 1;
+
+bool isFolder(const QString &path)
+{
+    return !path.isEmpty() && QFileInfo(path).isDir();
+}
+
+QString noFolderText()
+{
+    return QStringLiteral("Configure a pasta do cliente.");
+}
+
+bool writeServerTxt(const QDir &client, const QString &ip, QString *error)
+{
+    QFile file(client.filePath(QStringLiteral("server.txt")));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        return WholeFile::fail(error, QStringLiteral("Nao foi possivel gravar server.txt"));
+    }
+    file.write(ip.toUtf8());
+    file.write("\n");
+    return true;
+}
+
+/// True when the file at @p path is valid and carries @p name in any letter case.
+bool carriesName(const QString &path, const QString &name)
+{
+    QString old;
+    return SnBin::isValid(path) && SnBin::loadDisplayName(path, &old) &&
+           old.trimmed().compare(name.trimmed(), Qt::CaseInsensitive) == 0;
+}
+
+/// @p text with every "server_ip=" line pointed at @p ip. A byte stands for a character here, so
+/// that bytes which are not valid UTF-8 survive.
+QByteArray withServerIp(const QByteArray &text, const QString &ip)
+{
+    static const QRegularExpression serverIpLine(QStringLiteral("^server_ip=.*$"),
+                                                 QRegularExpression::MultilineOption);
+    static const QByteArray byteOrderMark("\xEF\xBB\xBF");
+
+    // A byte order mark is not part of the first line.
+    const qsizetype start = text.startsWith(byteOrderMark) ? byteOrderMark.size() : 0;
+    QString latin1 = QString::fromLatin1(text.sliced(start));
+    latin1.replace(serverIpLine, QLatin1String("server_ip=") + QString::fromLatin1(ip.toUtf8()));
+    return text.first(start) + latin1.toLatin1();
+}
+
+void updateLoginIni(const QDir &client, const QString &ip)
+{
+    QFile file(client.filePath(QStringLiteral("zel_login.ini")));
+    if (!file.exists() || !file.open(QIODevice::ReadWrite | QIODevice::Text)) {
+        return;
+    }
+    const QByteArray text = withServerIp(file.readAll(), ip);
+    file.resize(0);
+    file.seek(0);
+    file.write(text);
+}
+
+void removePatchedExe(const QDir &client)
+{
+    QFile file(client.filePath(QStringLiteral("ZEL_patched.exe")));
+    if (file.exists()) {
+        file.remove();
+    }
+}
+
+} // namespace
+
+int ClientSync::clampChannelCount(int n)
+{
+    return std::clamp(n, 1, 10);
+}
+
+bool ClientSync::writeGameConfig(const QString &clientDir, const ClientConfig &cfg, QString *error)
+{
+    if (!isFolder(clientDir)) {
+        return WholeFile::fail(error, noFolderText());
+    }
+    return ConfigBin::save(QDir(clientDir).filePath(QStringLiteral("Config.bin")), cfg, error);
+}
+
+bool ClientSync::writeServerFiles(const QString &clientDir, const ServerProfile &profile,
+                                  QString *error)
+{
+    if (!isFolder(clientDir)) {
+        return WholeFile::fail(error, noFolderText());
+    }
+    const QString ip = profile.ip.trimmed();
+    if (ip.isEmpty() || ip.contains(u' ')) {
+        return WholeFile::fail(error, QStringLiteral("Informe o IP do servidor."));
+    }
+    const QString name = SnBin::preparedName(profile.name);
+    const int channels = clampChannelCount(profile.channelCount);
+    const QDir client(clientDir);
+
+    if (!ServerList::writeMinimal(client.filePath(QStringLiteral("serverlist.txt")),
+                                  serverListGroup, ip, channels, error)) {
+        return false;
+    }
+    const QString snPath = SnBin::pathIn(clientDir);
+    if (!carriesName(snPath, name) && !SnBin::writeMainGroup(snPath, snBinGroup, name, error)) {
+        return false;
+    }
+    if (!writeServerTxt(client, ip, error)) {
+        return false;
+    }
+    updateLoginIni(client, ip);
+    removePatchedExe(client);
+    return true;
+}

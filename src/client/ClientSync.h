@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QString>
+
+struct ClientConfig;
+
+/// The server that the client is pointed at.
+struct ServerProfile {
+    QString name;         ///< Display name, written to "sn.bin".
+    QString ip;           ///< Server address.
+    int channelCount = 1; ///< Number of channel lines wanted.
+};
+
+/// Writes the launcher's choices into the client's own files.
+class ClientSync
+{
+public:
+    /// @p n limited to 1..10, the one rule for channel counts.
+    static int clampChannelCount(int n);
+
+    /// Saves @p cfg as "Config.bin" in @p clientDir.
+    ///
+    /// Returns false and sets @p error (which may be null) when the folder does not exist or the
+    /// file could not be written.
+    static bool writeGameConfig(const QString &clientDir, const ClientConfig &cfg, QString *error);
+
+    /// Points the client in @p clientDir at @p profile: writes "serverlist.txt", "sn.bin" (left
+    /// as it is when it already carries the name), "server.txt" and the "server_ip=" lines of an
+    /// existing "zel_login.ini", and removes "ZEL_patched.exe".
+    ///
+    /// Returns false and sets @p error (which may be null) at the first failure; files already
+    /// written stay written, the later ones are untouched. Failures on "zel_login.ini" and
+    /// "ZEL_patched.exe" are silent.
+    static bool writeServerFiles(const QString &clientDir, const ServerProfile &profile,
+                                 QString *error);
+};

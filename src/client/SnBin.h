@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QString>
+
+/// Reads and writes "sn.bin", the client's text file with the name of its main server group.
+/// Readers look at its first line only.
+class SnBin
+{
+public:
+    /// Path of "sn.bin" in @p clientDir; no other letter case is tried.
+    static QString pathIn(const QString &clientDir);
+
+    /// True when the file's first line begins with a group ID from 1 to 10.
+    static bool isValid(const QString &path);
+
+    /// Sets @p name to the display name of the file at @p path, with runs of blanks shrunk to
+    /// one; a file that has none gives "Orvandale". The group ID is not checked.
+    ///
+    /// Returns false, with @p name untouched, when it is null or the file cannot be opened.
+    static bool loadDisplayName(const QString &path, QString *name);
+
+    /// The name as the file can hold it: trimmed, on one line, at most 15 UTF-16 code units (a
+    /// trailing blank that this cut leaves stays), "Orvandale" when nothing is left.
+    static QString preparedName(const QString &name);
+
+    /// Replaces the whole file at @p path by one for @p group (1 to 10) named
+    /// preparedName(@p name).
+    ///
+    /// Returns false and sets @p error (which may be null) when the group is out of range (the
+    /// file is then untouched) or the file cannot be opened or written whole.
+    static bool writeMainGroup(const QString &path, int group, const QString &name, QString *error);
+};

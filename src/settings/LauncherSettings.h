@@ -1,0 +1,81 @@
+#pragma once
+
+#include <QString>
+
+#include "client/ConfigBin.h"
+
+/// Everything the launcher remembers between runs. One object a process, used from the GUI
+/// thread only; its fields are read and assigned directly and reach the disk through save().
+class LauncherSettings
+{
+public:
+    /// The one object. Touches no file; load() does.
+    static LauncherSettings &instance();
+
+    LauncherSettings(const LauncherSettings &) = delete;
+    LauncherSettings &operator=(const LauncherSettings &) = delete;
+
+    QString clientDir; ///< Folder of the game client.
+    /// Client executable: a file name inside clientDir, or a path.
+    QString clientExe = QStringLiteral("ZEL.exe");
+    QString winePath;     ///< Wine executable chosen by the user; empty lets resolvedWine() pick.
+    bool useWine = true;  ///< Whether the client is started through Wine.
+    QString patchBaseUrl; ///< Base URL of the patch server; empty switches updates off.
+    QString serverName = QStringLiteral("Orvandale"); ///< Server display name.
+    QString serverIp = QStringLiteral("127.0.0.1");   ///< Game server address.
+    int channelCount = 1;                             ///< Channels of the server, 1..10.
+    QString websiteUrl;                               ///< Kept for the user; nothing opens it.
+    QString newsUrl;                                  ///< Kept for the user; nothing opens it.
+    /// Client version that the last completed update reached.
+    QString localVersion = QStringLiteral("1.0.0");
+    ClientConfig clientConfig; ///< The client's options; they live in its "Config.bin".
+
+    /// Replaces every field from the settings file, then the server fields and the client's
+    /// options from the files in the client folder. Unsaved edits are lost. What cannot be read
+    /// gives the defaults; nothing is reported.
+    void load();
+
+    /// Writes every field but clientConfig to the settings file. A failure is silent.
+    void save() const;
+
+    /// Path of the client's server name file.
+    QString snBinPath() const;
+    /// Path of the client's options file.
+    QString configBinPath() const;
+    /// Path of the client's server list.
+    QString serverListPath() const;
+    /// Path of the client's notice.
+    QString noticePath() const;
+    /// Background picture: the client folder's when it exists, else the one in the launcher's
+    /// own folder, which may not exist.
+    QString launcherBmpPath() const;
+    /// Absolute path of the client executable to start: clientExe as given, in the client
+    /// folder, or under one of the client's other known names. Without any of them the path of
+    /// clientExe in the client folder, which does not exist.
+    QString baseClientExePath() const;
+    /// The executable that a launch starts: baseClientExePath().
+    QString resolvedClientExe() const;
+    /// Wine executable to start the client with: winePath when it exists, else the system's
+    /// Wine, else the bare command name "wine".
+    QString resolvedWine() const;
+
+    /// Takes the server address, channel count and name from the files in the client folder.
+    /// A field whose file is missing or unusable keeps its value. Saves nothing.
+    void importFromClientFiles();
+
+    /// Writes the server files and "Config.bin" in the client folder.
+    ///
+    /// Returns false and sets @p error (which may be null) when the folder does not exist or at
+    /// the first file that could not be written; files already written stay written.
+    bool syncClientFiles(QString *error) const;
+
+    /// Writes the server files in the client folder; "Config.bin" is untouched. Fails like
+    /// syncClientFiles().
+    bool syncServerFilesOnly(QString *error) const;
+
+private:
+    LauncherSettings() = default;
+    ~LauncherSettings() = default;
+
+    QString inClientDir(const QString &name) const;
+};

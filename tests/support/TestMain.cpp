@@ -1,0 +1,47 @@
+#include "support/TestMain.h"
+
+#include <QDir>
+#include <QRegularExpression>
+
+TestEnvironment::TestEnvironment()
+{
+    const QDir root(dir.path());
+    for (const char *name : {"home", "config", "data", "cache"}) {
+        root.mkpath(QLatin1String(name));
+    }
+    qputenv("HOME", root.filePath(QStringLiteral("home")).toLocal8Bit());
+    qputenv("XDG_CONFIG_HOME", root.filePath(QStringLiteral("config")).toLocal8Bit());
+    qputenv("XDG_DATA_HOME", root.filePath(QStringLiteral("data")).toLocal8Bit());
+    qputenv("XDG_CACHE_HOME", root.filePath(QStringLiteral("cache")).toLocal8Bit());
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+}
+
+void TestEnvironment::nameApplication()
+{
+    QCoreApplication::setApplicationName(QStringLiteral("zel_launcher"));
+    QCoreApplication::setOrganizationName(QStringLiteral("Orvandale"));
+}
+
+QString TestEnvironment::home()
+{
+    return qEnvironmentVariable("HOME");
+}
+
+QString TestEnvironment::configHome()
+{
+    return qEnvironmentVariable("XDG_CONFIG_HOME");
+}
+
+QString TestEnvironment::settingsFile()
+{
+    return QDir(configHome()).filePath(QStringLiteral("Orvandale/zel_launcher.ini"));
+}
+
+void TestBase::init()
+{
+    // The offscreen platform says this of every window of fixed size.
+    QTest::failOnWarning(
+        QRegularExpression(QStringLiteral("^(?!This plugin does not support propagateSizeHints)")));
+}

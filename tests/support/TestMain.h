@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QApplication>
+#include <QCoreApplication>
+#include <QObject>
+#include <QTemporaryDir>
+#include <QTest>
+
+/// What every test program does before its application object exists: an own home folder, own
+/// settings, no display, the launcher's two names.
+class TestEnvironment
+{
+public:
+    TestEnvironment();
+
+    /// Names the application like the launcher; call when the application object exists.
+    static void nameApplication();
+
+    /// The program's own HOME.
+    static QString home();
+    /// The program's own XDG_CONFIG_HOME.
+    static QString configHome();
+    /// Path of the launcher's settings file.
+    static QString settingsFile();
+
+private:
+    QTemporaryDir dir;
+};
+
+/// Base of every test class: a Qt warning fails the test function that caused it. A class that
+/// has an init() of its own calls this one first.
+class TestBase : public QObject
+{
+    Q_OBJECT
+
+protected slots:
+    void init();
+};
+
+#define ZEL_TEST_MAIN_WITH(Application, TestClass)                                                 \
+    int main(int argc, char *argv[])                                                               \
+    {                                                                                              \
+        const TestEnvironment environment;                                                         \
+        const Application app(argc, argv);                                                         \
+        TestEnvironment::nameApplication();                                                        \
+        TestClass test;                                                                            \
+        return QTest::qExec(&test, argc, argv);                                                    \
+    }
+
+/// main() of a test without windows.
+#define ZEL_TEST_MAIN(TestClass) ZEL_TEST_MAIN_WITH(QCoreApplication, TestClass)
+/// main() of a test with windows.
+#define ZEL_GUI_TEST_MAIN(TestClass) ZEL_TEST_MAIN_WITH(QApplication, TestClass)
