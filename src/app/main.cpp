@@ -1,11 +1,28 @@
 #include <QApplication>
 #include <QIcon>
 
+#include <cstdio>
+
 #include "app/MainWindow.h"
 #include "settings/LauncherSettings.h"
 
+namespace
+{
+
+/// The launcher has no console output. What its libraries remark on the desktop (a session
+/// without a runtime folder, say) is dropped; only the reason of an abort is told.
+void keepQuiet(QtMsgType type, const QMessageLogContext & /*context*/, const QString &text)
+{
+    if (type == QtFatalMsg) {
+        std::fputs(qPrintable(text + u'\n'), stderr);
+    }
+}
+
+} // namespace
+
 int main(int argc, char *argv[])
 {
+    qInstallMessageHandler(keepQuiet);
     QApplication app(argc, argv);
     // The two names address the settings file.
     QCoreApplication::setApplicationName(QStringLiteral("zel_launcher"));
