@@ -69,7 +69,7 @@ std::optional<QString> transferError(const QNetworkReply &reply)
 /// system's hands counts: a commit after a write that a full disk cut would succeed.
 bool writeBody(QIODevice *body, QSaveFile *file)
 {
-    constexpr qint64 blockSize = 64 * 1024;
+    constexpr qint64 blockSize = 65536;
 
     const qint64 size = body->bytesAvailable();
     while (!body->atEnd()) {
@@ -190,7 +190,7 @@ void PatchManager::processManifest(const QByteArray &data)
     const QJsonObject manifest = document.object();
     remoteVersion = manifest.value(u"version").toString();
     const QJsonArray listed = manifest.value(u"files").toArray();
-    for (const QJsonValue &value : listed) {
+    for (const auto &value : listed) {
         const PatchFileEntry entry = entryFromJson(value.toObject());
         if (!entry.path.isEmpty()) {
             files.append(entry);
