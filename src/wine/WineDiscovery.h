@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+/// A Wine executable found on this machine.
+struct WineInstallation {
+    QString path;  ///< Canonical absolute path.
+    QString label; ///< Text shown to the user, "%1 (%2)".
+};
+
+/// Finds the Wine executables of this machine. Never runs Wine.
+class WineDiscovery
+{
+public:
+    /// The Wine executables at the well-known paths, on the search path, under /opt, among the
+    /// Lutris runners and in the view of the user's login shell, in this order. Each file is
+    /// listed once, with the label of the first route that reached it.
+    ///
+    /// Blocks up to 2000 ms for the login shell, which is ended when it needs longer. Nothing is
+    /// reported: what is missing, unreadable or hangs contributes no entry.
+    static QList<WineInstallation> discover();
+
+    /// Index of the first of @p installations that is the same file as @p path, symbolic links
+    /// resolved; -1 without one or when @p path is empty.
+    static int indexOfPath(const QList<WineInstallation> &installations, const QString &path);
+};
