@@ -13,6 +13,14 @@ target_compile_options(zel_build INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     $<$<BOOL:${ZEL_WERROR}>:-Werror>)
 
+# What players get is hardened the way distributions do it.
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+target_compile_options(zel_build INTERFACE
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
+    $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2 -fstack-protector-strong>)
+target_link_options(zel_build INTERFACE $<$<CONFIG:Release>:-Wl,-z,relro,-z,now>)
+
 if(ZEL_SANITIZE)
     set(zel_sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_compile_options(zel_build INTERFACE ${zel_sanitizers})

@@ -1,0 +1,8 @@
+# Gives every packaged file the time in SOURCE_DATE_EPOCH, if that is set, so that two builds of
+# the same sources make the same package.
+if(DEFINED ENV{SOURCE_DATE_EPOCH})
+    execute_process(
+        COMMAND find ${CPACK_TEMPORARY_DIRECTORY} -exec
+            touch --no-dereference --date=@$ENV{SOURCE_DATE_EPOCH} {} +
+        COMMAND_ERROR_IS_FATAL ANY)
+endif()
