@@ -1,20 +1,451 @@
 #include "support/TestMain.h"
 
-#include "app/MainWindow.h"
+#include <QBoxLayout>
+#include <QImage>
+#include <QPainter>
+#include <QScopeGuard>
+
+#include "gui/LauncherWindow.h"
+#include "settings/LauncherSettings.h"
+#include "support/FakeClient.h"
+#include "support/StyleSheet.h"
+
+namespace
+{
+
+constexpr QSize pictureSize(960, 592);
+
+/// The rules of a style sheet: selector to properties.
+using StyleRules = QMap<QString, QMap<QString, QString>>;
+
+StyleRules rulesOf(const QWidget *widget)
+{
+    const StyleSheet sheet(widget->styleSheet());
+    if (!sheet.error.isEmpty()) {
+        QTest::qFail(qPrintable(sheet.error), __FILE__, __LINE__);
+    }
+    StyleRules rules;
+    for (const QString &selector : sheet.selectors()) {
+        rules.insert(selector, sheet.properties(selector));
+    }
+    return rules;
+}
+
+QImage inHalves(QSize size, Qt::Orientation split, QColor first, QColor second)
+{
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(second);
+    QPainter painter(&image);
+    const QSize half = split == Qt::Horizontal ? QSize(size.width() / 2, size.height())
+                                               : QSize(size.width(), size.height() / 2);
+    painter.fillRect(QRect(QPoint(), half), first);
+    return image;
+}
+
+} // namespace
 
 class TestMainWindow : public TestBase
 {
     Q_OBJECT
 
 private slots:
-    void theWindowHasItsFixedSize();
+    void init();
+
+    void theTitleNamesTheLauncher();
+    void theSizeIsFixed();
+    void theWindowIsAPictureAboveABar();
+    void theBarHoldsButtonsStatusAndFooter();
+    void theProgressBarsTakeTheWidthThatTheButtonsLeave();
+    void eachButtonHasItsLook_data();
+    void eachButtonHasItsLook();
+    void theButtonSheetEndsWithItsMinimumWidth();
+    void bothProgressBarsLookAlike();
+    void theTextLinesHaveTheirLook();
+    void aStyleSheetOfTheApplicationMovesNothing();
+    void aNewWindowIsIdle();
+
+    void aStatusReportReplacesTheStatusLine();
+    void theLowerBarRunsAheadOnPurpose_data();
+    void theLowerBarRunsAheadOnPurpose();
+    void theSummaryIsFilledInOnePass_data();
+    void theSummaryIsFilledInOnePass();
+    void theStatusLineShowsMarkUpAsItStands();
+
+    void aPictureOfAnySizeFillsTheWindow_data();
+    void aPictureOfAnySizeFillsTheWindow();
+    void thePictureIsScaledSmoothly();
+    void withoutAPictureTheAreaIsBlack_data();
+    void withoutAPictureTheAreaIsBlack();
+    void theSummaryReplacesTheWarningOfAMissingPictureOnPurpose();
 };
 
-void TestMainWindow::theWindowHasItsFixedSize()
+void TestMainWindow::init()
 {
-    const MainWindow window;
-    QCOMPARE(window.minimumSize(), QSize(960, 724));
-    QCOMPARE(window.maximumSize(), QSize(960, 724));
+    TestBase::init();
+    FakeClient().useInLauncher(); // a folder that is gone again: no picture
+}
+
+void TestMainWindow::theTitleNamesTheLauncher()
+{
+    const LauncherWindow launcher;
+    QCOMPARE(launcher.window.windowTitle(), QStringLiteral("ZEL Launcher"));
+}
+
+void TestMainWindow::theSizeIsFixed()
+{
+    LauncherWindow launcher;
+    QCOMPARE(launcher.window.size(), QSize(960, 724));
+    QCOMPARE(launcher.window.minimumSize(), QSize(960, 724));
+    QCOMPARE(launcher.window.maximumSize(), QSize(960, 724));
+
+    launcher.window.resize(1200, 900);
+    QCOMPARE(launcher.window.size(), QSize(960, 724));
+    launcher.window.resize(100, 100);
+    QCOMPARE(launcher.window.size(), QSize(960, 724));
+}
+
+void TestMainWindow::theWindowIsAPictureAboveABar()
+{
+    const LauncherWindow launcher;
+    const QWidget *root = launcher.window.centralWidget();
+    QCOMPARE(root->objectName(), QStringLiteral("LauncherRoot"));
+    QCOMPARE(root->styleSheet(),
+             QStringLiteral("QWidget#LauncherRoot { background-color: #000000; }"));
+    const auto *layout = qobject_cast<QVBoxLayout *>(root->layout());
+    QVERIFY(layout != nullptr);
+    QCOMPARE(layout->contentsMargins(), QMargins());
+    QCOMPARE(layout->spacing(), 0);
+    QCOMPARE(layout->count(), 2);
+    QCOMPARE(layout->itemAt(0)->widget(), launcher.picture);
+    QCOMPARE(layout->itemAt(1)->widget(), launcher.frame);
+
+    QCOMPARE(launcher.picture->geometry(), QRect(QPoint(0, 0), pictureSize));
+    QCOMPARE(launcher.picture->minimumSize(), pictureSize);
+    QCOMPARE(launcher.picture->maximumSize(), pictureSize);
+    QVERIFY(launcher.picture->hasScaledContents());
+
+    QCOMPARE(launcher.frame->geometry(), QRect(0, 592, 960, 132));
+    QCOMPARE(launcher.frame->minimumHeight(), 132);
+    QCOMPARE(launcher.frame->maximumHeight(), 132);
+    QCOMPARE(launcher.frame->styleSheet(),
+             QStringLiteral("QFrame#LauncherBottom {  background-color: #080808;"
+                            "  border-top: 1px solid #2a2a2a;}"));
+}
+
+void TestMainWindow::theBarHoldsButtonsStatusAndFooter()
+{
+    const LauncherWindow launcher;
+    const auto *layout = qobject_cast<QVBoxLayout *>(launcher.frame->layout());
+    QVERIFY(layout != nullptr);
+    QCOMPARE(layout->contentsMargins(), QMargins(14, 10, 14, 6));
+    QCOMPARE(layout->spacing(), 6);
+    QCOMPARE(layout->count(), 3);
+    QCOMPARE(layout->itemAt(1)->widget(), launcher.status);
+    QCOMPARE(layout->itemAt(2)->widget(), launcher.footer);
+
+    const auto *row = qobject_cast<QHBoxLayout *>(layout->itemAt(0)->layout());
+    QVERIFY(row != nullptr);
+    QCOMPARE(row->spacing(), 12);
+    QCOMPARE(row->count(), 4);
+    QCOMPARE(row->itemAt(0)->widget(), launcher.play);
+    QCOMPARE(row->itemAt(2)->widget(), launcher.settings);
+    QCOMPARE(row->itemAt(3)->widget(), launcher.cancel);
+    QCOMPARE(row->stretch(0), 0);
+    QCOMPARE(row->stretch(1), 1);
+    QCOMPARE(row->stretch(2), 0);
+    QCOMPARE(row->stretch(3), 0);
+
+    const auto *bars = qobject_cast<QVBoxLayout *>(row->itemAt(1)->layout());
+    QVERIFY(bars != nullptr);
+    QCOMPARE(bars->spacing(), 8);
+    QCOMPARE(bars->count(), 2);
+    QCOMPARE(bars->itemAt(0)->widget(), launcher.upperBar);
+    QCOMPARE(bars->itemAt(1)->widget(), launcher.lowerBar);
+}
+
+void TestMainWindow::theProgressBarsTakeTheWidthThatTheButtonsLeave()
+{
+    const LauncherWindow launcher;
+    const int left = 14 + 136 + 12;
+    const int width = 960 - left - 12 - 112 - 12 - 96 - 14;
+    for (const QProgressBar *bar : {launcher.upperBar, launcher.lowerBar}) {
+        QCOMPARE(bar->x(), left);
+        QCOMPARE(bar->width(), width);
+        QCOMPARE(bar->height(), 12);
+    }
+    QCOMPARE(launcher.settings->x(), left + width + 12);
+}
+
+void TestMainWindow::eachButtonHasItsLook_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("width");
+    QTest::addColumn<QString>("fontSize");
+    QTest::newRow("play") << QStringLiteral("Iniciar") << 136 << QStringLiteral("17px");
+    QTest::newRow("settings") << QStringLiteral("Configuracao") << 112 << QStringLiteral("12px");
+    QTest::newRow("cancel") << QStringLiteral("Cancelar") << 96 << QStringLiteral("12px");
+}
+
+void TestMainWindow::eachButtonHasItsLook()
+{
+    QFETCH(const QString, text);
+    QFETCH(const int, width);
+    QFETCH(const QString, fontSize);
+    const LauncherWindow launcher;
+    const QPushButton *button = nullptr;
+    for (const QPushButton *candidate : {launcher.play, launcher.settings, launcher.cancel}) {
+        if (candidate->text() == text) {
+            button = candidate;
+        }
+    }
+    QVERIFY(button != nullptr);
+    QCOMPARE(button->size(), QSize(width, 54));
+    QCOMPARE(button->minimumSize(), QSize(width, 54));
+    QCOMPARE(button->maximumSize(), QSize(width, 54));
+    QCOMPARE(button->cursor().shape(), Qt::PointingHandCursor);
+
+    const QString vertical = QStringLiteral("qlineargradient(x1:0, y1:0, x2:0, y2:1, %1)");
+    const StyleRules expected = {
+        {QStringLiteral("QPushButton"),
+         {{QStringLiteral("color"), QStringLiteral("#ffffff")},
+          {QStringLiteral("background"),
+           vertical.arg(QStringLiteral("stop:0 #8a8a8a, stop:0.45 #5e5e5e, stop:1 #3a3a3a"))},
+          {QStringLiteral("border"), QStringLiteral("1px solid #d8d8d8")},
+          {QStringLiteral("border-radius"), QStringLiteral("2px")},
+          {QStringLiteral("font-size"), fontSize},
+          {QStringLiteral("font-weight"), QStringLiteral("700")},
+          {QStringLiteral("padding"), QStringLiteral("6px 12px")},
+          {QStringLiteral("min-width"), QStringLiteral("%1px").arg(width)}}},
+        {QStringLiteral("QPushButton:hover"),
+         {{QStringLiteral("background"),
+           vertical.arg(QStringLiteral("stop:0 #a0a0a0, stop:0.45 #707070, stop:1 #4a4a4a"))}}},
+        {QStringLiteral("QPushButton:pressed"),
+         {{QStringLiteral("background"),
+           vertical.arg(QStringLiteral("stop:0 #4a4a4a, stop:1 #2a2a2a"))},
+          {QStringLiteral("border-color"), QStringLiteral("#aaaaaa")}}},
+        {QStringLiteral("QPushButton:disabled"),
+         {{QStringLiteral("background"), QStringLiteral("#3a3a3a")},
+          {QStringLiteral("color"), QStringLiteral("#888888")},
+          {QStringLiteral("border-color"), QStringLiteral("#555555")}}},
+    };
+    QCOMPARE(rulesOf(button), expected);
+}
+
+void TestMainWindow::theButtonSheetEndsWithItsMinimumWidth()
+{
+    const LauncherWindow launcher;
+    QVERIFY(
+        launcher.play->styleSheet().endsWith(QStringLiteral(" QPushButton { min-width: 136px; }")));
+    QVERIFY(launcher.settings->styleSheet().endsWith(
+        QStringLiteral(" QPushButton { min-width: 112px; }")));
+    QVERIFY(launcher.cancel->styleSheet().endsWith(
+        QStringLiteral(" QPushButton { min-width: 96px; }")));
+}
+
+void TestMainWindow::bothProgressBarsLookAlike()
+{
+    const LauncherWindow launcher;
+    const StyleRules expected = {
+        {QStringLiteral("QProgressBar"),
+         {{QStringLiteral("background-color"), QStringLiteral("#101018")},
+          {QStringLiteral("border"), QStringLiteral("1px solid #4a4a58")},
+          {QStringLiteral("border-radius"), QStringLiteral("0px")},
+          {QStringLiteral("min-height"), QStringLiteral("12px")},
+          {QStringLiteral("max-height"), QStringLiteral("12px")}}},
+        {QStringLiteral("QProgressBar::chunk"),
+         {{QStringLiteral("background"),
+           QStringLiteral("qlineargradient(x1:0, y1:0, x2:1, y2:0, "
+                          "stop:0 #1a3a6a, stop:0.5 #3a6aaa, stop:1 #1a3a6a)")},
+          {QStringLiteral("margin"), QStringLiteral("1px")}}},
+    };
+    for (const QProgressBar *bar : {launcher.upperBar, launcher.lowerBar}) {
+        QCOMPARE(bar->minimum(), 0);
+        QCOMPARE(bar->maximum(), 100);
+        QVERIFY(!bar->isTextVisible());
+        QCOMPARE(bar->minimumHeight(), 12);
+        QCOMPARE(bar->maximumHeight(), 12);
+        QCOMPARE(rulesOf(bar), expected);
+    }
+    QCOMPARE(launcher.upperBar->styleSheet(), launcher.lowerBar->styleSheet());
+}
+
+void TestMainWindow::theTextLinesHaveTheirLook()
+{
+    const LauncherWindow launcher;
+    QCOMPARE(launcher.status->styleSheet(),
+             QStringLiteral("color: #9a9a9a; font-size: 11px; background: transparent;"));
+    QCOMPARE(launcher.footer->styleSheet(),
+             QStringLiteral("color: #666666; font-size: 9px; background: transparent;"));
+    QCOMPARE(launcher.footer->alignment(), Qt::AlignHCenter | Qt::AlignVCenter);
+    QCOMPARE(launcher.footer->text(), QStringLiteral("ZEL Launcher - Orvandale"));
+}
+
+void TestMainWindow::aStyleSheetOfTheApplicationMovesNothing()
+{
+    const LauncherWindow launcher;
+    qApp->setStyleSheet(QStringLiteral("QWidget { color: #1D1D1F; }"));
+    const auto reset = qScopeGuard([] { qApp->setStyleSheet(QString()); });
+    QCoreApplication::processEvents();
+    QCOMPARE(launcher.play->size(), QSize(136, 54));
+    QCOMPARE(launcher.play->minimumSize(), QSize(136, 54));
+    QCOMPARE(launcher.upperBar->height(), 12);
+}
+
+void TestMainWindow::aNewWindowIsIdle()
+{
+    const LauncherWindow launcher;
+    QVERIFY(launcher.isIdle());
+    QVERIFY(launcher.cancel->isEnabled());
+    QCOMPARE(launcher.process->state(), QProcess::NotRunning);
+    QCOMPARE(launcher.patchManager->parent(), &launcher.window);
+    QCOMPARE(launcher.process->parent(), &launcher.window);
+}
+
+void TestMainWindow::aStatusReportReplacesTheStatusLine()
+{
+    const LauncherWindow launcher;
+    emit launcher.patchManager->statusChanged(QStringLiteral("Verificando versao..."));
+    QCOMPARE(launcher.status->text(), QStringLiteral("Verificando versao..."));
+    QVERIFY(launcher.isIdle());
+    emit launcher.patchManager->statusChanged(QString());
+    QCOMPARE(launcher.status->text(), QString());
+}
+
+void TestMainWindow::theLowerBarRunsAheadOnPurpose_data()
+{
+    QTest::addColumn<int>("percent");
+    QTest::addColumn<int>("lower");
+    QTest::newRow("start") << 0 << 8;
+    QTest::newRow("middle") << 50 << 58;
+    QTest::newRow("last full lead") << 92 << 100;
+    QTest::newRow("first short lead") << 93 << 100;
+    QTest::newRow("95") << 95 << 100;
+    QTest::newRow("end") << 100 << 100;
+}
+
+void TestMainWindow::theLowerBarRunsAheadOnPurpose()
+{
+    QFETCH(const int, percent);
+    QFETCH(const int, lower);
+    const LauncherWindow launcher;
+    const QString status = launcher.status->text();
+    emit launcher.patchManager->progressChanged(percent);
+    QCOMPARE(launcher.progress(), QList<int>({percent, lower}));
+    QCOMPARE(launcher.status->text(), status);
+}
+
+void TestMainWindow::theSummaryIsFilledInOnePass_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("version");
+    QTest::addColumn<QString>("summary");
+    const auto row = [](const char *title, const char *name, const char *address,
+                        const char *version, const char *summary) {
+        QTest::newRow(title) << QString::fromUtf8(name) << QString::fromUtf8(address)
+                             << QString::fromUtf8(version) << QString::fromUtf8(summary);
+    };
+    row("plain", "Alpha", "10.0.0.5", "12", "Alpha  |  10.0.0.5  |  Versao 12");
+    row("all empty", "", "", "", "  |    |  Versao ");
+    row("no name", "", "10.0.0.5", "12", "  |  10.0.0.5  |  Versao 12");
+    row("place holders in each value", "%2", "%3", "%1", "%2  |  %3  |  Versao %1");
+    row("its own place holder", "%1", "%2", "%3", "%1  |  %2  |  Versao %3");
+    row("percent signs", "100%", "%", "%%", "100%  |  %  |  Versao %%");
+    row("not Latin", "Ωμέγα", "例え", "١", "Ωμέγα  |  例え  |  Versao ١");
+}
+
+void TestMainWindow::theSummaryIsFilledInOnePass()
+{
+    QFETCH(const QString, name);
+    QFETCH(const QString, address);
+    QFETCH(const QString, version);
+    LauncherSettings &settings = LauncherSettings::instance();
+    settings.serverName = name;
+    settings.serverIp = address;
+    settings.localVersion = version;
+    const LauncherWindow launcher;
+    QTEST(launcher.status->text(), "summary");
+}
+
+void TestMainWindow::theStatusLineShowsMarkUpAsItStands()
+{
+    const LauncherWindow launcher;
+    QCOMPARE(launcher.status->textFormat(), Qt::PlainText);
+}
+
+void TestMainWindow::aPictureOfAnySizeFillsTheWindow_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("as shown") << pictureSize;
+    QTest::newRow("tiny") << QSize(2, 2);
+    QTest::newRow("huge") << QSize(3000, 2000);
+    QTest::newRow("tall") << QSize(100, 700);
+    QTest::newRow("flat") << QSize(2000, 10);
+}
+
+void TestMainWindow::aPictureOfAnySizeFillsTheWindow()
+{
+    QFETCH(const QSize, size);
+    for (const Qt::Orientation split : {Qt::Horizontal, Qt::Vertical}) {
+        const FakeClient client;
+        client.writePicture(inHalves(size, split, Qt::red, Qt::blue));
+        client.useInLauncher();
+        LauncherWindow launcher;
+        QCOMPARE(launcher.picture->pixmap().size(), pictureSize);
+
+        const QImage shown = launcher.window.grab().toImage();
+        QCOMPARE(shown.pixelColor(5, 5), QColor(Qt::red));
+        QCOMPARE(shown.pixelColor(954, 586), QColor(Qt::blue));
+        const bool isWide = split == Qt::Horizontal;
+        QCOMPARE(shown.pixelColor(954, 5), QColor(isWide ? Qt::blue : Qt::red));
+        QCOMPARE(shown.pixelColor(5, 586), QColor(isWide ? Qt::red : Qt::blue));
+    }
+}
+
+void TestMainWindow::thePictureIsScaledSmoothly()
+{
+    const FakeClient client;
+    client.writePicture(inHalves({2, 1}, Qt::Horizontal, Qt::black, Qt::white));
+    client.useInLauncher();
+    const LauncherWindow launcher;
+    const QColor middle = launcher.picture->pixmap().toImage().pixelColor(480, 296);
+    QVERIFY2(middle.red() > 64 && middle.red() < 192, qPrintable(middle.name()));
+}
+
+void TestMainWindow::withoutAPictureTheAreaIsBlack_data()
+{
+    QTest::addColumn<bool>("exists");
+    QTest::addColumn<QByteArray>("content");
+    QTest::newRow("missing") << false << QByteArray();
+    QTest::newRow("empty") << true << QByteArray();
+    QTest::newRow("no picture") << true << QByteArray("this is no picture");
+    QTest::newRow("cut in its header") << true << QByteArray("BM\x36\x00\x00", 5);
+}
+
+void TestMainWindow::withoutAPictureTheAreaIsBlack()
+{
+    QFETCH(const bool, exists);
+    QFETCH(const QByteArray, content);
+    const FakeClient client;
+    if (exists) {
+        client.write(QStringLiteral("Launcher.bmp"), content);
+    } else {
+        QVERIFY(QFile::remove(client.filePath(QStringLiteral("Launcher.bmp"))));
+    }
+    client.useInLauncher();
+    LauncherWindow launcher;
+    QVERIFY(launcher.picture->pixmap().isNull());
+    QCOMPARE(launcher.picture->styleSheet(), QStringLiteral("background-color: #000000;"));
+    QImage black(pictureSize, QImage::Format_RGB32);
+    black.fill(Qt::black);
+    QCOMPARE(launcher.picture->grab().toImage().convertToFormat(black.format()), black);
+}
+
+void TestMainWindow::theSummaryReplacesTheWarningOfAMissingPictureOnPurpose()
+{
+    const LauncherWindow launcher;
+    QVERIFY(launcher.picture->pixmap().isNull());
+    QCOMPARE(launcher.status->text(), QStringLiteral("Orvandale  |  127.0.0.1  |  Versao 1.0.0"));
 }
 
 ZEL_GUI_TEST_MAIN(TestMainWindow)

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <QFrame>
+#include <QLabel>
+#include <QProcess>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTest>
+
+#include <algorithm>
+
+#include "app/MainWindow.h"
+#include "patch/PatchManager.h"
+
+/// The main window on the screen, with its parts found by where they are and what they show.
+class LauncherWindow
+{
+public:
+    LauncherWindow()
+    {
+        window.show();
+        patchManager = window.findChild<PatchManager *>();
+        process = window.findChild<QProcess *>();
+        frame = window.findChild<QFrame *>(QStringLiteral("LauncherBottom"));
+        play = button(QStringLiteral("Iniciar"));
+        settings = button(QStringLiteral("Configuracao"));
+        cancel = button(QStringLiteral("Cancelar"));
+        const QList<QProgressBar *> bars = fromTopToBottom<QProgressBar>();
+        const QList<QLabel *> labels = fromTopToBottom<QLabel>();
+        if (patchManager == nullptr || process == nullptr || bars.size() != 2 ||
+            labels.size() != 3) {
+            qFatal("the main window lacks a part");
+        }
+        upperBar = bars.at(0);
+        lowerBar = bars.at(1);
+        picture = labels.at(0);
+        status = labels.at(1);
+        footer = labels.at(2);
+    }
+
+    static void click(QPushButton *button) { QTest::mouseClick(button, Qt::LeftButton); }
+
+    /// Whether the two buttons that a busy window switches off are both on.
+    bool isIdle() const { return play->isEnabled() && settings->isEnabled(); }
+    /// Whether they are both off.
+    bool isBusy() const { return !play->isEnabled() && !settings->isEnabled(); }
+    /// The bars' percentages.
+    QList<int> progress() const { return {upperBar->value(), lowerBar->value()}; }
+
+    MainWindow window;
+    PatchManager *patchManager = nullptr;
+    QProcess *process = nullptr;
+    QFrame *frame = nullptr;
+    QLabel *picture = nullptr;
+    QLabel *status = nullptr;
+    QLabel *footer = nullptr;
+    QProgressBar *upperBar = nullptr;
+    QProgressBar *lowerBar = nullptr;
+    QPushButton *play = nullptr;
+    QPushButton *settings = nullptr;
+    QPushButton *cancel = nullptr;
+
+private:
+    QPushButton *button(const QString &text) const
+    {
+        const QList<QPushButton *> buttons = window.findChildren<QPushButton *>();
+        for (QPushButton *candidate : buttons) {
+            if (candidate->text() == text) {
+                return candidate;
+            }
+        }
+        qFatal("the main window has no button \"%s\"", qPrintable(text));
+    }
+
+    template<typename Widget> QList<Widget *> fromTopToBottom() const
+    {
+        QList<Widget *> widgets = window.findChildren<Widget *>();
+        // A frame is no label, though a label is a frame.
+        std::sort(widgets.begin(), widgets.end(), [this](const Widget *a, const Widget *b) {
+            return a->mapTo(&window, QPoint()).y() < b->mapTo(&window, QPoint()).y();
+        });
+        return widgets;
+    }
+};

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QByteArray>
+#include <QProcessEnvironment>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+class QImage;
+
+/// A game client's folder in a temporary place: a picture, a login file, and an empty file in the
+/// place of the client executable.
+class FakeClient
+{
+public:
+    /// The folder itself is named @p folderName.
+    explicit FakeClient(const QString &folderName = QStringLiteral("client"));
+
+    QString dir() const { return folder; }
+    QString filePath(const QString &name) const;
+    void write(const QString &name, const QByteArray &content) const;
+    /// Content of a file; null when it does not exist.
+    QByteArray read(const QString &name) const;
+    void writePicture(const QImage &picture) const;
+
+    /// Sets every field of the launcher's settings: this folder, its "ZEL.exe", no update, no
+    /// Wine, and for the rest what a first start finds. Saves nothing.
+    void useInLauncher() const;
+
+private:
+    QTemporaryDir root;
+    QString folder;
+};
+
+/// An executable script in the place of Wine or of the game. It records how it was started and
+/// then runs until it is told how to end.
+class FakeProgram
+{
+public:
+    /// Writes the script to @p path; the shell commands @p body run before the wait.
+    explicit FakeProgram(const QString &path, const QByteArray &body = {});
+    ~FakeProgram();
+    Q_DISABLE_COPY_MOVE(FakeProgram)
+
+    QString path() const { return script; }
+
+    /// Ends the running program, or the next one if none runs.
+    void exitWith(int code) { order("exit", code); }
+    /// Ends the running program, or the next one if none runs, by a signal.
+    void dieOf(int signal) { order("signal", signal); }
+
+    /// How often the program has started and recorded itself.
+    int startCount() const;
+
+    // What the newest start recorded:
+    QStringList arguments() const;
+    QString workingFolder() const;
+    QProcessEnvironment environment() const;
+    qint64 pid() const;
+
+private:
+    void order(const char *what, int number);
+    QByteArray record(const QString &name) const;
+
+    QTemporaryDir records;
+    QString script;
+    int orders = -1;
+};

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QList>
+#include <QMessageBox>
+#include <QObject>
+#include <QString>
+
+#include <functional>
+
+/// The user in front of the message boxes. While one of these lives, each box must be one that it
+/// was told to expect and each expected one must come and be closed; the test fails otherwise.
+class MessageBoxAnswerer : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What a box showed.
+    struct Box {
+        QString title;
+        QString text;
+        QMessageBox::Icon icon;
+        QMessageBox::StandardButtons buttons;
+        bool isModal;
+        QWidget *parent;
+    };
+    /// A look at the program while the box is open.
+    using Look = std::function<void(QMessageBox &)>;
+
+    MessageBoxAnswerer();
+    ~MessageBoxAnswerer() override;
+
+    /// Answers one more box by a click on @p button, after a @p look if one is given. Boxes are
+    /// answered in the order of these calls.
+    void expect(QMessageBox::StandardButton button, Look look = {});
+
+    /// The boxes so far.
+    const QList<Box> &boxes() const { return seen; }
+    /// The newest box; it must have come.
+    const Box &last() const { return seen.last(); }
+    /// True when every expected box was answered and is closed.
+    bool isDone() const { return expected.isEmpty() && open == 0; }
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    struct Answer {
+        QMessageBox::StandardButton button;
+        Look look;
+    };
+
+    void answer(QMessageBox *box);
+
+    QList<Answer> expected;
+    QList<Box> seen;
+    int open = 0;
+};
