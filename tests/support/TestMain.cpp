@@ -1,18 +1,22 @@
 #include "support/TestMain.h"
 
 #include <QDir>
+#include <QFile>
 #include <QRegularExpression>
 
 TestEnvironment::TestEnvironment()
 {
     const QDir root(dir.path());
-    for (const char *name : {"home", "config", "data", "cache"}) {
+    for (const char *name : {"home", "config", "data", "cache", "runtime"}) {
         root.mkpath(QLatin1String(name));
     }
     qputenv("HOME", root.filePath(QStringLiteral("home")).toLocal8Bit());
     qputenv("XDG_CONFIG_HOME", root.filePath(QStringLiteral("config")).toLocal8Bit());
     qputenv("XDG_DATA_HOME", root.filePath(QStringLiteral("data")).toLocal8Bit());
     qputenv("XDG_CACHE_HOME", root.filePath(QStringLiteral("cache")).toLocal8Bit());
+    const QString runtime = root.filePath(QStringLiteral("runtime"));
+    QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    qputenv("XDG_RUNTIME_DIR", runtime.toLocal8Bit());
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
