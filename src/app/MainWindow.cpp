@@ -10,6 +10,9 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 
 #include "patch/PatchManager.h"
@@ -136,6 +139,16 @@ QString shellQuote(const QString &word)
     return u'\'' + escaped + u'\'';
 }
 
+/// Runs in the game's process before the game does. Nobody reads what the game prints; left to the
+/// process object it would pile up in the launcher's memory.
+void silenceOutput()
+{
+    const int nowhere = ::open("/dev/null", O_WRONLY);
+    ::dup2(nowhere, STDOUT_FILENO);
+    ::dup2(nowhere, STDERR_FILENO);
+    ::close(nowhere);
+}
+
 } // namespace
 
 MainWindow::MainWindow(QWidget *parent)
@@ -143,9 +156,7 @@ MainWindow::MainWindow(QWidget *parent)
     , patchManager(new PatchManager(this))
     , process(new QProcess(this))
 {
-    // Nobody reads what the game prints, so it must not be kept either.
-    process->setStandardOutputFile(QProcess::nullDevice());
-    process->setStandardErrorFile(QProcess::nullDevice());
+    process->setChildProcessModifier(silenceOutput);
 
     setWindowTitle(launcherTitle());
     setFixedSize(pictureSize.width(), pictureSize.height() + barHeight);

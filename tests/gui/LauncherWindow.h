@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QFrame>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QProcess>
 #include <QProgressBar>
@@ -18,6 +19,8 @@ class LauncherWindow
 public:
     LauncherWindow()
     {
+        // A closed window must not end the test program's event loops.
+        QGuiApplication::setQuitOnLastWindowClosed(false);
         window.show();
         patchManager = window.findChild<PatchManager *>();
         process = window.findChild<QProcess *>();

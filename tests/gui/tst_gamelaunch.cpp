@@ -1,0 +1,645 @@
+#include "support/TestMain.h"
+
+#include <QDir>
+#include <QFile>
+#include <QScopeGuard>
+#include <QSignalSpy>
+
+#include <csignal>
+#include <memory>
+
+#include "gui/LauncherWindow.h"
+#include "settings/LauncherSettings.h"
+#include "support/FakeClient.h"
+#include "support/MessageBoxAnswerer.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+
+bool isAlive(qint64 pid)
+{
+    return ::kill(pid_t(pid), 0) == 0;
+}
+
+void writeProfile(const QByteArray &text)
+{
+    QFile profile(QDir(TestEnvironment::home()).filePath(u".bash_profile"_s));
+    QVERIFY(profile.open(QIODevice::WriteOnly));
+    profile.write(text);
+}
+
+/// A number in kB from the program's own status, or -1.
+qint64 memoryNow(const QByteArray &key)
+{
+    QFile status(u"/proc/self/status"_s);
+    if (status.open(QIODevice::ReadOnly)) {
+        const QByteArrayList lines = status.readAll().split('\n');
+        for (const QByteArray &line : lines) {
+            if (line.startsWith(key + ':')) {
+                return line.mid(key.size() + 1).simplified().split(' ').first().toLongLong();
+            }
+        }
+    }
+    return -1;
+}
+
+/// Lets the peak memory count anew from here.
+bool resetPeakMemory()
+{
+    QFile file(u"/proc/self/clear_refs"_s);
+    return file.open(QIODevice::WriteOnly) && file.write("5") == 1;
+}
+
+} // namespace
+
+class TestGameLaunch : public TestBase
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void wineIsStartedByALoginShell();
+    void theWatchedProcessIsWineItself();
+    void theUsersProfileIsInForce();
+    void wineInheritsTheEnvironment();
+    void withoutWineTheClientRunsAlone();
+    void aClientUnderAnotherKnownNameIsStarted();
+    void aClientOutsideItsFolderRunsInItsOwn();
+    void noNameIsSpecialToTheShell_data();
+    void noNameIsSpecialToTheShell();
+    void aSingleQuoteIsClosedEscapedAndReopened();
+
+    void theServerFilesAreWrittenFirst();
+    void aFailedSyncIsShownAndStartsNothing_data();
+    void aFailedSyncIsShownAndStartsNothing();
+    void aMissingClientIsShownAndNotStarted();
+    void aClientThatDoesNotStartIsShown_data();
+    void aClientThatDoesNotStartIsShown();
+    void aFailedStartUnderWineNamesTheShellOnPurpose();
+    void anUnusableWineShowsAsTheShellsExitCode();
+    void boxesShowMarkUpAsItStands();
+
+    void theWindowIsBusyWhileTheGameRuns();
+    void theExitCodeIsShown_data();
+    void theExitCodeIsShown();
+    void aCrashIsShownByItsSignal_data();
+    void aCrashIsShownByItsSignal();
+    void aGameThatEndsAtOnceIsNotMissed();
+    void theGameCanBeStartedAgain();
+    void theGameKeepsItsInputOpen();
+    void whatTheGamePrintsTakesNoMemory();
+
+    void cancelClosesAnIdleWindow();
+    void cancelAsksWhileTheGameRuns();
+    void cancelAnsweredYesEndsTheGame();
+    void theGameMayEndWhileTheQuestionIsOpen();
+    void closingTheFrameAsksNothing();
+
+private:
+    /// Clicks "Iniciar" and waits until the program has recorded its start.
+    static void startGame(LauncherWindow &launcher, const FakeProgram &program);
+
+    std::unique_ptr<FakeClient> client;
+    std::unique_ptr<FakeProgram> wine;
+};
+
+void TestGameLaunch::init()
+{
+    TestBase::init();
+    client = std::make_unique<FakeClient>();
+    client->useInLauncher();
+    wine = std::make_unique<FakeProgram>(client->filePath(u"wine"_s));
+    LauncherSettings::instance().useWine = true;
+    LauncherSettings::instance().winePath = wine->path();
+}
+
+void TestGameLaunch::cleanup()
+{
+    QFile::remove(QDir(TestEnvironment::home()).filePath(u".bash_profile"_s));
+    wine.reset();
+    client.reset();
+}
+
+void TestGameLaunch::startGame(LauncherWindow &launcher, const FakeProgram &program)
+{
+    const int before = program.startCount();
+    LauncherWindow::click(launcher.play);
+    QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+    QTRY_COMPARE(program.startCount(), before + 1);
+}
+
+void TestGameLaunch::wineIsStartedByALoginShell()
+{
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    const QString exe = client->filePath(u"ZEL.exe"_s);
+    QCOMPARE(launcher.process->program(), u"/bin/bash"_s);
+    QCOMPARE(launcher.process->arguments(),
+             QStringList(
+                 {u"-lc"_s, u"cd '%1' && exec '%2' '%3'"_s.arg(client->dir(), wine->path(), exe)}));
+    QCOMPARE(launcher.process->workingDirectory(), client->dir());
+    QCOMPARE(wine->arguments(), QStringList(exe));
+    QCOMPARE(wine->workingFolder(), client->dir());
+}
+
+void TestGameLaunch::theWatchedProcessIsWineItself()
+{
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    QCOMPARE(wine->pid(), launcher.process->processId());
+}
+
+void TestGameLaunch::theUsersProfileIsInForce()
+{
+    writeProfile("export ZEL_TEST_PREFIX=\"$HOME/prefix of the user\"\n"
+                 "cd /\n" // a profile may go anywhere
+                 "echo a profile that talks\n");
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    QCOMPARE(wine->environment().value(u"ZEL_TEST_PREFIX"_s),
+             TestEnvironment::home() + u"/prefix of the user"_s);
+    QCOMPARE(wine->workingFolder(), client->dir());
+}
+
+void TestGameLaunch::wineInheritsTheEnvironment()
+{
+    qputenv("ZEL_TEST_MARK", "of the 'launcher'\n100% \xC3\xA7");
+    const auto reset = qScopeGuard([] { qunsetenv("ZEL_TEST_MARK"); });
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    QCOMPARE(wine->environment().value(u"ZEL_TEST_MARK"_s), u"of the 'launcher'\n100% \u00e7"_s);
+    QVERIFY(launcher.process->processEnvironment().isEmpty());
+}
+
+void TestGameLaunch::withoutWineTheClientRunsAlone()
+{
+    qputenv("ZEL_TEST_MARK", "of the 'launcher'");
+    const auto reset = qScopeGuard([] { qunsetenv("ZEL_TEST_MARK"); });
+    writeProfile("export ZEL_TEST_PREFIX=unwanted\n");
+    LauncherSettings::instance().useWine = false;
+    const FakeProgram game(client->filePath(u"ZEL.exe"_s));
+    LauncherWindow launcher;
+    startGame(launcher, game);
+    QCOMPARE(launcher.process->program(), game.path());
+    QCOMPARE(launcher.process->arguments(), QStringList());
+    QCOMPARE(game.arguments(), QStringList());
+    QCOMPARE(game.workingFolder(), client->dir());
+    QCOMPARE(game.pid(), launcher.process->processId());
+    QCOMPARE(game.environment(), QProcessEnvironment::systemEnvironment());
+    QCOMPARE(wine->startCount(), 0);
+}
+
+void TestGameLaunch::aClientUnderAnotherKnownNameIsStarted()
+{
+    QVERIFY(QFile::rename(client->filePath(u"ZEL.exe"_s), client->filePath(u"ZEL IP 14.exe"_s)));
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    QCOMPARE(wine->arguments(), QStringList(client->filePath(u"ZEL IP 14.exe"_s)));
+}
+
+void TestGameLaunch::aClientOutsideItsFolderRunsInItsOwn()
+{
+    const FakeClient other(u"other"_s);
+    LauncherSettings::instance().clientExe = other.filePath(u"ZEL.exe"_s);
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    QCOMPARE(wine->arguments(), QStringList(other.filePath(u"ZEL.exe"_s)));
+    QCOMPARE(wine->workingFolder(), other.dir());
+}
+
+void TestGameLaunch::noNameIsSpecialToTheShell_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("single quote") << u"it's"_s;
+    QTest::newRow("only single quotes") << u"'''"_s;
+    QTest::newRow("double quote") << u"say \"zel\""_s;
+    QTest::newRow("blanks") << u" two  blanks "_s;
+    QTest::newRow("place holders") << u"%1 %2 %3 %L1 %99"_s;
+    QTest::newRow("percent signs") << u"100%%"_s;
+    QTest::newRow("line end") << u"two\nlines\n"_s;
+    QTest::newRow("tab and return") << u"a\tb\rc"_s;
+    QTest::newRow("not Latin") << u"игра Ωμέγα 例え 🎮"_s;
+    QTest::newRow("variable and command") << u"$HOME `id` $(id)"_s;
+    QTest::newRow("backslash") << u"a\\'b\\"_s;
+    QTest::newRow("operators") << u"a; false && b | c & d > e < f # g"_s;
+    QTest::newRow("patterns") << u"* ? [a-z] {a,b} !! ~"_s;
+    QTest::newRow("dash") << u"-P"_s;
+    QTest::newRow("tilde") << u"~root"_s;
+}
+
+void TestGameLaunch::noNameIsSpecialToTheShell()
+{
+    QFETCH(const QString, name);
+    const FakeClient named(name);
+    named.useInLauncher();
+    named.write(name + u".exe"_s, "");
+    const FakeProgram namedWine(named.filePath(name + u"-wine"_s));
+    LauncherSettings &settings = LauncherSettings::instance();
+    settings.clientExe = name + u".exe"_s;
+    settings.winePath = namedWine.path();
+    settings.useWine = true;
+    LauncherWindow launcher;
+    startGame(launcher, namedWine);
+    QCOMPARE(namedWine.arguments(), QStringList(named.filePath(name + u".exe"_s)));
+    QCOMPARE(namedWine.workingFolder(), named.dir());
+
+    // The same without a shell.
+    const FakeProgram game(named.filePath(settings.clientExe));
+    settings.useWine = false;
+    LauncherWindow second;
+    startGame(second, game);
+    QCOMPARE(game.arguments(), QStringList());
+    QCOMPARE(game.workingFolder(), named.dir());
+}
+
+void TestGameLaunch::aSingleQuoteIsClosedEscapedAndReopened()
+{
+    const FakeClient named(u"it's"_s);
+    named.useInLauncher();
+    LauncherSettings::instance().winePath = wine->path();
+    LauncherSettings::instance().useWine = true;
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    const QString folder = QString(named.dir()).replace(u"it's"_s, uR"(it'\''s)"_s);
+    QCOMPARE(launcher.process->arguments().at(1),
+             u"cd '%1' && exec '%2' '%1/ZEL.exe'"_s.arg(folder, wine->path()));
+}
+
+void TestGameLaunch::theServerFilesAreWrittenFirst()
+{
+    LauncherSettings &settings = LauncherSettings::instance();
+    settings.serverIp = u"10.1.2.3"_s;
+    settings.channelCount = 2;
+    client->write(u"ZEL_patched.exe"_s, "stale");
+    client->write(u"Config.bin"_s, "options");
+    // The program copies what it finds at its start.
+    const FakeProgram copier(
+        client->filePath(u"copier"_s),
+        "mkdir found; cp server.txt serverlist.txt sn.bin zel_login.ini found; "
+        "ls >found/list");
+    settings.winePath = copier.path();
+    LauncherWindow launcher;
+    startGame(launcher, copier);
+    QCOMPARE(client->read(u"found/server.txt"_s), "10.1.2.3\n");
+    QVERIFY(client->read(u"found/serverlist.txt"_s).contains("10.1.2.3"));
+    QVERIFY(client->read(u"found/sn.bin"_s).contains("Orvandale"));
+    QCOMPARE(client->read(u"found/zel_login.ini"_s), "window=1\nserver_ip=10.1.2.3\nsound=0\n");
+    QVERIFY(!client->read(u"found/list"_s).contains("ZEL_patched.exe"));
+    QCOMPARE(client->read(u"Config.bin"_s), "options");
+}
+
+void TestGameLaunch::aFailedSyncIsShownAndStartsNothing_data()
+{
+    QTest::addColumn<QString>("clientDir");
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("no client folder set")
+        << QString() << u"127.0.0.1"_s << u"Configure a pasta do cliente."_s;
+    QTest::newRow("client folder missing")
+        << u"/nowhere/at/all"_s << u"127.0.0.1"_s << u"Configure a pasta do cliente."_s;
+    QTest::newRow("no server address") << u"client"_s << u"  "_s << u"Informe o IP do servidor."_s;
+}
+
+void TestGameLaunch::aFailedSyncIsShownAndStartsNothing()
+{
+    QFETCH(const QString, clientDir);
+    QFETCH(const QString, address);
+    LauncherSettings &settings = LauncherSettings::instance();
+    settings.clientExe = client->filePath(u"ZEL.exe"_s);
+    settings.clientDir = clientDir == u"client"_s ? client->dir() : clientDir;
+    settings.serverIp = address;
+    settings.patchBaseUrl = u"http://127.0.0.1:1/"_s;
+    LauncherWindow launcher;
+    const QSignalSpy patchRuns(launcher.patchManager, &PatchManager::finished);
+    const QString summary = launcher.status->text();
+    const QList<int> progress = launcher.progress();
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    LauncherWindow::click(launcher.play);
+    QVERIFY(user.isDone());
+    QCOMPARE(user.last().title, u"ZEL Launcher"_s);
+    QTEST(user.last().text, "text");
+    QCOMPARE(user.last().icon, QMessageBox::Warning);
+    QCOMPARE(user.last().buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QCOMPARE(user.last().parent, &launcher.window);
+    QVERIFY(user.last().isModal);
+
+    QVERIFY(launcher.isIdle());
+    QCOMPARE(launcher.status->text(), summary);
+    QCOMPARE(launcher.progress(), progress);
+    QCOMPARE(launcher.process->state(), QProcess::NotRunning);
+    QCOMPARE(patchRuns.count(), 0);
+}
+
+void TestGameLaunch::aMissingClientIsShownAndNotStarted()
+{
+    QVERIFY(QFile::remove(client->filePath(u"ZEL.exe"_s)));
+    // Not even an update that would bring the client is tried.
+    LauncherSettings::instance().patchBaseUrl = u"http://127.0.0.1:1/"_s;
+    LauncherWindow launcher;
+    const QSignalSpy patchReports(launcher.patchManager, &PatchManager::statusChanged);
+    const QString summary = launcher.status->text();
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    LauncherWindow::click(launcher.play);
+    QVERIFY(user.isDone());
+    QCOMPARE(user.last().title, u"ZEL Launcher"_s);
+    QCOMPARE(user.last().text, u"Executavel nao encontrado:\n"_s + client->filePath(u"ZEL.exe"_s));
+    QCOMPARE(user.last().icon, QMessageBox::Warning);
+    QCOMPARE(user.last().buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QCOMPARE(user.last().parent, &launcher.window);
+
+    QVERIFY(launcher.isIdle());
+    QCOMPARE(launcher.status->text(), summary);
+    QCOMPARE(patchReports.count(), 0);
+    QCOMPARE(launcher.process->state(), QProcess::NotRunning);
+    // The server files come first.
+    QCOMPARE(client->read(u"server.txt"_s), "127.0.0.1\n");
+}
+
+void TestGameLaunch::aClientThatDoesNotStartIsShown_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<bool>("isExecutable");
+    QTest::newRow("not executable") << QByteArray("#!/bin/sh\n") << false;
+    QTest::newRow("no program") << QByteArray("\x7f"
+                                              "ELF and nothing more")
+                                << true;
+    QTest::newRow("interpreter missing") << QByteArray("#!/nowhere/sh\n") << true;
+}
+
+void TestGameLaunch::aClientThatDoesNotStartIsShown()
+{
+    QFETCH(const QByteArray, content);
+    QFETCH(const bool, isExecutable);
+    const QString exe = client->filePath(u"ZEL.exe"_s);
+    client->write(u"ZEL.exe"_s, content);
+    if (isExecutable) {
+        QVERIFY(QFile::setPermissions(exe, QFile::ReadOwner | QFile::ExeOwner));
+    }
+    LauncherSettings::instance().useWine = false;
+    LauncherWindow launcher;
+    emit launcher.patchManager->progressChanged(40);
+    const QString summary = launcher.status->text();
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok,
+                [&](QMessageBox &) { QCOMPARE(launcher.status->text(), summary); });
+    LauncherWindow::click(launcher.play);
+    QVERIFY(user.isDone());
+    QCOMPARE(user.last().title, u"ZEL Launcher"_s);
+    QCOMPARE(user.last().text, u"Nao foi possivel iniciar o cliente:\n"_s + exe);
+    QCOMPARE(user.last().icon, QMessageBox::Warning);
+    QCOMPARE(user.last().buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QCOMPARE(user.last().parent, &launcher.window);
+
+    QCOMPARE(launcher.status->text(), u"Falha ao iniciar o jogo."_s);
+    QVERIFY(launcher.isIdle());
+    QCOMPARE(launcher.progress(), QList<int>({40, 48}));
+
+    // The launcher can try again.
+    QVERIFY(QFile::remove(exe));
+    const FakeProgram game(exe);
+    startGame(launcher, game);
+}
+
+void TestGameLaunch::aFailedStartUnderWineNamesTheShellOnPurpose()
+{
+    // An address that no update can use, for its question: the client folder goes while it is
+    // open.
+    LauncherSettings::instance().patchBaseUrl = u"http://["_s;
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    user.expect(QMessageBox::Yes,
+                [&](QMessageBox &) { QVERIFY(QDir(client->dir()).removeRecursively()); });
+    user.expect(QMessageBox::Ok);
+    LauncherWindow::click(launcher.play);
+    QVERIFY(user.isDone());
+    QCOMPARE(user.last().title, u"ZEL Launcher"_s);
+    QCOMPARE(user.last().text, u"Nao foi possivel iniciar o cliente:\n/bin/bash"_s);
+    QCOMPARE(user.last().icon, QMessageBox::Warning);
+    QCOMPARE(launcher.status->text(), u"Falha ao iniciar o jogo."_s);
+    QVERIFY(launcher.isIdle());
+}
+
+void TestGameLaunch::anUnusableWineShowsAsTheShellsExitCode()
+{
+    LauncherSettings::instance().winePath = client->filePath(u"zel_login.ini"_s);
+    LauncherWindow launcher;
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 126)."_s);
+    QVERIFY(launcher.isIdle());
+}
+
+void TestGameLaunch::boxesShowMarkUpAsItStands()
+{
+    LauncherSettings::instance().clientExe = u"<b>ZEL<b>.exe"_s;
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok,
+                [](QMessageBox &box) { QCOMPARE(box.textFormat(), Qt::PlainText); });
+    LauncherWindow::click(launcher.play);
+    QVERIFY(user.isDone());
+    QVERIFY(user.last().text.endsWith(u"/<b>ZEL<b>.exe"_s));
+}
+
+void TestGameLaunch::theWindowIsBusyWhileTheGameRuns()
+{
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    QVERIFY(launcher.isBusy());
+    QVERIFY(launcher.cancel->isEnabled());
+    QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+
+    LauncherWindow::click(launcher.play);
+    // Nor does a click go through that no disabled button stops.
+    QVERIFY(QMetaObject::invokeMethod(&launcher.window, "onPlay"));
+    QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+    wine->exitWith(0);
+    QTRY_COMPARE(launcher.process->state(), QProcess::NotRunning);
+    QCOMPARE(wine->startCount(), 1);
+}
+
+void TestGameLaunch::theExitCodeIsShown_data()
+{
+    QTest::addColumn<int>("code");
+    for (const int code : {0, 1, 3, 42, 255}) {
+        QTest::addRow("%d", code) << code;
+    }
+}
+
+void TestGameLaunch::theExitCodeIsShown()
+{
+    QFETCH(const int, code);
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    emit launcher.patchManager->progressChanged(40);
+    QCOMPARE(launcher.progress(), QList<int>({40, 48}));
+    wine->exitWith(code);
+    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo %1)."_s.arg(code));
+    QVERIFY(launcher.isIdle());
+    QCOMPARE(launcher.progress(), QList<int>({0, 0}));
+}
+
+void TestGameLaunch::aCrashIsShownByItsSignal_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("killed") << SIGKILL;
+    QTest::newRow("segmentation fault") << SIGSEGV;
+    QTest::newRow("terminated") << SIGTERM;
+}
+
+void TestGameLaunch::aCrashIsShownByItsSignal()
+{
+    QFETCH(const int, signal);
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    emit launcher.patchManager->progressChanged(40);
+    wine->dieOf(signal);
+    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo %1)."_s.arg(signal));
+    QCOMPARE(launcher.process->exitStatus(), QProcess::CrashExit);
+    QVERIFY(launcher.isIdle());
+    QCOMPARE(launcher.progress(), QList<int>({0, 0}));
+}
+
+void TestGameLaunch::aGameThatEndsAtOnceIsNotMissed()
+{
+    LauncherSettings::instance().winePath = u"/bin/true"_s;
+    LauncherWindow launcher;
+    for (int run = 0; run < 10; ++run) {
+        LauncherWindow::click(launcher.play);
+        QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+        QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 0)."_s);
+        QVERIFY(launcher.isIdle());
+    }
+}
+
+void TestGameLaunch::theGameCanBeStartedAgain()
+{
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    wine->exitWith(3);
+    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 3)."_s);
+
+    // Every start takes the settings of its moment.
+    const FakeProgram game(client->filePath(u"ZEL.exe"_s));
+    LauncherSettings::instance().useWine = false;
+    startGame(launcher, game);
+    QCOMPARE(launcher.process->arguments(), QStringList());
+    QVERIFY(launcher.isBusy());
+}
+
+void TestGameLaunch::theGameKeepsItsInputOpen()
+{
+    const FakeProgram reader(client->filePath(u"reader"_s), "read -r word && echo $word >heard");
+    LauncherSettings::instance().winePath = reader.path();
+    LauncherWindow launcher;
+    LauncherWindow::click(launcher.play);
+    QCOMPARE(launcher.process->openMode(), QIODevice::ReadWrite);
+    launcher.process->write("hello\n");
+    QTRY_COMPARE(reader.startCount(), 1);
+    QCOMPARE(client->read(u"heard"_s), "hello\n");
+}
+
+void TestGameLaunch::whatTheGamePrintsTakesNoMemory()
+{
+    constexpr qint64 allowedKb = 8 * 1024;
+    const FakeProgram talker(client->filePath(u"talker"_s),
+                             "head -c 536870912 /dev/zero\nhead -c 536870912 /dev/zero >&2");
+    LauncherWindow launcher;
+    startGame(launcher, *wine); // what is needed once is loaded from here on
+    wine->exitWith(0);
+    QTRY_COMPARE(launcher.process->state(), QProcess::NotRunning);
+
+    LauncherSettings::instance().winePath = talker.path();
+    const qint64 before = memoryNow("VmRSS");
+    QVERIFY(before > 0);
+    QVERIFY(resetPeakMemory());
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE_WITH_TIMEOUT(talker.startCount(), 1, 60'000);
+    const qint64 peak = memoryNow("VmHWM");
+    QVERIFY2(peak - before < allowedKb, qPrintable(u"%1 kB, then %2 kB"_s.arg(before).arg(peak)));
+}
+
+void TestGameLaunch::cancelClosesAnIdleWindow()
+{
+    LauncherWindow launcher;
+    const MessageBoxAnswerer user;
+    LauncherWindow::click(launcher.cancel);
+    QVERIFY(!launcher.window.isVisible());
+}
+
+void TestGameLaunch::cancelAsksWhileTheGameRuns()
+{
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::No);
+    LauncherWindow::click(launcher.cancel);
+    QVERIFY(user.isDone());
+    QCOMPARE(user.last().title, u"ZEL Launcher"_s);
+    QCOMPARE(user.last().text, u"O jogo esta em execucao. Deseja encerrar o launcher?"_s);
+    QCOMPARE(user.last().icon, QMessageBox::Question);
+    QCOMPARE(user.last().buttons, QMessageBox::Yes | QMessageBox::No);
+    QCOMPARE(user.last().parent, &launcher.window);
+    QVERIFY(user.last().isModal);
+
+    QVERIFY(launcher.window.isVisible());
+    QVERIFY(launcher.isBusy());
+    QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+    QVERIFY(isAlive(wine->pid()));
+}
+
+void TestGameLaunch::cancelAnsweredYesEndsTheGame()
+{
+    qint64 pid = 0;
+    {
+        LauncherWindow launcher;
+        startGame(launcher, *wine);
+        pid = wine->pid();
+        MessageBoxAnswerer user;
+        user.expect(QMessageBox::Yes);
+        LauncherWindow::click(launcher.cancel);
+        QVERIFY(user.isDone());
+        QVERIFY(!launcher.window.isVisible());
+        QVERIFY(isAlive(pid));
+    }
+    QVERIFY(!isAlive(pid));
+}
+
+void TestGameLaunch::theGameMayEndWhileTheQuestionIsOpen()
+{
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::No, [&](QMessageBox &) {
+        wine->exitWith(3);
+        QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 3)."_s);
+    });
+    LauncherWindow::click(launcher.cancel);
+    QVERIFY(user.isDone());
+    QVERIFY(launcher.window.isVisible());
+    QVERIFY(launcher.isIdle());
+}
+
+void TestGameLaunch::closingTheFrameAsksNothing()
+{
+    qint64 pid = 0;
+    {
+        LauncherWindow launcher;
+        startGame(launcher, *wine);
+        pid = wine->pid();
+        const MessageBoxAnswerer user;
+        QVERIFY(launcher.window.close());
+        QVERIFY(!launcher.window.isVisible());
+    }
+    QVERIFY(!isAlive(pid));
+}
+
+ZEL_GUI_TEST_MAIN(TestGameLaunch)
+
+#include "tst_gamelaunch.moc"
