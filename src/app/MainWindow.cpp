@@ -1,6 +1,5 @@
 #include "app/MainWindow.h"
 
-#include <QEvent>
 #include <QFileInfo>
 #include <QFrame>
 #include <QHBoxLayout>
@@ -65,45 +64,11 @@ QPushButton:disabled { background: #3a3a3a; color: #888888; border-color: #55555
     return sheet.arg(fontPx) + QStringLiteral(" QPushButton { min-width: %1px; }").arg(minWidthPx);
 }
 
-/// A widget that keeps the size limits given here. A style sheet's sizes are those of the content:
-/// the style adds padding and border to them and would overrule the widget's own.
-template<typename Widget> class SizeKeeper : public Widget
-{
-public:
-    SizeKeeper(QSize least, QSize most)
-        : smallest(least)
-        , largest(most)
-    {
-        keepSize();
-    }
-
-protected:
-    bool event(QEvent *event) override
-    {
-        const bool isHandled = Widget::event(event);
-        if (event->type() == QEvent::Polish || event->type() == QEvent::StyleChange) {
-            keepSize();
-        }
-        return isHandled;
-    }
-
-private:
-    void keepSize()
-    {
-        this->setMinimumSize(smallest);
-        this->setMaximumSize(largest);
-        this->resize(this->size().expandedTo(smallest).boundedTo(largest));
-    }
-
-    QSize smallest;
-    QSize largest;
-};
-
 QPushButton *createButton(const QString &text, int width, int fontPx)
 {
-    const QSize size(width, 54);
-    auto *button = new SizeKeeper<QPushButton>(size, size);
-    button->setText(text);
+    auto *button = new QPushButton(text);
+    // With its padding and border the sheet's minimum is the wider of the two, and wins.
+    button->setFixedSize(width, 54);
     button->setCursor(Qt::PointingHandCursor);
     button->setStyleSheet(classicButtonStyle(fontPx, width));
     return button;
@@ -111,9 +76,10 @@ QPushButton *createButton(const QString &text, int width, int fontPx)
 
 QProgressBar *createProgressBar()
 {
-    auto *bar = new SizeKeeper<QProgressBar>(QSize(0, 12), QSize(QWIDGETSIZE_MAX, 12));
+    auto *bar = new QProgressBar;
     bar->setRange(0, 100);
     bar->setTextVisible(false);
+    bar->setFixedHeight(12);
     bar->setStyleSheet(QStringLiteral(R"(
 QProgressBar {
     background-color: #101018;
