@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QPalette>
+
+#include "ui/ZelTheme.h"
+
+/// The colours of what no rule of the theme's sheet paints - buttons, the file chooser, in the light
+/// mode menus and tool tips - so that no text in a colour of the theme's stands on one of the
+/// desktop's.
+namespace ZelPalette
+{
+
+/// The palette that belongs to the style sheet of @p mode. A text has a contrast of at least 4.5:1
+/// to its background, a disabled one of at least 3:1.
+QPalette forMode(ZelTheme::Mode mode);
+
+} // namespace ZelPalette
