@@ -5,6 +5,9 @@
 
 #include "app/MainWindow.h"
 #include "settings/LauncherSettings.h"
+#include "ui/StandardTexts.h"
+#include "ui/ZelPalette.h"
+#include "ui/ZelTheme.h"
 
 namespace
 {
@@ -30,6 +33,13 @@ int main(int argc, char *argv[])
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/Orvandale.ico")));
 
     LauncherSettings::instance().load();
+
+    const ZelTheme::Mode mode = ZelTheme::loadPreferredMode();
+    ZelTheme::apply(app, mode);
+    // What the sheet leaves to the desktop: the other colours, the texts of standard widgets.
+    QApplication::setPalette(ZelPalette::forMode(mode));
+    StandardTexts texts;
+    QCoreApplication::installTranslator(&texts);
 
     MainWindow window;
     window.show();
