@@ -27,6 +27,16 @@ if(ZEL_SANITIZE)
     target_link_options(zel_build INTERFACE ${zel_sanitizers})
 endif()
 
+if(ZEL_FUZZ)
+    # Qt's own assertions count as findings, too.
+    target_compile_definitions(zel_build INTERFACE QT_FORCE_ASSERTS)
+    set(zel_fuzz_sanitizers -fsanitize=address,undefined)
+    target_compile_options(zel_build INTERFACE
+        -fsanitize=fuzzer-no-link ${zel_fuzz_sanitizers}
+        -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(zel_build INTERFACE ${zel_fuzz_sanitizers})
+endif()
+
 if(ZEL_COVERAGE)
     target_compile_options(zel_build INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(zel_build INTERFACE --coverage)

@@ -1,0 +1,123 @@
+#include "FuzzTarget.h"
+
+#include <QFile>
+#include <QGuiApplication>
+#include <QTemporaryDir>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "support/TestMain.h"
+
+namespace
+{
+
+int reportFd = STDERR_FILENO; ///< Where findings are told.
+int printedFd = -1;           ///< Takes what the launcher's code prints, which must be nothing.
+
+[[noreturn]] void fail(const QByteArray &finding)
+{
+    dprintf(reportFd, "\nFINDING: %s\n", finding.constData());
+    std::abort();
+}
+
+void failOnMessage(QtMsgType /*type*/, const QMessageLogContext & /*context*/, const QString &text)
+{
+    fail("Qt said: " + text.toUtf8());
+}
+
+/// Catches standard output and error. The fuzzer has moved its own output to another descriptor
+/// by then.
+void catchPrinted()
+{
+    printedFd = memfd_create("printed", MFD_CLOEXEC);
+    dup2(printedFd, STDOUT_FILENO);
+    dup2(printedFd, STDERR_FILENO);
+    setvbuf(stdout, nullptr, _IONBF, 0);
+}
+
+void requireNothingPrinted()
+{
+    struct stat printed = {};
+    if (fstat(printedFd, &printed) != 0) {
+        fail("the catch of printed output is gone");
+    }
+    if (printed.st_size == 0) {
+        return;
+    }
+    QByteArray text(printed.st_size, Qt::Uninitialized);
+    text.truncate(pread(printedFd, text.data(), std::size_t(text.size()), 0));
+    fail("printed: " + text);
+}
+
+QTemporaryDir *folder = nullptr;
+
+} // namespace
+
+void Fuzz::require(bool holds, const char *property)
+{
+    if (!holds) {
+        fail(property);
+    }
+}
+
+QString Fuzz::path(const QString &name)
+{
+    return folder->filePath(name);
+}
+
+void Fuzz::writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    require(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
+                file.write(bytes) == bytes.size(),
+            "the target could not write its own file");
+}
+
+QByteArray Fuzz::readFile(const QString &path)
+{
+    QFile file(path);
+    require(file.open(QIODevice::ReadOnly), "a file that must be there could not be read");
+    return file.readAll();
+}
+
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
+{
+    // The fuzzer's own output leaves the two standard descriptors to the launcher's code.
+    static char moveOutput[] = "-close_fd_mask=3";
+    static std::vector<char *> arguments(*argv, *argv + *argc);
+    arguments.push_back(moveOutput);
+    *argc = int(arguments.size());
+    arguments.push_back(nullptr);
+    *argv = arguments.data();
+    reportFd = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
+
+    static TestEnvironment environment;
+    static QTemporaryDir ownFolder;
+    folder = &ownFolder;
+    qputenv("LC_ALL", "C.UTF-8");
+
+    // A graphical application, for the value types that the launcher has.
+    static int appArgc = 1;
+    static QGuiApplication app(appArgc, *argv);
+    TestEnvironment::nameApplication();
+    qInstallMessageHandler(failOnMessage);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    if (printedFd < 0) {
+        catchPrinted();
+    }
+    fuzzOne(QByteArray(reinterpret_cast<const char *>(data), qsizetype(size)));
+    requireNothingPrinted();
+    return 0;
+}

@@ -1,0 +1,56 @@
+// The input is a "serverlist.txt". What is detected in it and written back is detected again.
+
+#include <algorithm>
+
+#include "FuzzTarget.h"
+#include "client/ServerList.h"
+
+using Fuzz::require;
+
+namespace
+{
+
+void requireRowsInOrder(const QString &path)
+{
+    QList<ServerEntry> entries{ServerEntry{7, 7, QStringLiteral("stale"), {}}};
+    QString error;
+    require(ServerList::load(path, &entries, &error) && error.isNull(), "any text loads");
+    for (const ServerEntry &entry : std::as_const(entries)) {
+        require(!entry.ip.isEmpty() && !entry.ip.contains(u' ') && !entry.ip.contains(u'\n') &&
+                    entry.ip != QStringLiteral("stale"),
+                "a row has an address of one word from the file");
+        require(entry.name.isEmpty(), "no row has a name");
+    }
+}
+
+} // namespace
+
+void fuzzOne(const QByteArray &input)
+{
+    const QString path = Fuzz::path(QStringLiteral("serverlist.txt"));
+    Fuzz::writeFile(path, input);
+    requireRowsInOrder(path);
+
+    QString ip = QStringLiteral("untouched");
+    int channels = -7;
+    if (!ServerList::detectPrimary(path, &ip, &channels)) {
+        require(ip == QStringLiteral("untouched") && channels == -7,
+                "without a server both results stay as they were");
+        return;
+    }
+    require(!ip.isEmpty() && channels >= 1, "a server has an address and a channel");
+
+    QString error;
+    if (!ServerList::writeMinimal(path, 0, ip, channels, &error)) {
+        // White space beyond ASCII does not end a word of the list, yet trims to nothing.
+        require(ip.trimmed().isEmpty() && error == QStringLiteral("IP invalido."),
+                "only an address of nothing but white space is refused");
+        require(Fuzz::readFile(path) == input, "a refused address leaves the file untouched");
+        return;
+    }
+    QString writtenIp;
+    int writtenChannels = 0;
+    require(ServerList::detectPrimary(path, &writtenIp, &writtenChannels), "a written list reads");
+    require(writtenIp == ip.trimmed(), "a written address reads as it was");
+    require(writtenChannels == std::clamp(channels, 1, 10), "the channels are limited to 1..10");
+}
