@@ -1,0 +1,73 @@
+// The input is split at its NUL characters into words, which a real bash must see unchanged.
+//
+// shellQuote() is local to the main window's source file, so that file is compiled into this
+// program.
+
+#include "app/MainWindow.cpp"
+
+#include <QByteArrayList>
+#include <QProcess>
+#include <QProcessEnvironment>
+
+#include "FuzzTarget.h"
+
+using Fuzz::require;
+
+namespace
+{
+
+/// A bash that evaluates one command line after another. A quoting error must not reach the
+/// machine: it is restricted, finds no program and lacks its own dangerous commands.
+class Bash
+{
+public:
+    Bash()
+    {
+        QProcessEnvironment environment;
+        environment.insert(QStringLiteral("PATH"), QStringLiteral("/nonexistent"));
+        environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process.start(QStringLiteral("/bin/bash"),
+                      {QStringLiteral("--restricted"), QStringLiteral("-c"),
+                       QStringLiteral("enable -n kill exec source . suspend\n"
+                                      "while IFS= read -r -d '' line; do eval \"$line\"; done")});
+        require(process.waitForStarted(), "bash starts");
+    }
+
+    ~Bash()
+    {
+        process.closeWriteChannel();
+        process.waitForFinished();
+    }
+
+    /// What printf prints of @p words, which stand in its command line as they are.
+    QByteArray print(const QStringList &words)
+    {
+        process.write("printf '%s\\0' " + words.join(u' ').toUtf8() + '\0');
+        QByteArray printed;
+        while (printed.count('\0') < words.size() && process.waitForReadyRead(5000)) {
+            printed += process.readAllStandardOutput();
+        }
+        return printed;
+    }
+
+private:
+    QProcess process;
+};
+
+} // namespace
+
+void fuzzOne(const QByteArray &input)
+{
+    static Bash bash;
+
+    QStringList quoted;
+    QByteArray expected;
+    for (const QByteArray &part : input.split('\0')) {
+        const QString word = QString::fromUtf8(part);
+        quoted += shellQuote(word);
+        expected += word.toUtf8() + '\0';
+    }
+    require(bash.print(quoted) == expected, "bash sees each word unchanged");
+}
