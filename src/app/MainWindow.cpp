@@ -157,6 +157,7 @@ void MainWindow::setupUi()
     backgroundLabel = new QLabel;
     backgroundLabel->setFixedSize(pictureSize);
     backgroundLabel->setScaledContents(true);
+    backgroundLabel->setAccessibleName(QStringLiteral("Imagem do jogo"));
 
     bottomFrame = new QFrame;
     bottomFrame->setObjectName(QStringLiteral("LauncherBottom"));
@@ -199,7 +200,9 @@ QLayout *MainWindow::createButtonRow()
     settingsButton = createButton(QStringLiteral("Configuracao"), 112, 12);
     cancelButton = createButton(QStringLiteral("Cancelar"), 96, 12);
     progressBar = createProgressBar();
+    progressBar->setAccessibleName(QStringLiteral("Progresso da atualizacao"));
     progressBarLead = createProgressBar();
+    progressBarLead->setAccessibleName(QStringLiteral("Progresso da atualizacao, adiantado"));
 
     auto *bars = new QVBoxLayout;
     bars->setSpacing(8);
@@ -225,8 +228,12 @@ void MainWindow::loadBackground()
         statusLabel->setText(QStringLiteral("Launcher.bmp nao encontrado: ") + path);
         return;
     }
-    backgroundLabel->setPixmap(
-        picture.scaled(pictureSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    // On a scaled display the picture has more pixels in the same place, and stays sharp.
+    const qreal ratio = devicePixelRatio();
+    QPixmap scaled =
+        picture.scaled(pictureSize * ratio, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    scaled.setDevicePixelRatio(ratio);
+    backgroundLabel->setPixmap(scaled);
 }
 
 void MainWindow::refreshUi()
