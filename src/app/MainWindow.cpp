@@ -1,8 +1,10 @@
 #include "app/MainWindow.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QFrame>
 #include <QHBoxLayout>
+#include <QImageReader>
 #include <QLabel>
 #include <QPixmap>
 #include <QProgressBar>
@@ -95,6 +97,23 @@ QProgressBar::chunk {
 }
 )"));
     return bar;
+}
+
+/// The picture in the file at @p path, null when there is none.
+QPixmap readPicture(const QString &path)
+{
+    QPixmap picture;
+    QFile file(path);
+    if (file.open(QIODevice::ReadOnly)) {
+        // It is a BMP nearly always. Finding the format out would load every image plugin first.
+        QImageReader reader(&file, "bmp");
+        reader.setAutoDetectImageFormat(false);
+        picture = QPixmap::fromImageReader(&reader);
+    }
+    if (picture.isNull()) {
+        picture.load(path);
+    }
+    return picture;
 }
 
 /// @p word as one word of a shell command line, whatever it holds.
@@ -221,7 +240,7 @@ QLayout *MainWindow::createButtonRow()
 void MainWindow::loadBackground()
 {
     const QString path = LauncherSettings::instance().launcherBmpPath();
-    const QPixmap picture(path);
+    const QPixmap picture = readPicture(path);
     if (picture.isNull()) {
         backgroundLabel->setPixmap(QPixmap());
         backgroundLabel->setStyleSheet(QStringLiteral("background-color: #000000;"));

@@ -1,6 +1,7 @@
 #include "support/TestMain.h"
 
 #include <QBoxLayout>
+#include <QBuffer>
 #include <QImage>
 #include <QPainter>
 #include <QScopeGuard>
@@ -74,6 +75,7 @@ private slots:
     void aPictureOfAnySizeFillsTheWindow_data();
     void aPictureOfAnySizeFillsTheWindow();
     void thePictureIsScaledSmoothly();
+    void aPictureOfAnotherFormatIsShown();
     void withoutAPictureTheAreaIsBlack_data();
     void withoutAPictureTheAreaIsBlack();
     void theSummaryReplacesTheWarningOfAMissingPictureOnPurpose();
@@ -409,6 +411,19 @@ void TestMainWindow::thePictureIsScaledSmoothly()
     const LauncherWindow launcher;
     const QColor middle = launcher.picture->pixmap().toImage().pixelColor(480, 296);
     QVERIFY2(middle.red() > 64 && middle.red() < 192, qPrintable(middle.name()));
+}
+
+void TestMainWindow::aPictureOfAnotherFormatIsShown()
+{
+    QImage picture(pictureSize, QImage::Format_RGB32);
+    picture.fill(QColor(QStringLiteral("#305080")));
+    QBuffer png;
+    QVERIFY(picture.save(&png, "PNG"));
+    const FakeClient client;
+    client.write(QStringLiteral("Launcher.bmp"), png.data());
+    client.useInLauncher();
+    const LauncherWindow launcher;
+    QCOMPARE(launcher.picture->pixmap().toImage().convertToFormat(picture.format()), picture);
 }
 
 void TestMainWindow::withoutAPictureTheAreaIsBlack_data()
