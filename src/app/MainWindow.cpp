@@ -19,6 +19,7 @@
 #include "patch/PatchManager.h"
 #include "settings/LauncherSettings.h"
 #include "ui/MessageBox.h"
+#include "ui/SettingsDialog.h"
 
 namespace
 {
@@ -416,4 +417,12 @@ void MainWindow::onCancel()
     close();
 }
 
-void MainWindow::onOpenSettings() {}
+void MainWindow::onOpenSettings()
+{
+    SettingsDialog dialog(this);
+    if (dialog.exec() != QDialog::Accepted) {
+        return;
+    }
+    loadBackground();
+    refreshUi();
+}
