@@ -8,14 +8,13 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QScopeGuard>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <cerrno>
 #include <csignal>
 #include <memory>
 
-#include <unistd.h>
+#include "support/FakeSystem.h"
 
 using namespace Qt::StringLiterals;
 
@@ -169,14 +168,11 @@ private:
     void realShell(const QByteArray &profile) const;
     QStringList discovered() const;
 
-    QString fake(const QString &systemPath) const { return at(u"system"_s + systemPath); }
-    QStringList inFakeSystem(const QStringList &command) const;
-    QString complaintOf(QStringList line) const;
-    bool systemCanBeFaked();
+    QString fake(const QString &systemPath) const { return fakeSystem->path(systemPath); }
     QStringList discoveredInFakeSystem() const;
 
     std::unique_ptr<QTemporaryDir> root;
-    QString obstacle;
+    std::unique_ptr<FakeSystem> fakeSystem;
     QString oldWorkingDir;
     QByteArray oldPath;
     QByteArray oldHome;
@@ -192,8 +188,8 @@ void TestWineDiscovery::init()
     root = std::make_unique<QTemporaryDir>(
         QDir(QFileInfo(QDir::tempPath()).canonicalFilePath()).filePath(u"zel-wine-XXXXXX"_s));
     QVERIFY(root->isValid());
-    for (const QString &name : {u"bin"_s, u"home"_s, u"work"_s, u"system/opt"_s,
-                                u"system/usr/bin"_s, u"system/usr/local/bin"_s}) {
+    fakeSystem = std::make_unique<FakeSystem>();
+    for (const QString &name : {u"bin"_s, u"home"_s, u"work"_s}) {
         QVERIFY(QDir().mkpath(at(name)));
     }
     qputenv("PATH", at(u"bin"_s).toLocal8Bit());
@@ -206,6 +202,7 @@ void TestWineDiscovery::cleanup()
     qputenv("PATH", oldPath);
     qputenv("HOME", oldHome);
     QDir::setCurrent(oldWorkingDir);
+    fakeSystem.reset();
     root.reset();
 }
 
@@ -623,65 +620,16 @@ void TestWineDiscovery::nothingIsPrinted()
     QCOMPARE(child.readAllStandardError(), QByteArray());
 }
 
-/// A command line that runs @p command where fake() folders stand in for the system's.
-QStringList TestWineDiscovery::inFakeSystem(const QStringList &command) const
-{
-    // Over /usr/bin last: the tools come from there.
-    const QString script = u"mount --bind \"$1/opt\" /opt && "
-                           "mount --bind \"$1/usr/local/bin\" /usr/local/bin && "
-                           "mount --bind \"$1/usr/bin\" /usr/bin && "
-                           "export PATH=\"$2\" && shift 2 && exec \"$@\""_s;
-    QStringList line{u"unshare"_s, u"--mount"_s};
-    if (geteuid() != 0) {
-        line << u"--map-root-user"_s;
-    }
-    line << u"/bin/sh"_s << u"-c"_s << script << u"sh"_s;
-    return line << at(u"system"_s) << qEnvironmentVariable("PATH") << command;
-}
-
-/// Runs @p line with the machine's own search path; empty when that went well, else what it said.
-QString TestWineDiscovery::complaintOf(QStringList line) const
-{
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"PATH"_s, QString::fromLocal8Bit(oldPath));
-    process.setProcessEnvironment(environment);
-    const QString program = line.takeFirst();
-    process.start(
-        QStandardPaths::findExecutable(program, QString::fromLocal8Bit(oldPath).split(u':')), line);
-    if (!process.waitForFinished()) {
-        return process.errorString();
-    }
-    const QString said = QString::fromLocal8Bit(process.readAllStandardError()).trimmed();
-    return process.exitCode() == 0 ? QString() : u"it said: "_s + said;
-}
-
-/// True when the machine lets the test stand fake() folders in for the system's.
-bool TestWineDiscovery::systemCanBeFaked()
-{
-    obstacle = complaintOf(inFakeSystem({QCoreApplication::applicationFilePath(),
-                                         QLatin1String(discoverArgument), at(u"probe"_s)}));
-    return obstacle.isEmpty();
-}
-
-/// The whole of what discovery finds where fake() folders stand in for the system's.
+/// The whole of what discovery finds where the fake system stands in.
 QStringList TestWineDiscovery::discoveredInFakeSystem() const
 {
     const QString result = at(u"result"_s);
-    const QString complaint = complaintOf(inFakeSystem(
-        {QCoreApplication::applicationFilePath(), QLatin1String(discoverArgument), result}));
+    const QString complaint = fakeSystem->runSelf({QLatin1String(discoverArgument), result});
     if (!complaint.isEmpty()) {
         return {complaint};
     }
     return QString::fromUtf8(contentOf(result)).split(u'\n', Qt::SkipEmptyParts);
 }
-
-#define NEEDS_A_FAKE_SYSTEM()                                                                      \
-    do {                                                                                           \
-        if (!systemCanBeFaked()) {                                                                 \
-            QSKIP(qPrintable(u"no folders can be mounted here, "_s + obstacle));                   \
-        }                                                                                          \
-    } while (false)
 
 void TestWineDiscovery::theFixedPathsComeFirst()
 {
