@@ -157,6 +157,12 @@ QSlider *createSlider()
     return slider;
 }
 
+/// @p path as a place for a chooser to start at. Nothing can start at one with a NUL.
+QString startPath(const QString &path)
+{
+    return path.contains(QChar::Null) ? QString() : path;
+}
+
 QPushButton *createBrowseButton(const QString &purpose)
 {
     auto *button = new QPushButton(QStringLiteral("..."));
@@ -585,7 +591,7 @@ void SettingsDialog::setSliderWithLabel(QSlider * /*slider*/, QLabel *label, int
 void SettingsDialog::onBrowseClientDir()
 {
     const QString dir =
-        QFileDialog::getExistingDirectory(this, clientDirTitle(), clientDirEdit->text());
+        QFileDialog::getExistingDirectory(this, clientDirTitle(), startPath(clientDirEdit->text()));
     if (dir.isEmpty()) {
         return;
     }
@@ -607,7 +613,7 @@ void SettingsDialog::onBrowseClientDir()
 void SettingsDialog::onBrowseClientExe()
 {
     const QString path = QFileDialog::getOpenFileName(
-        this, QStringLiteral("Executavel do jogo"), clientDirEdit->text(),
+        this, QStringLiteral("Executavel do jogo"), startPath(clientDirEdit->text()),
         QStringLiteral("Executavel (*.exe);;Todos (*)"));
     if (!path.isEmpty()) {
         clientExeEdit->setText(path);
@@ -617,8 +623,8 @@ void SettingsDialog::onBrowseClientExe()
 void SettingsDialog::onBrowseWine()
 {
     const QString path =
-        QFileDialog::getOpenFileName(this, QStringLiteral("Executavel do Wine"), selectedWinePath(),
-                                     QStringLiteral("Todos (*)"));
+        QFileDialog::getOpenFileName(this, QStringLiteral("Executavel do Wine"),
+                                     startPath(selectedWinePath()), QStringLiteral("Todos (*)"));
     if (!path.isEmpty()) {
         refreshWineInstallations(path);
     }

@@ -1,0 +1,73 @@
+#include "support/FileChooserUser.h"
+
+#include <QApplication>
+#include <QDialogButtonBox>
+#include <QEvent>
+#include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QTest>
+
+FileChooserUser::FileChooserUser()
+{
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    QApplication::instance()->installEventFilter(this);
+}
+
+FileChooserUser::~FileChooserUser()
+{
+    if (!answers.isEmpty()) {
+        QTest::qFail("an expected file chooser did not come", __FILE__, __LINE__);
+    }
+}
+
+bool FileChooserUser::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::Show) {
+        if (auto *dialog = qobject_cast<QFileDialog *>(watched)) {
+            // Answered from inside its own event loop, like by a user.
+            QMetaObject::invokeMethod(
+                this,
+                [this, shown = QPointer<QFileDialog>(dialog)] {
+                    if (shown) {
+                        answer(shown);
+                    }
+                },
+                Qt::QueuedConnection);
+        }
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void FileChooserUser::answer(QFileDialog *dialog)
+{
+    auto *edit = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+    auto *buttons = dialog->findChild<QDialogButtonBox *>();
+    seen.append({dialog->windowTitle(), dialog->directory().absolutePath(), edit->text(),
+                 dialog->nameFilters(), dialog->fileMode(),
+                 dialog->testOption(QFileDialog::ShowDirsOnly), dialog->parentWidget()});
+    if (answers.isEmpty()) {
+        QTest::qFail("unexpected file chooser", __FILE__, __LINE__);
+        dialog->reject();
+        return;
+    }
+    const QString path = answers.takeFirst();
+    if (path.isEmpty()) {
+        QTest::mouseClick(buttons->button(QDialogButtonBox::Cancel), Qt::LeftButton);
+        return;
+    }
+    dialog->activateWindow();
+    if (!QTest::qWaitForWindowActive(dialog)) {
+        QTest::qFail("the file chooser does not become active", __FILE__, __LINE__);
+    }
+    edit->setCompleter(nullptr); // no list opens over the buttons
+    edit->setFocus();            // without it the dialog fills the name in by itself
+    edit->selectAll();
+    QTest::keyClicks(edit, path);
+    QTest::mouseClick(buttons->button(QDialogButtonBox::Open), Qt::LeftButton);
+    if (dialog->isVisible()) {
+        QTest::qFail(qPrintable(QStringLiteral("the chooser does not take ") + path), __FILE__,
+                     __LINE__);
+        dialog->reject();
+    }
+}

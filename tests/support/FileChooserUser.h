@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QFileDialog>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+/// The user in front of the file choosers, which must be Qt's own. While one of these lives, each
+/// chooser must be one that it was told to answer and each answer must be used; the test fails
+/// otherwise.
+class FileChooserUser : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What a chooser showed.
+    struct Chooser {
+        QString title;
+        QString folder; ///< Where it started.
+        QString file;   ///< The name that was filled in.
+        QStringList filters;
+        QFileDialog::FileMode mode;
+        bool foldersOnly;
+        QWidget *parent;
+    };
+
+    FileChooserUser();
+    ~FileChooserUser() override;
+
+    /// Picks @p path in the next chooser.
+    void pick(const QString &path) { answers << path; }
+    /// Cancels the next chooser.
+    void cancel() { answers << QString(); }
+
+    /// The choosers so far.
+    const QList<Chooser> &choosers() const { return seen; }
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void answer(QFileDialog *dialog);
+
+    QStringList answers;
+    QList<Chooser> seen;
+};
