@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QByteArray>
+#include <QMap>
+#include <QString>
+#include <QStringList>
+
+/// A test program that a test runs as a process of its own: for what happens once in a process,
+/// and for a file system that other processes must not see changed.
+class Child
+{
+public:
+    /// Runs this test program again with "--child" and @p childArguments.
+    explicit Child(const QStringList &childArguments);
+
+    /// Uses @p program, a copy of this test program.
+    void setProgram(const QString &path);
+    /// Sets the environment variable @p name for the child.
+    void setVariable(const QString &name, const QString &value);
+    /// Starts the child in the folder at @p path.
+    void setWorkingFolder(const QString &path);
+    /// Runs the commands of @p script in bash first, with mounts that only the child sees. Use
+    /// only where canMount() is true.
+    void mountFirst(const QString &script);
+
+    /// Runs the child to its end and returns what it wrote to its standard output. A child that
+    /// fails, or writes anything to its standard error, aborts the test program.
+    QByteArray output() const;
+
+    /// True when this user may have mounts of his own.
+    static bool canMount();
+
+private:
+    QString program;
+    QStringList arguments;
+    QString workingFolder;
+    QString mountScript;
+    QMap<QString, QString> variables;
+};

@@ -1,0 +1,105 @@
+#include "support/Disk.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <csignal>
+
+namespace
+{
+
+void require(bool done, const char *what, const QString &path)
+{
+    if (!done) {
+        qFatal("%s: %s", what, qPrintable(path));
+    }
+}
+
+} // namespace
+
+void Disk::write(const QString &path, const QByteArray &bytes)
+{
+    makeFolder(QFileInfo(path).path());
+    QFile file(path);
+    require(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush(),
+            "cannot write", path);
+}
+
+QByteArray Disk::read(const QString &path)
+{
+    QFile file(path);
+    require(file.open(QIODevice::ReadOnly), "cannot read", path);
+    return file.readAll();
+}
+
+void Disk::makeFolder(const QString &path)
+{
+    require(QDir().mkpath(path), "cannot make the folder", path);
+}
+
+void Disk::makeLink(const QString &path, const QString &target)
+{
+    require(QFile::link(target, path), "cannot make the link", path);
+}
+
+void Disk::makeFull(const QString &path)
+{
+    makeLink(path, QStringLiteral("/dev/full"));
+}
+
+QStringList Disk::names(const QString &path)
+{
+    return QDir(path).entryList(
+        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+Disk::SizeLimit::SizeLimit(rlim_t bytes)
+{
+    // The signal would end the program; without it the write fails.
+    std::signal(SIGXFSZ, SIG_IGN);
+    require(getrlimit(RLIMIT_FSIZE, &before) == 0, "cannot read the limit of",
+            QStringLiteral("files"));
+    rlimit limit = before;
+    limit.rlim_cur = bytes;
+    require(setrlimit(RLIMIT_FSIZE, &limit) == 0, "cannot set the limit of",
+            QStringLiteral("files"));
+}
+
+Disk::SizeLimit::~SizeLimit()
+{
+    setrlimit(RLIMIT_FSIZE, &before);
+}
+
+Disk::WorkingFolder::WorkingFolder(const QString &path)
+    : before(QDir::currentPath())
+{
+    require(QDir::setCurrent(path), "cannot work in", path);
+}
+
+Disk::WorkingFolder::~WorkingFolder()
+{
+    QDir::setCurrent(before);
+}
+
+void FolderTest::init()
+{
+    TestBase::init();
+    dir.emplace();
+    QVERIFY(dir->isValid());
+}
+
+void FolderTest::cleanup()
+{
+    dir.reset();
+}
+
+QString FolderTest::folder() const
+{
+    return dir.value().path();
+}
+
+QString FolderTest::at(const QString &name) const
+{
+    return name.isEmpty() ? name : QDir(folder()).filePath(name);
+}
