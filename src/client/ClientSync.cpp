@@ -8,9 +8,9 @@
 #include <algorithm>
 
 #include "client/ConfigBin.h"
+#include "client/Files.h"
 #include "client/ServerList.h"
 #include "client/SnBin.h"
-#include "client/WholeFile.h"
 
 namespace
 {
@@ -21,7 +21,7 @@ constexpr int snBinGroup = 1;
 
 bool isFolder(const QString &path)
 {
-    return !path.isEmpty() && QFileInfo(path).isDir();
+    return Files::isPath(path) && QFileInfo(path).isDir();
 }
 
 QString noFolderText()
@@ -33,7 +33,7 @@ bool writeServerTxt(const QDir &client, const QString &ip, QString *error)
 {
     QFile file(client.filePath(QStringLiteral("server.txt")));
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        return WholeFile::fail(error, QStringLiteral("Nao foi possivel gravar server.txt"));
+        return Files::fail(error, QStringLiteral("Nao foi possivel gravar server.txt"));
     }
     file.write(ip.toUtf8());
     file.write("\n");
@@ -66,13 +66,16 @@ QByteArray withServerIp(const QByteArray &text, const QString &ip)
 void updateLoginIni(const QDir &client, const QString &ip)
 {
     QFile file(client.filePath(QStringLiteral("zel_login.ini")));
-    if (!file.exists() || !file.open(QIODevice::ReadWrite | QIODevice::Text)) {
+    if (!Files::openToRead(file, QIODevice::ReadWrite | QIODevice::Text)) {
         return;
     }
-    const QByteArray text = withServerIp(file.readAll(), ip);
+    const QByteArray text = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        return; // what was not read could not be written back
+    }
     file.resize(0);
     file.seek(0);
-    file.write(text);
+    file.write(withServerIp(text, ip));
 }
 
 void removePatchedExe(const QDir &client)
@@ -93,7 +96,7 @@ int ClientSync::clampChannelCount(int n)
 bool ClientSync::writeGameConfig(const QString &clientDir, const ClientConfig &cfg, QString *error)
 {
     if (!isFolder(clientDir)) {
-        return WholeFile::fail(error, noFolderText());
+        return Files::fail(error, noFolderText());
     }
     return ConfigBin::save(QDir(clientDir).filePath(QStringLiteral("Config.bin")), cfg, error);
 }
@@ -102,11 +105,11 @@ bool ClientSync::writeServerFiles(const QString &clientDir, const ServerProfile 
                                   QString *error)
 {
     if (!isFolder(clientDir)) {
-        return WholeFile::fail(error, noFolderText());
+        return Files::fail(error, noFolderText());
     }
     const QString ip = profile.ip.trimmed();
     if (ip.isEmpty() || ip.contains(u' ')) {
-        return WholeFile::fail(error, QStringLiteral("Informe o IP do servidor."));
+        return Files::fail(error, QStringLiteral("Informe o IP do servidor."));
     }
     const QString name = SnBin::preparedName(profile.name);
     const int channels = clampChannelCount(profile.channelCount);

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-#include "client/WholeFile.h"
+#include "client/Files.h"
 
 namespace
 {
@@ -54,23 +54,23 @@ int levelFromPercent(int percent)
 bool ConfigBin::load(const QString &path, ClientConfig *cfg, QString *error)
 {
     if (cfg == nullptr) {
-        return WholeFile::fail(error, QStringLiteral("Config invalido."));
+        return Files::fail(error, QStringLiteral("Config invalido."));
     }
-    if (!QFile::exists(path)) {
+    if (!Files::exists(path)) {
         *cfg = ClientConfig();
         cfg->raw = newFileWords();
         return true;
     }
 
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return WholeFile::fail(error, QStringLiteral("Nao foi possivel abrir %1").arg(path));
+    if (!Files::openToRead(file, QIODevice::ReadOnly)) {
+        return Files::fail(error, QStringLiteral("Nao foi possivel abrir %1").arg(path));
     }
-    const QByteArray bytes = file.readAll();
+    const QByteArray bytes = file.read(fileSize + 1); // a foreign file may be of any size
     if (bytes.size() != fileSize) {
-        return WholeFile::fail(error,
-                               QStringLiteral("Config.bin invalido (%1 bytes, esperado %2).")
-                                   .arg(QString::number(bytes.size()), QString::number(fileSize)));
+        const qint64 size = bytes.size() < fileSize ? bytes.size() : file.size();
+        return Files::fail(error, QStringLiteral("Config.bin invalido (%1 bytes, esperado %2).")
+                                      .arg(QString::number(size), QString::number(fileSize)));
     }
 
     std::array<qint16, wordCount> words{};
@@ -124,7 +124,7 @@ bool ConfigBin::save(const QString &path, const ClientConfig &cfg, QString *erro
 
     QByteArray bytes(fileSize, Qt::Uninitialized);
     qToLittleEndian<qint16>(words.constData(), wordCount, bytes.data());
-    return WholeFile::write(path, bytes, error);
+    return Files::write(path, bytes, error);
 }
 
 int ConfigBin::soundPercentFromLevel(int level)

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "client/WholeFile.h"
+#include "client/Files.h"
 
 namespace
 {
@@ -61,16 +61,16 @@ std::optional<int> primaryGroup(const QList<ServerEntry> &entries)
 bool ServerList::load(const QString &path, QList<ServerEntry> *entries, QString *error)
 {
     if (entries == nullptr) {
-        return WholeFile::fail(error, QStringLiteral("Lista invalida."));
+        return Files::fail(error, QStringLiteral("Lista invalida."));
     }
     entries->clear();
-    if (!QFile::exists(path)) {
+    if (!Files::exists(path)) {
         return true;
     }
 
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        return WholeFile::fail(error, QStringLiteral("Nao foi possivel abrir %1").arg(path));
+    if (!Files::openToRead(file, QIODevice::ReadOnly | QIODevice::Text)) {
+        return Files::fail(error, QStringLiteral("Nao foi possivel abrir %1").arg(path));
     }
     while (!file.atEnd()) {
         const auto entry = parseLine(QString::fromUtf8(file.readLine()));
@@ -125,11 +125,11 @@ bool ServerList::writeMinimal(const QString &path, int group, const QString &ip,
                               QString *error)
 {
     if (group < 0 || group > 9) {
-        return WholeFile::fail(error, QStringLiteral("Grupo invalido: %1").arg(group));
+        return Files::fail(error, QStringLiteral("Grupo invalido: %1").arg(group));
     }
     const QString address = ip.trimmed();
     if (address.isEmpty() || address.contains(u' ')) {
-        return WholeFile::fail(error, QStringLiteral("IP invalido."));
+        return Files::fail(error, QStringLiteral("IP invalido."));
     }
 
     QString text;
@@ -138,5 +138,5 @@ bool ServerList::writeMinimal(const QString &path, int group, const QString &ip,
         text += QStringLiteral("%1 %2 %3\n")
                     .arg(QString::number(group), QString::number(channel), address);
     }
-    return WholeFile::write(path, text.toUtf8(), error);
+    return Files::write(path, text.toUtf8(), error);
 }

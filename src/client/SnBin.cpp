@@ -5,7 +5,7 @@
 
 #include <optional>
 
-#include "client/WholeFile.h"
+#include "client/Files.h"
 
 namespace
 {
@@ -28,7 +28,7 @@ bool isGroupId(int group)
 std::optional<QStringList> firstLineTokens(const QString &path)
 {
     QFile file(path);
-    if (path.isEmpty() || !file.open(QIODevice::ReadOnly)) {
+    if (!Files::openToRead(file, QIODevice::ReadOnly)) {
         return std::nullopt;
     }
     return QString::fromUtf8(file.readLine()).trimmed().split(u' ', Qt::SkipEmptyParts);
@@ -76,11 +76,11 @@ QString SnBin::preparedName(const QString &name)
 bool SnBin::writeMainGroup(const QString &path, int group, const QString &name, QString *error)
 {
     if (!isGroupId(group)) {
-        return WholeFile::fail(error,
-                               QStringLiteral("ID de grupo invalido para sn.bin: %1").arg(group));
+        return Files::fail(error,
+                           QStringLiteral("ID de grupo invalido para sn.bin: %1").arg(group));
     }
     const QString firstLine =
         QStringLiteral("%1 %2\n").arg(QString::number(group), preparedName(name));
-    return WholeFile::write(
-        path, firstLine.toUtf8() + QByteArray("0\n").repeated(trailingLineCount), error);
+    return Files::write(path, firstLine.toUtf8() + QByteArray("0\n").repeated(trailingLineCount),
+                        error);
 }

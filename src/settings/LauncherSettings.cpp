@@ -7,9 +7,9 @@
 #include <QStandardPaths>
 
 #include "client/ClientSync.h"
+#include "client/Files.h"
 #include "client/ServerList.h"
 #include "client/SnBin.h"
-#include "client/WholeFile.h"
 
 namespace
 {
@@ -43,7 +43,7 @@ public:
 
 QString absolutePath(const QString &path)
 {
-    return path.isEmpty() ? QDir::currentPath() : QFileInfo(path).absoluteFilePath();
+    return Files::isPath(path) ? QFileInfo(path).absoluteFilePath() : path;
 }
 
 } // namespace
@@ -74,7 +74,7 @@ void LauncherSettings::load()
     if (clientDir.isEmpty()) {
         // A launcher installed inside the client folder needs no configuration.
         const QString ownDir = QCoreApplication::applicationDirPath();
-        if (QFileInfo::exists(ownDir)) {
+        if (Files::exists(ownDir)) {
             clientDir = absolutePath(ownDir);
         }
     }
@@ -122,7 +122,7 @@ QString LauncherSettings::launcherBmpPath() const
 {
     const QString name = QStringLiteral("Launcher.bmp");
     const QString inClient = inClientDir(name);
-    if (QFileInfo::exists(inClient)) {
+    if (Files::exists(inClient)) {
         return inClient;
     }
     return QDir(QCoreApplication::applicationDirPath()).filePath(name);
@@ -130,17 +130,17 @@ QString LauncherSettings::launcherBmpPath() const
 
 QString LauncherSettings::baseClientExePath() const
 {
-    if (QFileInfo::exists(clientExe)) {
+    if (Files::exists(clientExe)) {
         return absolutePath(clientExe);
     }
     const QString primary = inClientDir(clientExe);
-    if (QFileInfo::exists(primary)) {
+    if (Files::exists(primary)) {
         return absolutePath(primary);
     }
     for (const QString &name : {QStringLiteral("ZELmarind.exe"), QStringLiteral("ZEL IP 14.exe"),
                                 QStringLiteral("ZELLauncher.exe")}) {
         const QString path = inClientDir(name);
-        if (QFileInfo::exists(path)) {
+        if (Files::exists(path)) {
             return absolutePath(path);
         }
     }
@@ -154,13 +154,13 @@ QString LauncherSettings::resolvedClientExe() const
 
 QString LauncherSettings::resolvedWine() const
 {
-    if (!winePath.isEmpty() && QFileInfo::exists(winePath)) {
+    if (Files::exists(winePath)) {
         return winePath;
     }
     // Plain "wine" comes first here: it starts 32-bit clients too where that is installed.
     for (const QString &candidate : {QStringLiteral("/usr/bin/wine"),
                                      QStringLiteral("/usr/bin/wine64"), QStringLiteral("wine")}) {
-        if (QFileInfo::exists(candidate)) {
+        if (Files::exists(candidate)) {
             return candidate;
         }
         const QString found = QStandardPaths::findExecutable(candidate);
@@ -195,7 +195,7 @@ bool LauncherSettings::syncClientFiles(QString *error) const
     }
     QString text;
     if (!ClientSync::writeGameConfig(clientDir, clientConfig, &text)) {
-        return WholeFile::fail(
+        return Files::fail(
             error,
             QStringLiteral("Servidor configurado, mas Config.bin nao foi gravado:\n%1").arg(text));
     }
@@ -204,8 +204,8 @@ bool LauncherSettings::syncClientFiles(QString *error) const
 
 bool LauncherSettings::syncServerFilesOnly(QString *error) const
 {
-    if (clientDir.isEmpty() || !QFileInfo::exists(clientDir)) {
-        return WholeFile::fail(error, QStringLiteral("Configure a pasta do cliente."));
+    if (!Files::exists(clientDir)) {
+        return Files::fail(error, QStringLiteral("Configure a pasta do cliente."));
     }
     return ClientSync::writeServerFiles(clientDir, {serverName, serverIp, channelCount}, error);
 }

@@ -1,20 +1,696 @@
-#include "support/TestMain.h"
+#include "support/Disk.h"
+
+#include <QFile>
+
+#include <limits>
 
 #include "client/ConfigBin.h"
 
-class TestConfigBin : public TestBase
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+using Words = QList<short>;
+
+const Words newFile = {7000, 3, 2, 0, 0, -1, 57, 2, 1, 1, 1, 0, 0, 0, 1};
+const Words otherFile = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+
+/// The bytes that @p words have in the file: two each, the low one first.
+QByteArray bytesOf(const Words &words)
+{
+    QByteArray bytes;
+    for (const int word : words) {
+        bytes.append(static_cast<char>(word & 0xff));
+        bytes.append(static_cast<char>((word >> 8) & 0xff));
+    }
+    return bytes;
+}
+
+/// Fifteen words of 0 but for word @p index.
+Words onlyWord(qsizetype index, int value)
+{
+    Words words(15, 0);
+    words[index] = static_cast<short>(value);
+    return words;
+}
+
+/// The named fields of @p config in the order of their words; word 5 has none.
+QList<int> fieldsOf(const ClientConfig &config)
+{
+    return {config.headerValue, config.resolution, config.modelQuality,   config.soundLevel,
+            config.musicLevel,  config.brightness, config.cursor,         config.introVideo,
+            config.windowed,    config.auxValue,   config.cameraRotation, config.dxtTextures,
+            config.keyLayout,   config.cameraView};
+}
+
+const QList<int> defaultFields = {7000, 3, 2, 0, 0, 57, 2, 1, true, 1, false, true, 0, 1};
+
+/// The named fields of a file whose words are all 0.
+const QList<int> zeroFields = {0, 0, 0, 0, 0, 0, 0, 0, false, 0, false, true, 0, 0};
+
+/// A record in which every field differs from its default, and from those of otherFile.
+ClientConfig unusualConfig()
+{
+    ClientConfig config;
+    config.headerValue = -1;
+    config.resolution = -2;
+    config.windowed = false;
+    config.modelQuality = -3;
+    config.soundLevel = -4;
+    config.musicLevel = -5;
+    config.brightness = -6;
+    config.cursor = -7;
+    config.introVideo = -8;
+    config.auxValue = -9;
+    config.cameraRotation = true;
+    config.dxtTextures = false;
+    config.keyLayout = -10;
+    config.cameraView = -11;
+    config.raw = {21, 22, 23};
+    return config;
+}
+
+} // namespace
+
+class TestConfigBin : public FolderTest
 {
     Q_OBJECT
 
 private slots:
+    void aNewRecordHoldsTheDefaultsAndNoWords();
+
+    void aMissingFileLoadsTheDefaults_data();
     void aMissingFileLoadsTheDefaults();
+    void everyWordLoadsIntoItsField_data();
+    void everyWordLoadsIntoItsField();
+    void aWordIsSignedAndHasItsLowByteFirst_data();
+    void aWordIsSignedAndHasItsLowByteFirst();
+    void theWindowModeIsOnForAnyValueButZero_data();
+    void theWindowModeIsOnForAnyValueButZero();
+    void theCameraRotatesOnlyForValuesAboveZeroDeliberately_data();
+    void theCameraRotatesOnlyForValuesAboveZeroDeliberately();
+    void dxtIsOnForZeroAloneDeliberately_data();
+    void dxtIsOnForZeroAloneDeliberately();
+    void loadingReplacesTheWordsOfTheRecord();
+    void loadingDoesNotClamp();
+    void loadingIntoNothingFails();
+    void aFileOfAnotherSizeFailsAndLeavesTheRecord_data();
+    void aFileOfAnotherSizeFailsAndLeavesTheRecord();
+    void whatIsNoFileFailsToLoadAndLeavesTheRecord_data();
+    void whatIsNoFileFailsToLoadAndLeavesTheRecord();
+
+    void everyFieldIsSavedAsItsWord_data();
+    void everyFieldIsSavedAsItsWord();
+    void savingClampsInTheFileOnly_data();
+    void savingClampsInTheFileOnly();
+    void wordFiveIsKeptButZeroBecomesMinusOneDeliberately_data();
+    void wordFiveIsKeptButZeroBecomesMinusOneDeliberately();
+    void theOldFileIsReplacedWithoutBeingRead();
+    void loadingAMissingFileAndSavingWritesTheWordsOfANewFile();
+    void loadingAndSavingKeepsAFile();
+    void oddSwitchesAreSavedBackAsZeroOrOne();
+    void aPathThatCannotBeOpenedFailsToSave_data();
+    void aPathThatCannotBeOpenedFailsToSave();
+    void aFullDiskFailsToSave();
+    void aDiskThatFillsUpLeavesAFileCutShort();
+
+    void aLevelIsShownInPercent_data();
+    void aLevelIsShownInPercent();
+    void aPercentageIsStoredAsALevel_data();
+    void aPercentageIsStoredAsALevel();
+    void theTwoConversionsMeetForOneToAHundredPercent();
+    void levelTwoHundredComesBackAsOneLessDeliberately();
+
+    void theClientKnowsElevenResolutions();
+    void aResolutionCodeHasALabel_data();
+    void aResolutionCodeHasALabel();
+
+private:
+    QString path() const { return at(u"Config.bin"_s); }
 };
+
+void TestConfigBin::aNewRecordHoldsTheDefaultsAndNoWords()
+{
+    const ClientConfig config;
+    QCOMPARE(fieldsOf(config), defaultFields);
+    QCOMPARE(config.raw, Words());
+}
+
+// ---- load
+
+void TestConfigBin::aMissingFileLoadsTheDefaults_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("no such file") << u"Config.bin"_s;
+    QTest::newRow("no such folder") << u"nonexistent/Config.bin"_s;
+    QTest::newRow("a link to nothing") << u"link"_s;
+    QTest::newRow("no path") << QString();
+    QTest::newRow("a path with a NUL character") << u"link\0.bin"_s;
+}
 
 void TestConfigBin::aMissingFileLoadsTheDefaults()
 {
+    QFETCH(const QString, name);
+    const QString path = at(name);
+    Disk::makeLink(at(u"link"_s), u"/nonexistent"_s);
+
+    ClientConfig config = unusualConfig();
+    QString error = u"before"_s;
+    QVERIFY(ConfigBin::load(path, &config, &error));
+    QCOMPARE(fieldsOf(config), defaultFields);
+    QCOMPARE(config.raw, newFile);
+    QCOMPARE(error, u"before"_s);
+    QVERIFY(ConfigBin::load(path, &config, nullptr));
+    QCOMPARE(Disk::names(folder()), QStringList{u"link"_s});
+}
+
+void TestConfigBin::everyWordLoadsIntoItsField_data()
+{
+    QTest::addColumn<int>("word");
+    QTest::addColumn<int>("field");
+    QTest::addColumn<int>("value");
+    QTest::newRow("0, header value") << 0 << 0 << 7001;
+    QTest::newRow("1, resolution") << 1 << 1 << 12;
+    QTest::newRow("2, model quality") << 2 << 2 << 3;
+    QTest::newRow("3, sound level") << 3 << 3 << 150;
+    QTest::newRow("4, music level") << 4 << 4 << 151;
+    QTest::newRow("6, brightness") << 6 << 5 << 99;
+    QTest::newRow("7, cursor") << 7 << 6 << 1;
+    QTest::newRow("8, intro video") << 8 << 7 << 2;
+    QTest::newRow("9, window mode") << 9 << 8 << 1;
+    QTest::newRow("10, aux value") << 10 << 9 << 6;
+    QTest::newRow("11, camera rotation") << 11 << 10 << 1;
+    QTest::newRow("13, key layout") << 13 << 12 << 1;
+    QTest::newRow("14, camera view") << 14 << 13 << 3;
+}
+
+void TestConfigBin::everyWordLoadsIntoItsField()
+{
+    QFETCH(const int, word);
+    QFETCH(const int, field);
+    QFETCH(const int, value);
+    Disk::write(path(), bytesOf(onlyWord(word, value)));
+
+    ClientConfig config = unusualConfig();
+    QString error = u"before"_s;
+    QVERIFY(ConfigBin::load(path(), &config, &error));
+    QList<int> expected = zeroFields;
+    expected[field] = value;
+    QCOMPARE(fieldsOf(config), expected);
+    QCOMPARE(config.raw, onlyWord(word, value));
+    QCOMPARE(error, u"before"_s);
+}
+
+void TestConfigBin::aWordIsSignedAndHasItsLowByteFirst_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("value");
+    QTest::newRow("0x0001") << QByteArray("\x01\x00", 2) << 1;
+    QTest::newRow("0x0100") << QByteArray("\x00\x01", 2) << 256;
+    QTest::newRow("0x1b58") << QByteArray("\x58\x1b", 2) << 7000;
+    QTest::newRow("0x7fff") << QByteArray("\xff\x7f", 2) << 32767;
+    QTest::newRow("0x8000") << QByteArray("\x00\x80", 2) << -32768;
+    QTest::newRow("0xff80") << QByteArray("\x80\xff", 2) << -128;
+    QTest::newRow("0xffff") << QByteArray("\xff\xff", 2) << -1;
+}
+
+void TestConfigBin::aWordIsSignedAndHasItsLowByteFirst()
+{
+    QFETCH(const QByteArray, bytes);
+    QFETCH(const int, value);
+    const QByteArray file = bytes + QByteArray(26, '\0') + bytes;
+    Disk::write(path(), file);
+
     ClientConfig config;
-    QVERIFY(ConfigBin::load(QStringLiteral("/nonexistent/Config.bin"), &config, nullptr));
-    QCOMPARE(config.raw, QList<short>({7000, 3, 2, 0, 0, -1, 57, 2, 1, 1, 1, 0, 0, 0, 1}));
+    QVERIFY(ConfigBin::load(path(), &config, nullptr));
+    QCOMPARE(int(config.headerValue), value);
+    QCOMPARE(int(config.cameraView), value);
+    QCOMPARE(int(config.raw[0]), value);
+
+    QVERIFY(ConfigBin::save(path(), config, nullptr));
+    QCOMPARE(Disk::read(path()).first(2), bytes);
+    QCOMPARE(Disk::read(path()).last(2), bytes);
+}
+
+void TestConfigBin::theWindowModeIsOnForAnyValueButZero_data()
+{
+    QTest::addColumn<int>("stored");
+    QTest::addColumn<bool>("on");
+    QTest::newRow("0") << 0 << false;
+    QTest::newRow("1") << 1 << true;
+    QTest::newRow("2") << 2 << true;
+    QTest::newRow("256, whose low byte is 0") << 256 << true;
+    QTest::newRow("-1") << -1 << true;
+}
+
+void TestConfigBin::theWindowModeIsOnForAnyValueButZero()
+{
+    QFETCH(const int, stored);
+    Disk::write(path(), bytesOf(onlyWord(9, stored)));
+    ClientConfig config;
+    QVERIFY(ConfigBin::load(path(), &config, nullptr));
+    QTEST(config.windowed, "on");
+}
+
+void TestConfigBin::theCameraRotatesOnlyForValuesAboveZeroDeliberately_data()
+{
+    QTest::addColumn<int>("stored");
+    QTest::addColumn<bool>("on");
+    QTest::newRow("the lowest") << -32768 << false;
+    QTest::newRow("-1") << -1 << false;
+    QTest::newRow("0") << 0 << false;
+    QTest::newRow("1") << 1 << true;
+    QTest::newRow("256, whose low byte is 0") << 256 << true;
+    QTest::newRow("the highest") << 32767 << true;
+}
+
+void TestConfigBin::theCameraRotatesOnlyForValuesAboveZeroDeliberately()
+{
+    QFETCH(const int, stored);
+    Disk::write(path(), bytesOf(onlyWord(11, stored)));
+    ClientConfig config;
+    QVERIFY(ConfigBin::load(path(), &config, nullptr));
+    QTEST(config.cameraRotation, "on");
+}
+
+void TestConfigBin::dxtIsOnForZeroAloneDeliberately_data()
+{
+    QTest::addColumn<int>("stored");
+    QTest::addColumn<bool>("on");
+    QTest::newRow("0") << 0 << true;
+    QTest::newRow("1") << 1 << false;
+    QTest::newRow("5") << 5 << false;
+    QTest::newRow("256, whose low byte is 0") << 256 << false;
+    QTest::newRow("-1") << -1 << false;
+}
+
+void TestConfigBin::dxtIsOnForZeroAloneDeliberately()
+{
+    QFETCH(const int, stored);
+    Disk::write(path(), bytesOf(onlyWord(12, stored)));
+    ClientConfig config;
+    QVERIFY(ConfigBin::load(path(), &config, nullptr));
+    QTEST(config.dxtTextures, "on");
+}
+
+void TestConfigBin::loadingReplacesTheWordsOfTheRecord()
+{
+    Disk::write(path(), bytesOf(otherFile));
+    ClientConfig config = unusualConfig();
+    QVERIFY(ConfigBin::load(path(), &config, nullptr));
+    QCOMPARE(config.raw, otherFile);
+    QVERIFY(ConfigBin::load(path(), &config, nullptr));
+    QCOMPARE(config.raw, otherFile);
+}
+
+void TestConfigBin::loadingDoesNotClamp()
+{
+    Disk::write(path(), bytesOf({0, -7, 9, 201, -1, 0, 120, 9, -3, 0, -2, 0, 0, 77, -5}));
+    ClientConfig config;
+    QVERIFY(ConfigBin::load(path(), &config, nullptr));
+    QCOMPARE(fieldsOf(config),
+             QList<int>({0, -7, 9, 201, -1, 120, 9, -3, false, -2, false, true, 77, -5}));
+}
+
+void TestConfigBin::loadingIntoNothingFails()
+{
+    Disk::write(path(), bytesOf(newFile));
+    QString error;
+    QVERIFY(!ConfigBin::load(path(), nullptr, &error));
+    QCOMPARE(error, u"Config invalido."_s);
+    QVERIFY(!ConfigBin::load(path(), nullptr, nullptr));
+
+    error.clear();
+    QVERIFY(!ConfigBin::load(u"/nonexistent/Config.bin"_s, nullptr, &error));
+    QCOMPARE(error, u"Config invalido."_s);
+}
+
+void TestConfigBin::aFileOfAnotherSizeFailsAndLeavesTheRecord_data()
+{
+    QTest::addColumn<qint64>("size");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("empty") << 0LL << u"Config.bin invalido (0 bytes, esperado 30)."_s;
+    QTest::newRow("one byte") << 1LL << u"Config.bin invalido (1 bytes, esperado 30)."_s;
+    QTest::newRow("one byte short") << 29LL << u"Config.bin invalido (29 bytes, esperado 30)."_s;
+    QTest::newRow("one byte long") << 31LL << u"Config.bin invalido (31 bytes, esperado 30)."_s;
+    QTest::newRow("two files long") << 60LL << u"Config.bin invalido (60 bytes, esperado 30)."_s;
+    QTest::newRow("longer than the memory")
+        << 1'000'000'000'000LL << u"Config.bin invalido (1000000000000 bytes, esperado 30)."_s;
+}
+
+void TestConfigBin::aFileOfAnotherSizeFailsAndLeavesTheRecord()
+{
+    QFETCH(const qint64, size);
+    QFETCH(const QString, text);
+    Disk::write(path(), QByteArray());
+    if (!QFile::resize(path(), size)) {
+        QSKIP("the file system of the temporary folder takes no such file");
+    }
+
+    ClientConfig config = unusualConfig();
+    QString error;
+    QVERIFY(!ConfigBin::load(path(), &config, &error));
+    QCOMPARE(error, text);
+    QCOMPARE(fieldsOf(config), fieldsOf(unusualConfig()));
+    QCOMPARE(config.raw, unusualConfig().raw);
+    QVERIFY(!ConfigBin::load(path(), &config, nullptr));
+}
+
+void TestConfigBin::whatIsNoFileFailsToLoadAndLeavesTheRecord_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::newRow("a folder") << u"/"_s;
+    QTest::newRow("a device without an end") << u"/dev/zero"_s;
+}
+
+void TestConfigBin::whatIsNoFileFailsToLoadAndLeavesTheRecord()
+{
+    QFETCH(const QString, target);
+    Disk::makeLink(path(), target);
+
+    ClientConfig config = unusualConfig();
+    QString error;
+    QVERIFY(!ConfigBin::load(path(), &config, &error));
+    QCOMPARE(error, u"Nao foi possivel abrir "_s + path());
+    QCOMPARE(fieldsOf(config), fieldsOf(unusualConfig()));
+    QCOMPARE(config.raw, unusualConfig().raw);
+    QVERIFY(!ConfigBin::load(path(), &config, nullptr));
+}
+
+// ---- save
+
+void TestConfigBin::everyFieldIsSavedAsItsWord_data()
+{
+    QTest::addColumn<int>("word");
+    QTest::addColumn<int>("value");
+    QTest::addColumn<ClientConfig>("config");
+
+    // A record whose words are all 0, but for word 2, which cannot be, and word 5.
+    ClientConfig zero;
+    zero.headerValue = zero.resolution = zero.brightness = zero.cursor = 0;
+    zero.introVideo = zero.auxValue = zero.cameraView = 0;
+    zero.modelQuality = 1;
+    zero.windowed = false;
+    const auto row = [&zero](const char *name, int word, int value, auto field, int stored) {
+        ClientConfig config = zero;
+        config.*field = static_cast<std::decay_t<decltype(config.*field)>>(value);
+        QTest::newRow(name) << word << stored << config;
+    };
+    row("header value", 0, 7001, &ClientConfig::headerValue, 7001);
+    row("header value below 0", 0, -300, &ClientConfig::headerValue, -300);
+    row("resolution", 1, 11, &ClientConfig::resolution, 11);
+    row("resolution outside the table", 1, -2, &ClientConfig::resolution, -2);
+    row("model quality", 2, 3, &ClientConfig::modelQuality, 3);
+    row("sound level", 3, 150, &ClientConfig::soundLevel, 150);
+    row("music level", 4, 151, &ClientConfig::musicLevel, 151);
+    row("brightness", 6, 42, &ClientConfig::brightness, 42);
+    row("cursor", 7, 2, &ClientConfig::cursor, 2);
+    row("cursor outside its choices", 7, 1, &ClientConfig::cursor, 1);
+    row("intro video", 8, 1, &ClientConfig::introVideo, 1);
+    row("intro video of an odd value", 8, 77, &ClientConfig::introVideo, 1);
+    row("intro video below 0", 8, -1, &ClientConfig::introVideo, 1);
+    row("window mode", 9, 1, &ClientConfig::windowed, 1);
+    row("aux value", 10, -9, &ClientConfig::auxValue, -9);
+    row("camera rotation", 11, 1, &ClientConfig::cameraRotation, 1);
+    row("no DXT", 12, 0, &ClientConfig::dxtTextures, 1);
+    row("key layout", 13, 1, &ClientConfig::keyLayout, 1);
+    row("key layout outside its choices", 13, 300, &ClientConfig::keyLayout, 300);
+    row("camera view", 14, 3, &ClientConfig::cameraView, 3);
+    row("camera view outside its range", 14, -4, &ClientConfig::cameraView, -4);
+}
+
+void TestConfigBin::everyFieldIsSavedAsItsWord()
+{
+    QFETCH(const int, word);
+    QFETCH(const int, value);
+    QFETCH(ClientConfig, config);
+    Words expected = {0, 0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    expected[word] = static_cast<short>(value);
+
+    QString error = u"before"_s;
+    QVERIFY(ConfigBin::save(path(), config, &error));
+    QCOMPARE(Disk::read(path()), bytesOf(expected));
+    QCOMPARE(error, u"before"_s);
+
+    // What an earlier load left in the record does not show through.
+    config.raw = Words(15, -1);
+    QVERIFY(ConfigBin::save(path(), config, nullptr));
+    QCOMPARE(Disk::read(path()), bytesOf(expected));
+}
+
+void TestConfigBin::savingClampsInTheFileOnly_data()
+{
+    QTest::addColumn<int>("quality");
+    QTest::addColumn<int>("level");
+    QTest::addColumn<int>("brightness");
+    QTest::addColumn<QList<int>>("stored");
+    QTest::newRow("the lowest") << -32768 << -32768 << -32768 << QList<int>({1, 0, 0});
+    QTest::newRow("just below") << 0 << -1 << -1 << QList<int>({1, 0, 0});
+    QTest::newRow("a little below") << -4 << -4 << -4 << QList<int>({1, 0, 0});
+    QTest::newRow("at the lower end") << 1 << 0 << 0 << QList<int>({1, 0, 0});
+    QTest::newRow("within") << 2 << 99 << 57 << QList<int>({2, 99, 57});
+    QTest::newRow("at the upper end") << 3 << 200 << 100 << QList<int>({3, 200, 100});
+    QTest::newRow("just above") << 4 << 201 << 101 << QList<int>({3, 200, 100});
+    QTest::newRow("a little above") << 9 << 250 << 120 << QList<int>({3, 200, 100});
+    QTest::newRow("the highest") << 32767 << 32767 << 32767 << QList<int>({3, 200, 100});
+}
+
+void TestConfigBin::savingClampsInTheFileOnly()
+{
+    QFETCH(const int, quality);
+    QFETCH(const int, level);
+    QFETCH(const int, brightness);
+    QFETCH(const QList<int>, stored);
+    ClientConfig config;
+    config.modelQuality = static_cast<qint16>(quality);
+    config.soundLevel = static_cast<qint16>(level);
+    config.musicLevel = static_cast<qint16>(level);
+    config.brightness = static_cast<qint16>(brightness);
+
+    QVERIFY(ConfigBin::save(path(), config, nullptr));
+    ClientConfig saved;
+    QVERIFY(ConfigBin::load(path(), &saved, nullptr));
+    QCOMPARE(int(saved.modelQuality), stored[0]);
+    QCOMPARE(int(saved.soundLevel), stored[1]);
+    QCOMPARE(int(saved.musicLevel), stored[1]);
+    QCOMPARE(int(saved.brightness), stored[2]);
+    QCOMPARE(int(config.modelQuality), quality);
+}
+
+void TestConfigBin::wordFiveIsKeptButZeroBecomesMinusOneDeliberately_data()
+{
+    QTest::addColumn<Words>("raw");
+    QTest::addColumn<int>("stored");
+    QTest::newRow("0") << onlyWord(5, 0) << -1;
+    QTest::newRow("7") << onlyWord(5, 7) << 7;
+    QTest::newRow("-1") << onlyWord(5, -1) << -1;
+    QTest::newRow("-300") << onlyWord(5, -300) << -300;
+    QTest::newRow("256, whose low byte is 0") << onlyWord(5, 256) << 256;
+    QTest::newRow("no words") << Words() << -1;
+    QTest::newRow("a word too few") << Words(14, 7) << -1;
+    QTest::newRow("a word too many") << Words(16, 7) << -1;
+}
+
+void TestConfigBin::wordFiveIsKeptButZeroBecomesMinusOneDeliberately()
+{
+    QFETCH(const Words, raw);
+    QFETCH(const int, stored);
+    ClientConfig config;
+    config.raw = raw;
+    QVERIFY(ConfigBin::save(path(), config, nullptr));
+    Words expected = newFile;
+    expected[5] = static_cast<short>(stored);
+    QCOMPARE(Disk::read(path()), bytesOf(expected));
+    QCOMPARE(config.raw, raw);
+}
+
+void TestConfigBin::theOldFileIsReplacedWithoutBeingRead()
+{
+    Disk::write(path(), bytesOf(otherFile) + "and a long tail");
+    QVERIFY(ConfigBin::save(path(), ClientConfig(), nullptr));
+    QCOMPARE(Disk::read(path()), bytesOf(newFile));
+    QCOMPARE(Disk::names(folder()), QStringList{u"Config.bin"_s});
+}
+
+void TestConfigBin::loadingAMissingFileAndSavingWritesTheWordsOfANewFile()
+{
+    ClientConfig config;
+    QVERIFY(ConfigBin::load(path(), &config, nullptr));
+    QVERIFY(!QFile::exists(path()));
+    QVERIFY(ConfigBin::save(path(), config, nullptr));
+    QCOMPARE(Disk::read(path()), bytesOf(newFile));
+}
+
+void TestConfigBin::loadingAndSavingKeepsAFile()
+{
+    const QByteArray file =
+        bytesOf({-7000, 300, 3, 199, 200, 1234, 100, 1, 0, 1, -32768, 1, 1, 17, 32767});
+    Disk::write(path(), file);
+    ClientConfig config;
+    QVERIFY(ConfigBin::load(path(), &config, nullptr));
+    const ClientConfig copy = config;
+    QVERIFY(ConfigBin::save(path(), copy, nullptr));
+    QCOMPARE(Disk::read(path()), file);
+}
+
+void TestConfigBin::oddSwitchesAreSavedBackAsZeroOrOne()
+{
+    Disk::write(path(), bytesOf({0, 0, 1, 0, 0, 1, 0, 0, -5, -5, 0, -1, 5, 0, 0}));
+    ClientConfig config;
+    QVERIFY(ConfigBin::load(path(), &config, nullptr));
+    QVERIFY(ConfigBin::save(path(), config, nullptr));
+    QCOMPARE(Disk::read(path()), bytesOf({0, 0, 1, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 0}));
+}
+
+void TestConfigBin::aPathThatCannotBeOpenedFailsToSave_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("a folder") << u"."_s;
+    QTest::newRow("in no folder") << u"nonexistent/Config.bin"_s;
+    QTest::newRow("in what is no folder") << u"/dev/null/Config.bin"_s;
+    QTest::newRow("a name with placeholders") << u"nonexistent/%1 %2 %99"_s;
+    QTest::newRow("no path") << QString();
+    QTest::newRow("a path with a NUL character") << u"Config\0.bin"_s;
+}
+
+void TestConfigBin::aPathThatCannotBeOpenedFailsToSave()
+{
+    QFETCH(const QString, name);
+    const QString path = at(name);
+    QString error;
+    QVERIFY(!ConfigBin::save(path, ClientConfig(), &error));
+    QCOMPARE(error, u"Nao foi possivel gravar "_s + path);
+    QVERIFY(!ConfigBin::save(path, ClientConfig(), nullptr));
+    QCOMPARE(Disk::names(folder()), QStringList());
+}
+
+void TestConfigBin::aFullDiskFailsToSave()
+{
+    Disk::makeFull(path());
+    QString error;
+    QVERIFY(!ConfigBin::save(path(), ClientConfig(), &error));
+    QCOMPARE(error, u"Falha ao gravar "_s + path());
+    QVERIFY(!ConfigBin::save(path(), ClientConfig(), nullptr));
+}
+
+void TestConfigBin::aDiskThatFillsUpLeavesAFileCutShort()
+{
+    Disk::write(path(), bytesOf(otherFile));
+    QString error;
+    {
+        const Disk::SizeLimit limit(11);
+        QVERIFY(!ConfigBin::save(path(), ClientConfig(), &error));
+    }
+    QCOMPARE(error, u"Falha ao gravar "_s + path());
+    QCOMPARE(Disk::read(path()), bytesOf(newFile).first(11));
+    QCOMPARE(Disk::names(folder()), QStringList{u"Config.bin"_s});
+}
+
+// ---- volumes
+
+void TestConfigBin::aLevelIsShownInPercent_data()
+{
+    QTest::addColumn<int>("level");
+    QTest::addColumn<int>("percent");
+    QTest::newRow("the lowest number") << std::numeric_limits<int>::min() << 0;
+    QTest::newRow("-1") << -1 << 0;
+    QTest::newRow("0, mute") << 0 << 0;
+    QTest::newRow("1") << 1 << 1;
+    QTest::newRow("50") << 50 << 1;
+    QTest::newRow("99") << 99 << 1;
+    QTest::newRow("100") << 100 << 1;
+    QTest::newRow("101") << 101 << 2;
+    QTest::newRow("150") << 150 << 51;
+    QTest::newRow("198") << 198 << 99;
+    QTest::newRow("199") << 199 << 100;
+    QTest::newRow("200") << 200 << 100;
+    QTest::newRow("250") << 250 << 100;
+    QTest::newRow("the highest number") << std::numeric_limits<int>::max() << 100;
+}
+
+void TestConfigBin::aLevelIsShownInPercent()
+{
+    QFETCH(const int, level);
+    QTEST(ConfigBin::soundPercentFromLevel(level), "percent");
+    QTEST(ConfigBin::musicPercentFromLevel(level), "percent");
+}
+
+void TestConfigBin::aPercentageIsStoredAsALevel_data()
+{
+    QTest::addColumn<int>("percent");
+    QTest::addColumn<int>("level");
+    QTest::newRow("the lowest number") << std::numeric_limits<int>::min() << 0;
+    QTest::newRow("-1") << -1 << 0;
+    QTest::newRow("0, mute") << 0 << 0;
+    QTest::newRow("1") << 1 << 100;
+    QTest::newRow("2") << 2 << 101;
+    QTest::newRow("51") << 51 << 150;
+    QTest::newRow("100") << 100 << 199;
+    QTest::newRow("101, out of range") << 101 << 200;
+    QTest::newRow("102, out of range") << 102 << 200;
+    QTest::newRow("150, out of range") << 150 << 200;
+    QTest::newRow("the highest number") << std::numeric_limits<int>::max() << 200;
+}
+
+void TestConfigBin::aPercentageIsStoredAsALevel()
+{
+    QFETCH(const int, percent);
+    QTEST(ConfigBin::soundLevelFromPercent(percent), "level");
+    QTEST(ConfigBin::musicLevelFromPercent(percent), "level");
+}
+
+void TestConfigBin::theTwoConversionsMeetForOneToAHundredPercent()
+{
+    for (int percent = 0; percent <= 100; ++percent) {
+        QCOMPARE(ConfigBin::soundPercentFromLevel(ConfigBin::soundLevelFromPercent(percent)),
+                 percent);
+        QCOMPARE(ConfigBin::musicPercentFromLevel(ConfigBin::musicLevelFromPercent(percent)),
+                 percent);
+    }
+}
+
+void TestConfigBin::levelTwoHundredComesBackAsOneLessDeliberately()
+{
+    QCOMPARE(ConfigBin::soundLevelFromPercent(ConfigBin::soundPercentFromLevel(200)), 199);
+    QCOMPARE(ConfigBin::musicLevelFromPercent(ConfigBin::musicPercentFromLevel(200)), 199);
+}
+
+// ---- resolutions
+
+void TestConfigBin::theClientKnowsElevenResolutions()
+{
+    // The last label is the client's own name for it.
+    const QStringList labels = {u"640 x 480"_s,   u"800 x 600"_s,  u"1024 x 768"_s,
+                                u"1280 x 720"_s,  u"1280 x 800"_s, u"1280 x 960"_s,
+                                u"1280 x 1024"_s, u"1440 x 900"_s, u"1600 x 900"_s,
+                                u"1600 x 1024"_s, u"1600 x 1080"_s};
+    const QList<ResolutionEntry> entries = ConfigBin::resolutionEntries();
+    QCOMPARE(entries.size(), labels.size());
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        QCOMPARE(entries[i].code, int(i) + 1);
+        QCOMPARE(entries[i].label, labels[i]);
+        QCOMPARE(ConfigBin::resolutionLabel(entries[i].code), labels[i]);
+    }
+}
+
+void TestConfigBin::aResolutionCodeHasALabel_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("label");
+    QTest::newRow("the first") << 1 << u"640 x 480"_s;
+    QTest::newRow("the default") << 3 << u"1024 x 768"_s;
+    QTest::newRow("the last") << 11 << u"1600 x 1080"_s;
+    QTest::newRow("just below the table") << 0 << u"Personalizado (0)"_s;
+    QTest::newRow("just above the table") << 12 << u"Personalizado (12)"_s;
+    QTest::newRow("below 0") << -1 << u"Personalizado (-1)"_s;
+    QTest::newRow("a large number") << 32767 << u"Personalizado (32767)"_s;
+}
+
+void TestConfigBin::aResolutionCodeHasALabel()
+{
+    QFETCH(const int, code);
+    QTEST(ConfigBin::resolutionLabel(code), "label");
 }
 
 ZEL_TEST_MAIN(TestConfigBin)

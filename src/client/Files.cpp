@@ -1,14 +1,29 @@
-#include "client/WholeFile.h"
+#include "client/Files.h"
 
-#include <QFile>
+#include <QFileInfo>
 
-namespace WholeFile
+namespace Files
 {
+
+bool isPath(const QString &path)
+{
+    return !path.isEmpty() && !path.contains(QChar::Null);
+}
+
+bool exists(const QString &path)
+{
+    return isPath(path) && QFileInfo::exists(path);
+}
+
+bool openToRead(QFile &file, QIODevice::OpenMode mode)
+{
+    return isPath(file.fileName()) && QFileInfo(file).isFile() && file.open(mode);
+}
 
 bool write(const QString &path, const QByteArray &bytes, QString *error)
 {
     QFile file(path);
-    if (path.isEmpty() ||
+    if (!isPath(path) ||
         !file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered)) {
         return fail(error, QStringLiteral("Nao foi possivel gravar %1").arg(path));
     }
@@ -26,4 +41,4 @@ bool fail(QString *error, const QString &text)
     return false;
 }
 
-} // namespace WholeFile
+} // namespace Files

@@ -1,0 +1,638 @@
+#include "support/Disk.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <limits>
+
+#include "client/ClientSync.h"
+#include "client/ConfigBin.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const QByteArray tail = "0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n"; // of "sn.bin"
+
+const ServerProfile profile = {u"Alpha"_s, u"10.0.0.1"_s, 2};
+
+// What a pass with that profile writes.
+const QByteArray newServerList = "0 0 10.0.0.1\n0 1 10.0.0.1\n0 2 10.0.0.1\n";
+const QByteArray newSnBin = "1 Alpha\n" + tail;
+const QByteArray newServerTxt = "10.0.0.1\n";
+const QByteArray newLoginIni = "a=1\nserver_ip=10.0.0.1\nb=2\n";
+
+// What the client folder holds before.
+const QByteArray oldServerList = "0 0 old\n";
+const QByteArray oldSnBin = "1 Old\n";
+const QByteArray oldServerTxt = "old\n";
+const QByteArray oldLoginIni = "a=1\nserver_ip=old\nb=2\n";
+
+const QString noFolder = u"Configure a pasta do cliente."_s;
+
+} // namespace
+
+class TestClientSync : public FolderTest
+{
+    Q_OBJECT
+
+private slots:
+    void theChannelCountIsLimitedToOneToTen_data();
+    void theChannelCountIsLimitedToOneToTen();
+    void aNewProfileWantsOneChannel();
+
+    void theGameConfigIsSavedInTheClientFolder();
+    void withoutAFolderNothingIsWritten_data();
+    void withoutAFolderNothingIsWritten();
+    void aGameConfigThatIsNotWrittenTellsWhy_data();
+    void aGameConfigThatIsNotWrittenTellsWhy();
+
+    void aPassWritesEveryServerFile();
+    void aPassInAnEmptyFolderCreatesThreeFiles();
+    void theGroupsOfTheTwoFilesDifferDeliberately();
+    void theAddressIsTrimmedInAllFiles_data();
+    void theAddressIsTrimmedInAllFiles();
+    void aBadAddressIsRefusedAndNothingIsWritten_data();
+    void aBadAddressIsRefusedAndNothingIsWritten();
+    void theFolderIsLookedAtBeforeTheAddress();
+    void theChannelLinesAreLimited_data();
+    void theChannelLinesAreLimited();
+
+    void aNameThatTheFileCarriesLeavesItAsItIs_data();
+    void aNameThatTheFileCarriesLeavesItAsItIs();
+    void anyOtherNameFileIsRewritten_data();
+    void anyOtherNameFileIsRewritten();
+
+    void eachFailureEndsThePassWhereItIs_data();
+    void eachFailureEndsThePassWhereItIs();
+    void onlyTheAddressFileMayFailOnAFullDisk();
+    void theAddressFileIsReplacedWhole();
+
+    void onlyTheAddressLinesOfTheIniFileChange_data();
+    void onlyTheAddressLinesOfTheIniFileChange();
+    void textModeDropsCarriageReturnsFromTheIniFileDeliberately_data();
+    void textModeDropsCarriageReturnsFromTheIniFileDeliberately();
+    void nothingInTheAddressIsAPlaceholder_data();
+    void nothingInTheAddressIsAPlaceholder();
+    void aMissingIniFileStaysMissing();
+    void anIniFileThatCannotBeOpenedIsSkipped_data();
+    void anIniFileThatCannotBeOpenedIsSkipped();
+    void aLinkedIniFileIsChangedWhereItIs();
+
+    void thePatchedClientIsRemoved();
+    void aPatchedClientThatCannotBeRemovedIsNoFailure();
+
+private:
+    void fillFolder();
+    QByteArray loginIniAfterAPass(const QByteArray &before, const QString &ip = profile.ip);
+};
+
+/// Makes a client folder with the old files.
+void TestClientSync::fillFolder()
+{
+    Disk::write(at(u"serverlist.txt"_s), oldServerList);
+    Disk::write(at(u"sn.bin"_s), oldSnBin);
+    Disk::write(at(u"server.txt"_s), oldServerTxt);
+    Disk::write(at(u"zel_login.ini"_s), oldLoginIni);
+    Disk::write(at(u"ZEL_patched.exe"_s), "MZ");
+}
+
+QByteArray TestClientSync::loginIniAfterAPass(const QByteArray &before, const QString &ip)
+{
+    Disk::write(at(u"zel_login.ini"_s), before);
+    QString error = u"before"_s;
+    if (!ClientSync::writeServerFiles(folder(), {profile.name, ip, 1}, &error) ||
+        error != u"before"_s) {
+        qFatal("the pass failed");
+    }
+    return Disk::read(at(u"zel_login.ini"_s));
+}
+
+// ---- the channel count
+
+void TestClientSync::theChannelCountIsLimitedToOneToTen_data()
+{
+    QTest::addColumn<int>("wanted");
+    QTest::addColumn<int>("count");
+    QTest::newRow("the lowest number") << std::numeric_limits<int>::min() << 1;
+    QTest::newRow("-5") << -5 << 1;
+    QTest::newRow("0") << 0 << 1;
+    QTest::newRow("1") << 1 << 1;
+    QTest::newRow("7") << 7 << 7;
+    QTest::newRow("10") << 10 << 10;
+    QTest::newRow("11") << 11 << 10;
+    QTest::newRow("99") << 99 << 10;
+    QTest::newRow("the highest number") << std::numeric_limits<int>::max() << 10;
+}
+
+void TestClientSync::theChannelCountIsLimitedToOneToTen()
+{
+    QFETCH(const int, wanted);
+    QTEST(ClientSync::clampChannelCount(wanted), "count");
+}
+
+void TestClientSync::aNewProfileWantsOneChannel()
+{
+    const ServerProfile empty;
+    QCOMPARE(empty.name, QString());
+    QCOMPARE(empty.ip, QString());
+    QCOMPARE(empty.channelCount, 1);
+}
+
+// ---- writeGameConfig
+
+void TestClientSync::theGameConfigIsSavedInTheClientFolder()
+{
+    ClientConfig config;
+    config.resolution = 11;
+    QString error = u"before"_s;
+    QVERIFY(ClientSync::writeGameConfig(folder(), config, &error));
+    QCOMPARE(error, u"before"_s);
+    QVERIFY(ClientSync::writeGameConfig(folder(), config, nullptr));
+    QCOMPARE(Disk::names(folder()), QStringList{u"Config.bin"_s});
+    ClientConfig saved;
+    QVERIFY(ConfigBin::load(at(u"Config.bin"_s), &saved, nullptr));
+    QCOMPARE(int(saved.resolution), 11);
+}
+
+void TestClientSync::withoutAFolderNothingIsWritten_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("no folder") << QString();
+    QTest::newRow("a missing folder") << u"nonexistent"_s;
+    QTest::newRow("a file") << u"file"_s;
+    QTest::newRow("a link to nothing") << u"link"_s;
+    QTest::newRow("a NUL character") << u".\0x"_s;
+}
+
+void TestClientSync::withoutAFolderNothingIsWritten()
+{
+    QFETCH(const QString, name);
+    Disk::write(at(u"file"_s), "file");
+    Disk::makeLink(at(u"link"_s), u"/nonexistent"_s);
+    const Disk::WorkingFolder working(folder());
+    const QStringList before = Disk::names(folder());
+
+    QString error;
+    QVERIFY(!ClientSync::writeGameConfig(at(name), ClientConfig(), &error));
+    QCOMPARE(error, noFolder);
+    QVERIFY(!ClientSync::writeGameConfig(at(name), ClientConfig(), nullptr));
+
+    error.clear();
+    QVERIFY(!ClientSync::writeServerFiles(at(name), profile, &error));
+    QCOMPARE(error, noFolder);
+    QVERIFY(!ClientSync::writeServerFiles(at(name), profile, nullptr));
+
+    QCOMPARE(Disk::names(folder()), before);
+    QCOMPARE(Disk::read(at(u"file"_s)), QByteArray("file"));
+}
+
+void TestClientSync::aGameConfigThatIsNotWrittenTellsWhy_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("a folder in its place") << u"."_s << u"Nao foi possivel gravar "_s;
+    QTest::newRow("a full disk") << u"/dev/full"_s << u"Falha ao gravar "_s;
+}
+
+void TestClientSync::aGameConfigThatIsNotWrittenTellsWhy()
+{
+    QFETCH(const QString, target);
+    QFETCH(const QString, text);
+    Disk::makeLink(at(u"Config.bin"_s), target);
+    QString error;
+    QVERIFY(!ClientSync::writeGameConfig(folder(), ClientConfig(), &error));
+    QCOMPARE(error, text + at(u"Config.bin"_s));
+    QVERIFY(!ClientSync::writeGameConfig(folder(), ClientConfig(), nullptr));
+}
+
+// ---- writeServerFiles
+
+void TestClientSync::aPassWritesEveryServerFile()
+{
+    fillFolder();
+    Disk::write(at(u"Config.bin"_s), "options");
+    Disk::write(at(u"ZEL.exe"_s), "MZ");
+    QString error = u"before"_s;
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, &error));
+    QCOMPARE(error, u"before"_s);
+    QCOMPARE(Disk::names(folder()),
+             QStringList({u"Config.bin"_s, u"ZEL.exe"_s, u"server.txt"_s, u"serverlist.txt"_s,
+                          u"sn.bin"_s, u"zel_login.ini"_s}));
+    QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), newServerList);
+    QCOMPARE(Disk::read(at(u"sn.bin"_s)), newSnBin);
+    QCOMPARE(Disk::read(at(u"server.txt"_s)), newServerTxt);
+    QCOMPARE(Disk::read(at(u"zel_login.ini"_s)), newLoginIni);
+    QCOMPARE(Disk::read(at(u"Config.bin"_s)), QByteArray("options"));
+
+    // The same pass again finds everything in place.
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), newServerList);
+    QCOMPARE(Disk::read(at(u"sn.bin"_s)), newSnBin);
+    QCOMPARE(Disk::read(at(u"server.txt"_s)), newServerTxt);
+    QCOMPARE(Disk::read(at(u"zel_login.ini"_s)), newLoginIni);
+}
+
+void TestClientSync::aPassInAnEmptyFolderCreatesThreeFiles()
+{
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QCOMPARE(Disk::names(folder()),
+             QStringList({u"server.txt"_s, u"serverlist.txt"_s, u"sn.bin"_s}));
+    QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), newServerList);
+    QCOMPARE(Disk::read(at(u"sn.bin"_s)), newSnBin);
+    QCOMPARE(Disk::read(at(u"server.txt"_s)), newServerTxt);
+}
+
+void TestClientSync::theGroupsOfTheTwoFilesDifferDeliberately()
+{
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QVERIFY(Disk::read(at(u"serverlist.txt"_s)).startsWith("0 0 "));
+    QVERIFY(Disk::read(at(u"sn.bin"_s)).startsWith("1 "));
+}
+
+void TestClientSync::theAddressIsTrimmedInAllFiles_data()
+{
+    QTest::addColumn<QString>("ip");
+    QTest::addColumn<QByteArray>("written");
+    QTest::newRow("blanks around it") << u" 10.0.0.1 "_s << QByteArray("10.0.0.1");
+    QTest::newRow("other white space around it")
+        << u"\t\n10.0.0.1\r\n\u00a0"_s << QByteArray("10.0.0.1");
+    QTest::newRow("a tab inside is no blank") << u"a\tb"_s << QByteArray("a\tb");
+    QTest::newRow("a no-break space inside is no blank") << u"a\u00a0b"_s
+                                                         << QByteArray("a\xC2\xA0"
+                                                                       "b");
+    QTest::newRow("a name in UTF-8") << u"exêmplo"_s << QByteArray("ex\xC3\xAAmplo");
+}
+
+void TestClientSync::theAddressIsTrimmedInAllFiles()
+{
+    QFETCH(const QString, ip);
+    QFETCH(const QByteArray, written);
+    fillFolder();
+    QVERIFY(ClientSync::writeServerFiles(folder(), {u"Alpha"_s, ip, 1}, nullptr));
+    QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), "0 0 " + written + "\n0 1 " + written + "\n");
+    QCOMPARE(Disk::read(at(u"server.txt"_s)), written + "\n");
+    QCOMPARE(Disk::read(at(u"zel_login.ini"_s)), "a=1\nserver_ip=" + written + "\nb=2\n");
+}
+
+void TestClientSync::aBadAddressIsRefusedAndNothingIsWritten_data()
+{
+    QTest::addColumn<QString>("ip");
+    QTest::newRow("no address") << QString();
+    QTest::newRow("a blank address") << u" \t\r\n"_s;
+    QTest::newRow("a blank inside") << u"10.0.0.1 x"_s;
+    QTest::newRow("a blank inside and blanks around") << u" a b "_s;
+}
+
+void TestClientSync::aBadAddressIsRefusedAndNothingIsWritten()
+{
+    QFETCH(const QString, ip);
+    fillFolder();
+    QString error;
+    QVERIFY(!ClientSync::writeServerFiles(folder(), {u"Alpha"_s, ip, 1}, &error));
+    QCOMPARE(error, u"Informe o IP do servidor."_s);
+    QVERIFY(!ClientSync::writeServerFiles(folder(), {u"Alpha"_s, ip, 1}, nullptr));
+    QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), oldServerList);
+    QCOMPARE(Disk::read(at(u"sn.bin"_s)), oldSnBin);
+    QCOMPARE(Disk::read(at(u"server.txt"_s)), oldServerTxt);
+    QCOMPARE(Disk::read(at(u"zel_login.ini"_s)), oldLoginIni);
+    QVERIFY(QFile::exists(at(u"ZEL_patched.exe"_s)));
+}
+
+void TestClientSync::theFolderIsLookedAtBeforeTheAddress()
+{
+    QString error;
+    QVERIFY(!ClientSync::writeServerFiles(at(u"nonexistent"_s), {}, &error));
+    QCOMPARE(error, noFolder);
+}
+
+void TestClientSync::theChannelLinesAreLimited_data()
+{
+    QTest::addColumn<int>("channelCount");
+    QTest::addColumn<int>("lastChannel");
+    QTest::newRow("-1") << -1 << 1;
+    QTest::newRow("0") << 0 << 1;
+    QTest::newRow("1") << 1 << 1;
+    QTest::newRow("10") << 10 << 10;
+    QTest::newRow("50") << 50 << 10;
+}
+
+void TestClientSync::theChannelLinesAreLimited()
+{
+    QFETCH(const int, channelCount);
+    QFETCH(const int, lastChannel);
+    QVERIFY(ClientSync::writeServerFiles(folder(), {u"Alpha"_s, u"a"_s, channelCount}, nullptr));
+    QByteArray expected;
+    for (int channel = 0; channel <= lastChannel; ++channel) {
+        expected += "0 " + QByteArray::number(channel) + " a\n";
+    }
+    QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), expected);
+}
+
+// ---- the name
+
+void TestClientSync::aNameThatTheFileCarriesLeavesItAsItIs_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("the same name") << QByteArray("1 Alpha\n") << u"Alpha"_s;
+    QTest::newRow("another letter case, another group") << QByteArray("3 alpha\n0\n") << u"ALPHA"_s;
+    QTest::newRow("another letter case of an accented letter")
+        << QByteArray("1 \xC3\xA1guia\n") << u"ÁGUIA"_s;
+    QTest::newRow("further lines") << QByteArray("3 Alpha\n4 Beta\n\xff\n") << u"Alpha"_s;
+    QTest::newRow("no further lines, no line end") << QByteArray("10 Alpha") << u"Alpha"_s;
+    QTest::newRow("blanks in the file") << QByteArray("  2   Old    Server  \n") << u"Old Server"_s;
+    QTest::newRow("blanks around the name") << QByteArray("1 Alpha\n") << u"  Alpha\n"_s;
+    QTest::newRow("a file without a name has the default one")
+        << QByteArray("7\n") << u"orvandale"_s;
+    QTest::newRow("no name is the default one") << QByteArray("7 ORVANDALE\n") << QString();
+    QTest::newRow("the name as it is cut")
+        << QByteArray("1 a very long ser\n") << u"A very long server name"_s;
+    QTest::newRow("the blank that the cut leaves does not count")
+        << QByteArray("1 Fourteen chars\n") << u"Fourteen chars and more"_s;
+    QTest::newRow("a line end inside the name") << QByteArray("1 a b\n") << u"a\nb"_s;
+}
+
+void TestClientSync::aNameThatTheFileCarriesLeavesItAsItIs()
+{
+    QFETCH(const QByteArray, file);
+    QFETCH(const QString, name);
+    Disk::write(at(u"sn.bin"_s), file);
+    QVERIFY(ClientSync::writeServerFiles(folder(), {name, u"a"_s, 1}, nullptr));
+    QCOMPARE(Disk::read(at(u"sn.bin"_s)), file);
+}
+
+void TestClientSync::anyOtherNameFileIsRewritten_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("firstLine");
+    const auto row = [](const char *title, const QByteArray &file, const QString &name,
+                        const QByteArray &firstLine) {
+        QTest::newRow(title) << file << name << firstLine;
+    };
+    row("another name", "3 alpha\n0\n", u"Beta"_s, "1 Beta\n");
+    row("group 0, the same name", "0 Alpha\n", u"Alpha"_s, "1 Alpha\n");
+    row("group 11, the same name", "11 Alpha\n", u"Alpha"_s, "1 Alpha\n");
+    row("no group, the same name", "x Alpha\n", u"Alpha"_s, "1 Alpha\n");
+    row("an empty file", "", u"Orvandale"_s, "1 Orvandale\n");
+    row("a file without a name", "1\n", u"Alpha"_s, "1 Alpha\n");
+    row("a name that begins with the other", "1 Alpha\n", u"Alpha 2"_s, "1 Alpha 2\n");
+    row("a name with an accent more", "1 Aguia\n", u"Águia"_s, "1 \xC3\x81guia\n");
+    row("a name that is too long for the launcher", "1 A very long server name\n",
+        u"A very long server name"_s, "1 A very long ser\n");
+    row("two blanks inside, which no file can keep", "1 a  b\n", u"a  b"_s, "1 a  b\n");
+    row("the rule is applied twice, so the cut leaves no blank", "1 Old\n",
+        u"Fourteen chars and more"_s, "1 Fourteen chars\n");
+    row("line ends inside the name", "1 Old\n", u" a\r\nb "_s, "1 a  b\n");
+    row("a blank name", "1 Old\n", u" \t "_s, "1 Orvandale\n");
+    row("a NUL character in the name", "1 Old\n", u"a\0b"_s, QByteArray("1 a\0b\n", 6));
+}
+
+void TestClientSync::anyOtherNameFileIsRewritten()
+{
+    QFETCH(const QByteArray, file);
+    QFETCH(const QString, name);
+    QFETCH(const QByteArray, firstLine);
+    Disk::write(at(u"sn.bin"_s), file);
+    QVERIFY(ClientSync::writeServerFiles(folder(), {name, u"a"_s, 1}, nullptr));
+    QCOMPARE(Disk::read(at(u"sn.bin"_s)), firstLine + tail);
+}
+
+// ---- failures
+
+void TestClientSync::eachFailureEndsThePassWhereItIs_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("filesWritten");
+    QTest::newRow("the server list is a folder")
+        << u"serverlist.txt"_s << u"."_s << u"Nao foi possivel gravar %1"_s << 0;
+    QTest::newRow("no room for the server list")
+        << u"serverlist.txt"_s << u"/dev/full"_s << u"Falha ao gravar %1"_s << 0;
+    QTest::newRow("the name file is a folder")
+        << u"sn.bin"_s << u"."_s << u"Nao foi possivel gravar %1"_s << 1;
+    QTest::newRow("no room for the name file")
+        << u"sn.bin"_s << u"/dev/full"_s << u"Falha ao gravar %1"_s << 1;
+    QTest::newRow("the address file is a folder")
+        << u"server.txt"_s << u"."_s << u"Nao foi possivel gravar server.txt"_s << 2;
+}
+
+void TestClientSync::eachFailureEndsThePassWhereItIs()
+{
+    QFETCH(const QString, name);
+    QFETCH(const QString, target);
+    QFETCH(const QString, text);
+    QFETCH(const int, filesWritten);
+    for (const bool wantsError : {true, false}) {
+        fillFolder();
+        QFile::remove(at(name));
+        Disk::makeLink(at(name), target);
+
+        QString error = u"before"_s;
+        QVERIFY(!ClientSync::writeServerFiles(folder(), profile, wantsError ? &error : nullptr));
+        if (wantsError) {
+            QCOMPARE(error, text.contains(u"%1"_s) ? text.arg(at(name)) : text);
+        }
+
+        if (name != u"serverlist.txt"_s) {
+            QCOMPARE(Disk::read(at(u"serverlist.txt"_s)),
+                     filesWritten >= 1 ? newServerList : oldServerList);
+        }
+        if (name != u"sn.bin"_s) {
+            QCOMPARE(Disk::read(at(u"sn.bin"_s)), filesWritten >= 2 ? newSnBin : oldSnBin);
+        }
+        if (name != u"server.txt"_s) {
+            QCOMPARE(Disk::read(at(u"server.txt"_s)), oldServerTxt);
+        }
+        QCOMPARE(Disk::read(at(u"zel_login.ini"_s)), oldLoginIni);
+        QVERIFY(QFile::exists(at(u"ZEL_patched.exe"_s)));
+        QFile::remove(at(name));
+    }
+}
+
+void TestClientSync::onlyTheAddressFileMayFailOnAFullDisk()
+{
+    fillFolder();
+    QFile::remove(at(u"server.txt"_s));
+    Disk::makeFull(at(u"server.txt"_s));
+    QString error = u"before"_s;
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, &error));
+    QCOMPARE(error, u"before"_s);
+    QCOMPARE(Disk::read(at(u"zel_login.ini"_s)), newLoginIni);
+    QVERIFY(!QFile::exists(at(u"ZEL_patched.exe"_s)));
+}
+
+void TestClientSync::theAddressFileIsReplacedWhole()
+{
+    Disk::write(at(u"server.txt"_s), "an.address.much.longer.than.the.new.one\nand more\n");
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QCOMPARE(Disk::read(at(u"server.txt"_s)), newServerTxt);
+}
+
+// ---- the ini file
+
+void TestClientSync::onlyTheAddressLinesOfTheIniFileChange_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after");
+    const auto row = [](const char *name, const QByteArray &before, const QByteArray &after) {
+        QTest::newRow(name) << before << after;
+    };
+    const auto kept = [&row](const char *name, const QByteArray &file) { row(name, file, file); };
+    row("among others", "a=1\nserver_ip=old\nb=2\n", "a=1\nserver_ip=10.0.0.1\nb=2\n");
+    row("the first line", "server_ip=old\nb=2\n", "server_ip=10.0.0.1\nb=2\n");
+    row("the last line, no line end", "a=1\nserver_ip=old", "a=1\nserver_ip=10.0.0.1");
+    row("alone, no line end", "server_ip=", "server_ip=10.0.0.1");
+    row("no value", "server_ip=\nb=2\n", "server_ip=10.0.0.1\nb=2\n");
+    row("a longer value", "server_ip=" + QByteArray(500, 'x') + "\nb=2", "server_ip=10.0.0.1\nb=2");
+    row("a value with everything", "server_ip=a=b ; # \"c\" \t\\1\n", "server_ip=10.0.0.1\n");
+    row("several", "server_ip=1\nb\nserver_ip=2\nserver_ip=3",
+        "server_ip=10.0.0.1\nb\nserver_ip=10.0.0.1\nserver_ip=10.0.0.1");
+    row("after empty lines", "\n\nserver_ip=old\n\n\n", "\n\nserver_ip=10.0.0.1\n\n\n");
+    row("bytes that are no UTF-8 elsewhere", "a=\xff\xfe\x80\nserver_ip=old\nb=\xC3\n",
+        "a=\xff\xfe\x80\nserver_ip=10.0.0.1\nb=\xC3\n");
+    row("bytes that are no UTF-8 in the value", "server_ip=\xff\xC3\nb\n",
+        "server_ip=10.0.0.1\nb\n");
+    row("UTF-8 elsewhere", "a=\xC3\xA1\xE2\x82\xAC\xF0\x9F\x90\x89\nserver_ip=old\n",
+        "a=\xC3\xA1\xE2\x82\xAC\xF0\x9F\x90\x89\nserver_ip=10.0.0.1\n");
+    row("a byte order mark before the line", "\xEF\xBB\xBFserver_ip=old\nb\n",
+        "\xEF\xBB\xBFserver_ip=10.0.0.1\nb\n");
+    row("a byte order mark before another line", "\xEF\xBB\xBFx=1\nserver_ip=old\n",
+        "\xEF\xBB\xBFx=1\nserver_ip=10.0.0.1\n");
+    row("NUL characters", QByteArray("a\0b\nserver_ip=o\0d\n\0", 19),
+        QByteArray("a\0b\nserver_ip=10.0.0.1\n\0", 24));
+    row("other line separators in the value",
+        "server_ip=a\vb\fc\xC2\x85"
+        "d\xE2\x80\xA8"
+        "e\nb\n",
+        "server_ip=10.0.0.1\nb\n");
+    row("a long file", QByteArray(70'000, 'x') + "\nserver_ip=old\n" + QByteArray(70'000, 'y'),
+        QByteArray(70'000, 'x') + "\nserver_ip=10.0.0.1\n" + QByteArray(70'000, 'y'));
+
+    kept("an empty file", "");
+    kept("no such line", "a=1\nb=2\n");
+    kept("no such line, no line end", "a=1\nb=2");
+    kept("no such line, no UTF-8", "a=\xff\n\xC3\x28\n");
+    kept("no such line, a byte order mark", "\xEF\xBB\xBF"
+                                            "a=1\n");
+    kept("a longer key", "xserver_ip=old\n");
+    kept("a blank before the key", " server_ip=old\n\tserver_ip=old\n");
+    kept("a blank after the key", "server_ip =old\n");
+    kept("another letter case", "Server_IP=old\nSERVER_IP=old\n");
+    kept("the key alone", "server_ip\n");
+    kept("a comment", "#server_ip=old\n;server_ip=old\n");
+    kept("a byte order mark that is not at the start", "a\n\xEF\xBB\xBFserver_ip=old\n");
+    kept("other line separators before the key",
+         "a\vserver_ip=1\fserver_ip=2\xC2\x85server_ip=3\xE2\x80\xA8server_ip=4\n");
+}
+
+void TestClientSync::onlyTheAddressLinesOfTheIniFileChange()
+{
+    QFETCH(const QByteArray, before);
+    QTEST(loginIniAfterAPass(before), "after");
+}
+
+void TestClientSync::textModeDropsCarriageReturnsFromTheIniFileDeliberately_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after");
+    QTest::newRow("CR LF line ends") << QByteArray("a=1\r\nserver_ip=old\r\nb=2\r\n")
+                                     << QByteArray("a=1\nserver_ip=10.0.0.1\nb=2\n");
+    QTest::newRow("CR LF line ends, no such line")
+        << QByteArray("a=1\r\n\r\nb=2\r\n") << QByteArray("a=1\n\nb=2\n");
+    QTest::newRow("a CR alone") << QByteArray("a\rb\n") << QByteArray("ab\n");
+}
+
+void TestClientSync::textModeDropsCarriageReturnsFromTheIniFileDeliberately()
+{
+    QFETCH(const QByteArray, before);
+    QTEST(loginIniAfterAPass(before), "after");
+}
+
+void TestClientSync::nothingInTheAddressIsAPlaceholder_data()
+{
+    QTest::addColumn<QString>("ip");
+    QTest::newRow("back-references") << u"\\0\\1\\2\\10"_s;
+    QTest::newRow("backslashes") << u"a\\b\\\\c\\"_s;
+    QTest::newRow("dollar signs") << u"$0$1$&${x}"_s;
+    QTest::newRow("percent signs") << u"%1%2%%"_s;
+    QTest::newRow("characters outside Latin-1") << u"jogo.пример.🐉"_s;
+    QTest::newRow("a NUL character") << u"a\0b"_s;
+}
+
+void TestClientSync::nothingInTheAddressIsAPlaceholder()
+{
+    QFETCH(const QString, ip);
+    QCOMPARE(loginIniAfterAPass("server_ip=old\nb\n", ip), "server_ip=" + ip.toUtf8() + "\nb\n");
+    QCOMPARE(Disk::read(at(u"server.txt"_s)), ip.toUtf8() + "\n");
+    QVERIFY(Disk::read(at(u"serverlist.txt"_s)).startsWith("0 0 " + ip.toUtf8() + "\n"));
+}
+
+void TestClientSync::aMissingIniFileStaysMissing()
+{
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QVERIFY(!QFile::exists(at(u"zel_login.ini"_s)));
+
+    Disk::makeLink(at(u"zel_login.ini"_s), at(u"nonexistent"_s));
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QVERIFY(!QFile::exists(at(u"nonexistent"_s)));
+}
+
+void TestClientSync::anIniFileThatCannotBeOpenedIsSkipped_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::newRow("a folder") << u"."_s;
+    QTest::newRow("a device without an end") << u"/dev/full"_s;
+}
+
+void TestClientSync::anIniFileThatCannotBeOpenedIsSkipped()
+{
+    QFETCH(const QString, target);
+    fillFolder();
+    QFile::remove(at(u"zel_login.ini"_s));
+    Disk::makeLink(at(u"zel_login.ini"_s), target);
+    QString error = u"before"_s;
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, &error));
+    QCOMPARE(error, u"before"_s);
+    QCOMPARE(Disk::read(at(u"server.txt"_s)), newServerTxt);
+    QVERIFY(!QFile::exists(at(u"ZEL_patched.exe"_s)));
+}
+
+void TestClientSync::aLinkedIniFileIsChangedWhereItIs()
+{
+    Disk::write(at(u"elsewhere"_s), oldLoginIni);
+    Disk::makeLink(at(u"zel_login.ini"_s), at(u"elsewhere"_s));
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QCOMPARE(Disk::read(at(u"elsewhere"_s)), newLoginIni);
+    QVERIFY(QFileInfo(at(u"zel_login.ini"_s)).isSymLink());
+}
+
+// ---- the patched client
+
+void TestClientSync::thePatchedClientIsRemoved()
+{
+    Disk::write(at(u"ZEL_patched.exe"_s), "MZ");
+    Disk::write(at(u"zel_patched.exe"_s), "another letter case");
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QVERIFY(!QFile::exists(at(u"ZEL_patched.exe"_s)));
+    QVERIFY(QFile::exists(at(u"zel_patched.exe"_s)));
+}
+
+void TestClientSync::aPatchedClientThatCannotBeRemovedIsNoFailure()
+{
+    fillFolder();
+    QFile::remove(at(u"ZEL_patched.exe"_s));
+    Disk::write(at(u"ZEL_patched.exe/file"_s), "in a folder of that name");
+    QString error = u"before"_s;
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, &error));
+    QCOMPARE(error, u"before"_s);
+    QVERIFY(QFile::exists(at(u"ZEL_patched.exe/file"_s)));
+    QCOMPARE(Disk::read(at(u"zel_login.ini"_s)), newLoginIni);
+}
+
+ZEL_TEST_MAIN(TestClientSync)
+
+#include "tst_clientsync.moc"

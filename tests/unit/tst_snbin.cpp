@@ -1,0 +1,306 @@
+#include "support/Disk.h"
+
+#include <QFile>
+
+#include "client/SnBin.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const QByteArray tail = "0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n"; // ten lines
+
+} // namespace
+
+class TestSnBin : public FolderTest
+{
+    Q_OBJECT
+
+private slots:
+    void theFileHasOneNameInTheClientFolder_data();
+    void theFileHasOneNameInTheClientFolder();
+
+    void theFirstLineIsRead_data();
+    void theFirstLineIsRead();
+    void whatIsNoFileIsNotRead_data();
+    void whatIsNoFileIsNotRead();
+    void readingTheNameIntoNothingFails();
+
+    void aNameIsPreparedForTheFile_data();
+    void aNameIsPreparedForTheFile();
+
+    void theWrittenFileHoldsTheGroupTheNameAndTenLines_data();
+    void theWrittenFileHoldsTheGroupTheNameAndTenLines();
+    void theExampleFileHas28Bytes();
+    void theOldFileIsReplacedWhole();
+    void aGroupOutOfRangeIsRefusedAndTheFileIsUntouched_data();
+    void aGroupOutOfRangeIsRefusedAndTheFileIsUntouched();
+    void aPathThatCannotBeOpenedFailsToWrite_data();
+    void aPathThatCannotBeOpenedFailsToWrite();
+    void aFullDiskFailsToWrite();
+    void aDiskThatFillsUpLeavesAFileCutShort();
+
+private:
+    QString path() const { return at(u"sn.bin"_s); }
+};
+
+void TestSnBin::theFileHasOneNameInTheClientFolder_data()
+{
+    QTest::addColumn<QString>("clientDir");
+    QTest::addColumn<QString>("path");
+    QTest::newRow("an absolute folder") << u"/games/zel"_s << u"/games/zel/sn.bin"_s;
+    QTest::newRow("a slash at the end") << u"/games/zel/"_s << u"/games/zel/sn.bin"_s;
+    QTest::newRow("the root folder") << u"/"_s << u"/sn.bin"_s;
+    QTest::newRow("a relative folder") << u"zel"_s << u"zel/sn.bin"_s;
+    QTest::newRow("no folder is the working folder") << QString() << u"./sn.bin"_s;
+    QTest::newRow("a NUL character") << u"/a\0b"_s << u"/a\0b/sn.bin"_s;
+}
+
+void TestSnBin::theFileHasOneNameInTheClientFolder()
+{
+    QFETCH(const QString, clientDir);
+    QTEST(SnBin::pathIn(clientDir), "path");
+    // Another letter case is another file.
+    Disk::write(at(u"SN.BIN"_s), "1 Alpha\n");
+    QCOMPARE(SnBin::pathIn(folder()), path());
+    QVERIFY(!SnBin::isValid(SnBin::pathIn(folder())));
+}
+
+// ---- reading
+
+void TestSnBin::theFirstLineIsRead_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<bool>("valid");
+    QTest::addColumn<QString>("name");
+    const QString none = u"Orvandale"_s;
+    const auto row = [](const char *title, const QByteArray &file, bool valid,
+                        const QString &name) { QTest::newRow(title) << file << valid << name; };
+    row("as written", "1 Alpha\n" + tail, true, u"Alpha"_s);
+    row("the lowest group", "1 Name\n", true, u"Name"_s);
+    row("the highest group", "10 Name\n", true, u"Name"_s);
+    row("group 0", "0 Name\n", false, u"Name"_s);
+    row("group 11", "11 Name\n", false, u"Name"_s);
+    row("a negative group", "-1 Name\n", false, u"Name"_s);
+    row("a word in place of the group", "x Name\n", false, u"Name"_s);
+    row("a group with a tail", "1x Name\n", false, u"Name"_s);
+    row("a group of another base", "0x1 Name\n", false, u"Name"_s);
+    row("a group with a leading zero is decimal", "010 Name\n", true, u"Name"_s);
+    row("a group too large to hold", "4294967297 Name\n", false, u"Name"_s);
+    row("a group that is no whole number", "1.0 Name\n", false, u"Name"_s);
+    row("an empty file", "", false, none);
+    row("an empty first line", "\n1 Name\n", false, none);
+    row("a blank first line", "   \t \n1 Name\n", false, none);
+    row("a group alone", "1", true, none);
+    row("a group alone and blanks", " 7  \n", true, none);
+    row("a word alone", "Name\n", false, none);
+    row("runs of blanks", "  2   Old    Server  \n", true, u"Old Server"_s);
+    row("only the first line counts", "3 First\n4 Second\n", true, u"First"_s);
+    row("no line end", "3 First", true, u"First"_s);
+    row("a line that ends with CR LF", "3 First\r\n0\r\n", true, u"First"_s);
+    row("a CR inside the line is part of it", "3 Fi\rrst\n", true, u"Fi\rrst"_s);
+    row("a tab separates nothing", "1\tAlpha\n", false, none);
+    row("a tab inside the name stays", "1 Al\tpha  \tx\n", true, u"Al\tpha \tx"_s);
+    row("tabs around the line go", "\t1 Alpha\t\n", true, u"Alpha"_s);
+    row("a no-break space separates nothing",
+        "1\xC2\xA0"
+        "Alpha\n",
+        false, none);
+    row("a no-break space inside the name stays", "1 Al\xC2\xA0pha\n", true, u"Al\u00a0pha"_s);
+    row("a no-break space at the end goes", "1 Alpha\xC2\xA0\n", true, u"Alpha"_s);
+    row("a name in UTF-8", "1 \xC3\x81guia \xF0\x9F\x90\x89\n", true, u"Águia 🐉"_s);
+    row("bytes that are no UTF-8", "1 \xff\n", true, u"\ufffd"_s);
+    row("a byte order mark",
+        "\xEF\xBB\xBF"
+        "1 Alpha\n",
+        true, u"Alpha"_s);
+    row("a NUL character", QByteArray("1 A\0B\n", 6), true, u"A\0B"_s);
+    row("a name longer than the launcher writes", "1 A very long server name\n", true,
+        u"A very long server name"_s);
+    row("a line of many bytes", "1 " + QByteArray(200'000, 'a') + "\n0\n", true,
+        QString(200'000, u'a'));
+}
+
+void TestSnBin::theFirstLineIsRead()
+{
+    QFETCH(const QByteArray, file);
+    Disk::write(path(), file);
+    QTEST(SnBin::isValid(path()), "valid");
+    QString name = u"before"_s;
+    QVERIFY(SnBin::loadDisplayName(path(), &name));
+    QTEST(name, "name");
+    QCOMPARE(Disk::read(path()), file);
+}
+
+void TestSnBin::whatIsNoFileIsNotRead_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("a missing file") << u"sn.bin"_s;
+    QTest::newRow("a folder") << u"."_s;
+    QTest::newRow("a device without an end") << u"/dev/zero"_s;
+    QTest::newRow("no path") << QString();
+    QTest::newRow("a path with a NUL character") << u"other\0.bin"_s;
+}
+
+void TestSnBin::whatIsNoFileIsNotRead()
+{
+    QFETCH(const QString, name);
+    Disk::write(at(u"other"_s), "1 Alpha\n");
+    QVERIFY(!SnBin::isValid(at(name)));
+    QString display = u"before"_s;
+    QVERIFY(!SnBin::loadDisplayName(at(name), &display));
+    QCOMPARE(display, u"before"_s);
+    QCOMPARE(Disk::names(folder()), QStringList{u"other"_s});
+}
+
+void TestSnBin::readingTheNameIntoNothingFails()
+{
+    Disk::write(path(), "1 Alpha\n");
+    QVERIFY(!SnBin::loadDisplayName(path(), nullptr));
+}
+
+// ---- the name
+
+void TestSnBin::aNameIsPreparedForTheFile_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("prepared");
+    QTest::newRow("a plain name") << u"Alpha"_s << u"Alpha"_s;
+    QTest::newRow("no name") << QString() << u"Orvandale"_s;
+    QTest::newRow("blanks alone") << u" \t\r\n\u00a0"_s << u"Orvandale"_s;
+    QTest::newRow("blanks around it") << u"\t  Alpha\r\n "_s << u"Alpha"_s;
+    QTest::newRow("blanks inside stay") << u"a  \t b"_s << u"a  \t b"_s;
+    QTest::newRow("15 characters") << u"123456789012345"_s << u"123456789012345"_s;
+    QTest::newRow("16 characters") << u"1234567890123456"_s << u"123456789012345"_s;
+    QTest::newRow("trimmed before it is cut")
+        << u"  A very long server name"_s << u"A very long ser"_s;
+    QTest::newRow("the cut leaves its trailing blank deliberately")
+        << u"Fourteen chars and more"_s << u"Fourteen chars "_s;
+    QTest::newRow("line ends inside") << u"a\r\nb"_s << u"a  b"_s;
+    QTest::newRow("a line feed inside") << u"a\nb"_s << u"a b"_s;
+    QTest::newRow("a carriage return inside") << u"a\rb"_s << u"a b"_s;
+    QTest::newRow("a line end at the cut") << u"Fourteen chars\nb"_s << u"Fourteen chars "_s;
+    QTest::newRow("characters of two bytes") << u"áéíóúàèìòùâêîôû!"_s << u"áéíóúàèìòùâêîôû"_s;
+    QTest::newRow("characters of two code units") << u"🐉🐉🐉🐉🐉🐉🐉a🐉"_s << u"🐉🐉🐉🐉🐉🐉🐉a"_s;
+}
+
+void TestSnBin::aNameIsPreparedForTheFile()
+{
+    QFETCH(const QString, name);
+    QFETCH(const QString, prepared);
+    QCOMPARE(SnBin::preparedName(name), prepared);
+    // The writer follows the same rule.
+    QVERIFY(SnBin::writeMainGroup(path(), 1, name, nullptr));
+    QCOMPARE(Disk::read(path()), "1 " + prepared.toUtf8() + "\n" + tail);
+}
+
+// ---- writeMainGroup
+
+void TestSnBin::theWrittenFileHoldsTheGroupTheNameAndTenLines_data()
+{
+    QTest::addColumn<int>("group");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("firstLine");
+    QTest::newRow("the lowest group") << 1 << u"Alpha"_s << QByteArray("1 Alpha\n");
+    QTest::newRow("the highest group") << 10 << u"Alpha"_s << QByteArray("10 Alpha\n");
+    QTest::newRow("no name") << 2 << QString() << QByteArray("2 Orvandale\n");
+    QTest::newRow("a name in UTF-8") << 1 << u"Águia"_s << QByteArray("1 \xC3\x81guia\n");
+    QTest::newRow("placeholders in the name") << 1 << u"%1 %2 %3"_s << QByteArray("1 %1 %2 %3\n");
+}
+
+void TestSnBin::theWrittenFileHoldsTheGroupTheNameAndTenLines()
+{
+    QFETCH(const int, group);
+    QFETCH(const QString, name);
+    QFETCH(const QByteArray, firstLine);
+    QString error = u"before"_s;
+    QVERIFY(SnBin::writeMainGroup(path(), group, name, &error));
+    QCOMPARE(Disk::read(path()), firstLine + tail);
+    QCOMPARE(error, u"before"_s);
+    QVERIFY(SnBin::isValid(path()));
+}
+
+void TestSnBin::theExampleFileHas28Bytes()
+{
+    QVERIFY(SnBin::writeMainGroup(path(), 1, u"Alpha"_s, nullptr));
+    QCOMPARE(Disk::read(path()), QByteArray("1 Alpha\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n"));
+    QCOMPARE(Disk::read(path()).size(), 28);
+}
+
+void TestSnBin::theOldFileIsReplacedWhole()
+{
+    Disk::write(path(), "5 Old\n0\n2 Other\nand more lines of some length\n\n\n\n\n\n\n");
+    QVERIFY(SnBin::writeMainGroup(path(), 1, u"New"_s, nullptr));
+    QCOMPARE(Disk::read(path()), "1 New\n" + tail);
+    QCOMPARE(Disk::names(folder()), QStringList{u"sn.bin"_s});
+}
+
+void TestSnBin::aGroupOutOfRangeIsRefusedAndTheFileIsUntouched_data()
+{
+    QTest::addColumn<int>("group");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("0") << 0 << u"ID de grupo invalido para sn.bin: 0"_s;
+    QTest::newRow("11") << 11 << u"ID de grupo invalido para sn.bin: 11"_s;
+    QTest::newRow("-1") << -1 << u"ID de grupo invalido para sn.bin: -1"_s;
+    QTest::newRow("1234567") << 1234567 << u"ID de grupo invalido para sn.bin: 1234567"_s;
+}
+
+void TestSnBin::aGroupOutOfRangeIsRefusedAndTheFileIsUntouched()
+{
+    QFETCH(const int, group);
+    Disk::write(path(), "5 Old\n");
+    QString error;
+    QVERIFY(!SnBin::writeMainGroup(path(), group, u"New"_s, &error));
+    QTEST(error, "text");
+    QVERIFY(!SnBin::writeMainGroup(path(), group, u"New"_s, nullptr));
+    QCOMPARE(Disk::read(path()), QByteArray("5 Old\n"));
+
+    QFile::remove(path());
+    QVERIFY(!SnBin::writeMainGroup(path(), group, u"New"_s, nullptr));
+    QVERIFY(!QFile::exists(path()));
+}
+
+void TestSnBin::aPathThatCannotBeOpenedFailsToWrite_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("a folder") << u"."_s;
+    QTest::newRow("in no folder") << u"nonexistent/%1"_s;
+    QTest::newRow("no path") << QString();
+    QTest::newRow("a path with a NUL character") << u"a\0b"_s;
+}
+
+void TestSnBin::aPathThatCannotBeOpenedFailsToWrite()
+{
+    QFETCH(const QString, name);
+    QString error;
+    QVERIFY(!SnBin::writeMainGroup(at(name), 1, u"New"_s, &error));
+    QCOMPARE(error, u"Nao foi possivel gravar "_s + at(name));
+    QVERIFY(!SnBin::writeMainGroup(at(name), 1, u"New"_s, nullptr));
+    QCOMPARE(Disk::names(folder()), QStringList());
+}
+
+void TestSnBin::aFullDiskFailsToWrite()
+{
+    Disk::makeFull(path());
+    QString error;
+    QVERIFY(!SnBin::writeMainGroup(path(), 1, u"New"_s, &error));
+    QCOMPARE(error, u"Falha ao gravar "_s + path());
+    QVERIFY(!SnBin::writeMainGroup(path(), 1, u"New"_s, nullptr));
+}
+
+void TestSnBin::aDiskThatFillsUpLeavesAFileCutShort()
+{
+    Disk::write(path(), "5 Old\nand more lines of some length\n");
+    QString error;
+    {
+        const Disk::SizeLimit limit(8);
+        QVERIFY(!SnBin::writeMainGroup(path(), 1, u"New"_s, &error));
+    }
+    QCOMPARE(error, u"Falha ao gravar "_s + path());
+    QCOMPARE(Disk::read(path()), QByteArray("1 New\n0\n"));
+}
+
+ZEL_TEST_MAIN(TestSnBin)
+
+#include "tst_snbin.moc"
