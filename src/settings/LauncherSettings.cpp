@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QTemporaryFile>
 
 #include "client/ClientSync.h"
 #include "client/Files.h"
@@ -38,6 +39,24 @@ public:
         : QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Orvandale"),
                     QStringLiteral("zel_launcher"))
     {
+    }
+
+    /// Whether @p length more characters of settings can be stored.
+    ///
+    /// QSettings does not notice that the disk fills up while it writes: it would put a cut or
+    /// empty file in the place of the old one. And what it fails to write it keeps in memory,
+    /// where the next load() would find it. So nothing is begun that the disk has no room for.
+    bool canStore(qsizetype length) const
+    {
+        if (!isWritable()) {
+            return false;
+        }
+        // A character takes at most six bytes, and what is stored already may grow in today's
+        // notation; the rest is for the keys and the lock file.
+        const QFileInfo old(fileName());
+        const qint64 size = 6 * length + 2 * old.size() + 16384;
+        QTemporaryFile probe(old.exists() ? old.canonicalFilePath() : fileName());
+        return probe.open() && probe.write(QByteArray(size, ' ')) == size && probe.flush();
     }
 };
 
@@ -85,6 +104,11 @@ void LauncherSettings::load()
 void LauncherSettings::save() const
 {
     SettingsFile file;
+    const QString texts = clientDir + clientExe + winePath + patchBaseUrl + serverName + serverIp +
+                          websiteUrl + newsUrl + localVersion;
+    if (!file.canStore(texts.size())) {
+        return;
+    }
     file.setValue(Key::clientDir, clientDir);
     file.setValue(Key::clientExe, clientExe);
     file.setValue(Key::clientWine, winePath);

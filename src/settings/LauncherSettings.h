@@ -32,10 +32,12 @@ public:
 
     /// Replaces every field from the settings file, then the server fields and the client's
     /// options from the files in the client folder. Unsaved edits are lost. What cannot be read
-    /// gives the defaults; nothing is reported.
+    /// gives the defaults, but a "Config.bin" that is no good leaves clientConfig as it is;
+    /// nothing is reported.
     void load();
 
-    /// Writes every field but clientConfig to the settings file. A failure is silent.
+    /// Writes every field but clientConfig to the settings file. A failure is silent and leaves
+    /// the file as it was, a full disk included.
     void save() const;
 
     /// Path of the client's server name file.

@@ -1,0 +1,377 @@
+#include "support/Child.h"
+#include "support/Disk.h"
+#include "support/Settings.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+LauncherSettings &settings()
+{
+    return LauncherSettings::instance();
+}
+
+QString ownFolder()
+{
+    return QCoreApplication::applicationDirPath();
+}
+
+} // namespace
+
+class TestClientPaths : public FolderTest
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void theClientsFilesAreInItsFolder_data();
+    void theClientsFilesAreInItsFolder();
+
+    void thePictureOfTheClientComesFirst_data();
+    void thePictureOfTheClientComesFirst();
+    void withoutAPictureTheLaunchersOwnIsNamed_data();
+    void withoutAPictureTheLaunchersOwnIsNamed();
+
+    void theExecutableIsFound_data();
+    void theExecutableIsFound();
+    void anExecutableInTheWorkingFolderComesFirst();
+    void anAbsoluteExecutableNeedsNoClientFolder();
+    void anAbsoluteExecutableThatIsMissingFallsBackToTheClientFolder();
+    void withoutAClientFolderTheExecutableIsLookedForInTheWorkingFolder();
+    void aRelativeClientFolderGivesAnAbsoluteExecutable();
+    void aPathThatCannotExistIsGivenBack();
+
+    void theChosenWineIsGivenBackUnchanged_data();
+    void theChosenWineIsGivenBackUnchanged();
+    void theWineOfTheMachineIsFound_data();
+    void theWineOfTheMachineIsFound();
+    void theWineSwitchDoesNotMatter();
+
+    void lookingForPathsCreatesNothing();
+};
+
+void TestClientPaths::init()
+{
+    FolderTest::init();
+    resetSettings();
+}
+
+// ---- the client's files
+
+void TestClientPaths::theClientsFilesAreInItsFolder_data()
+{
+    QTest::addColumn<QString>("clientDir");
+    QTest::addColumn<QString>("joined"); // %1 is the file's name
+    QTest::addColumn<QString>("snBin");
+    QTest::newRow("an absolute folder")
+        << u"/games/zel"_s << u"/games/zel/%1"_s << u"/games/zel/sn.bin"_s;
+    QTest::newRow("a slash at the end")
+        << u"/games/zel/"_s << u"/games/zel/%1"_s << u"/games/zel/sn.bin"_s;
+    QTest::newRow("a relative folder") << u"zel"_s << u"zel/%1"_s << u"zel/sn.bin"_s;
+    QTest::newRow("the working folder") << u"."_s << u"./%1"_s << u"./sn.bin"_s;
+    QTest::newRow("a folder above")
+        << u"/games/../zel"_s << u"/games/../zel/%1"_s << u"/games/../zel/sn.bin"_s;
+    QTest::newRow("the root folder") << u"/"_s << u"/%1"_s << u"/sn.bin"_s;
+    QTest::newRow("no folder gives bare names") << QString() << u"%1"_s << u"./sn.bin"_s;
+}
+
+void TestClientPaths::theClientsFilesAreInItsFolder()
+{
+    QFETCH(const QString, clientDir);
+    QFETCH(const QString, joined);
+    settings().clientDir = clientDir;
+    QCOMPARE(settings().configBinPath(), joined.arg(u"Config.bin"_s));
+    QCOMPARE(settings().serverListPath(), joined.arg(u"serverlist.txt"_s));
+    QCOMPARE(settings().noticePath(), joined.arg(u"notice.txt"_s));
+    QTEST(settings().snBinPath(), "snBin");
+}
+
+// ---- the picture
+
+void TestClientPaths::thePictureOfTheClientComesFirst_data()
+{
+    QTest::addColumn<QString>("clientDir");
+    QTest::addColumn<QString>("path");
+    QTest::newRow("an absolute folder") << u"%1/client"_s << u"%1/client/Launcher.bmp"_s;
+    QTest::newRow("a relative folder is not made absolute")
+        << u"client"_s << u"client/Launcher.bmp"_s;
+    QTest::newRow("points are not removed")
+        << u"client/../client/."_s << u"client/../client/./Launcher.bmp"_s;
+    QTest::newRow("no folder is the working folder") << QString() << u"Launcher.bmp"_s;
+}
+
+void TestClientPaths::thePictureOfTheClientComesFirst()
+{
+    QFETCH(const QString, clientDir);
+    QFETCH(const QString, path);
+    Disk::write(at(u"client/Launcher.bmp"_s), "BM");
+    Disk::write(at(u"Launcher.bmp"_s), "BM");
+    const Disk::WorkingFolder working(folder());
+    settings().clientDir = QString(clientDir).replace(u"%1"_s, folder());
+    QCOMPARE(settings().launcherBmpPath(), QString(path).replace(u"%1"_s, folder()));
+}
+
+void TestClientPaths::withoutAPictureTheLaunchersOwnIsNamed_data()
+{
+    QTest::addColumn<QString>("picture");
+    QTest::newRow("no picture") << u"other"_s;
+    QTest::newRow("another letter case") << u"launcher.bmp"_s;
+    QTest::newRow("capital letters") << u"LAUNCHER.BMP"_s;
+}
+
+void TestClientPaths::withoutAPictureTheLaunchersOwnIsNamed()
+{
+    QFETCH(const QString, picture);
+    Disk::write(at(picture), "BM");
+    settings().clientDir = folder();
+    QCOMPARE(settings().launcherBmpPath(), ownFolder() + u"/Launcher.bmp"_s);
+    QVERIFY(!QFile::exists(settings().launcherBmpPath()));
+}
+
+// ---- the executable
+
+void TestClientPaths::theExecutableIsFound_data()
+{
+    QTest::addColumn<QString>("clientExe");
+    QTest::addColumn<QStringList>("files");
+    QTest::addColumn<QString>("found");
+    const QString exe = u"ZEL.exe"_s;
+    const QString first = u"ZELmarind.exe"_s;
+    const QString second = u"ZEL IP 14.exe"_s;
+    const QString last = u"ZELLauncher.exe"_s;
+    const auto row = [](const char *name, const QString &clientExe, const QStringList &files,
+                        const QString &found) {
+        QTest::newRow(name) << clientExe << files << found;
+    };
+    row("the client's executable", exe, {exe}, exe);
+    row("it comes before the other names", exe, {last, second, first, exe}, exe);
+    row("the first other name", exe, {last, second, first}, first);
+    row("the second other name", exe, {last, second}, second);
+    row("the second other name alone", exe, {second}, second);
+    row("the last other name, deliberately", exe, {last}, last);
+    row("no executable", exe, {}, exe);
+    row("the patched client is never chosen", exe, {u"ZEL_patched.exe"_s}, exe);
+    row("another letter case is another file", exe, {u"zel.exe"_s, u"zelmarind.exe"_s}, exe);
+    row("an executable in a subfolder", u"bin/game.exe"_s, {first, u"bin/game.exe"_s},
+        u"bin/game.exe"_s);
+    row("an executable above", u"../other/game.exe"_s, {first, u"../other/game.exe"_s},
+        u"../other/game.exe"_s);
+    row("a folder of that name counts", u"data"_s, {first, u"data/file"_s}, u"data"_s);
+    row("no name is the folder itself", QString(), {first}, QString());
+}
+
+void TestClientPaths::theExecutableIsFound()
+{
+    QFETCH(const QString, clientExe);
+    QFETCH(const QStringList, files);
+    QFETCH(const QString, found);
+    Disk::makeFolder(at(u"client"_s));
+    for (const QString &file : files) {
+        Disk::write(at(u"client/"_s + file), "MZ");
+    }
+    Disk::makeFolder(at(u"work"_s));
+    const Disk::WorkingFolder working(at(u"work"_s));
+    settings().clientDir = at(u"client"_s);
+    settings().clientExe = clientExe;
+    const QString expected = QDir::cleanPath(at(u"client/"_s + found));
+    QCOMPARE(settings().baseClientExePath(), expected);
+    QCOMPARE(settings().resolvedClientExe(), expected);
+}
+
+void TestClientPaths::anExecutableInTheWorkingFolderComesFirst()
+{
+    Disk::write(at(u"client/ZEL.exe"_s), "MZ");
+    Disk::write(at(u"work/ZEL.exe"_s), "MZ");
+    const Disk::WorkingFolder working(at(u"work"_s));
+    settings().clientDir = at(u"client"_s);
+    QCOMPARE(settings().baseClientExePath(), at(u"work/ZEL.exe"_s));
+
+    settings().clientExe = u"../work/./ZEL.exe"_s;
+    QCOMPARE(settings().baseClientExePath(), at(u"work/ZEL.exe"_s));
+}
+
+void TestClientPaths::anAbsoluteExecutableNeedsNoClientFolder()
+{
+    Disk::write(at(u"elsewhere/game.exe"_s), "MZ");
+    Disk::write(at(u"client/ZELmarind.exe"_s), "MZ");
+    settings().clientExe = at(u"elsewhere/game.exe"_s);
+    for (const QString &clientDir : {QString(), at(u"client"_s), u"/nonexistent"_s}) {
+        settings().clientDir = clientDir;
+        QCOMPARE(settings().baseClientExePath(), at(u"elsewhere/game.exe"_s));
+    }
+    // A link is not followed.
+    Disk::makeLink(at(u"link.exe"_s), at(u"elsewhere/game.exe"_s));
+    settings().clientExe = at(u"link.exe"_s);
+    QCOMPARE(settings().baseClientExePath(), at(u"link.exe"_s));
+}
+
+void TestClientPaths::anAbsoluteExecutableThatIsMissingFallsBackToTheClientFolder()
+{
+    settings().clientDir = folder();
+    settings().clientExe = u"/nonexistent/game.exe"_s;
+    QCOMPARE(settings().baseClientExePath(), u"/nonexistent/game.exe"_s);
+    Disk::write(at(u"game.exe"_s), "MZ"); // of the same name, but not what is asked for
+    QCOMPARE(settings().baseClientExePath(), u"/nonexistent/game.exe"_s);
+    Disk::write(at(u"ZELLauncher.exe"_s), "MZ");
+    QCOMPARE(settings().baseClientExePath(), at(u"ZELLauncher.exe"_s));
+}
+
+void TestClientPaths::withoutAClientFolderTheExecutableIsLookedForInTheWorkingFolder()
+{
+    const Disk::WorkingFolder working(folder());
+    QCOMPARE(settings().baseClientExePath(), at(u"ZEL.exe"_s));
+    Disk::write(at(u"ZEL IP 14.exe"_s), "MZ");
+    QCOMPARE(settings().baseClientExePath(), at(u"ZEL IP 14.exe"_s));
+    Disk::write(at(u"ZEL.exe"_s), "MZ");
+    QCOMPARE(settings().baseClientExePath(), at(u"ZEL.exe"_s));
+}
+
+void TestClientPaths::aRelativeClientFolderGivesAnAbsoluteExecutable()
+{
+    const Disk::WorkingFolder working(folder());
+    settings().clientDir = u"client"_s;
+    QCOMPARE(settings().baseClientExePath(), at(u"client/ZEL.exe"_s));
+    Disk::write(at(u"client/ZELmarind.exe"_s), "MZ");
+    QCOMPARE(settings().baseClientExePath(), at(u"client/ZELmarind.exe"_s));
+    Disk::write(at(u"client/ZEL.exe"_s), "MZ");
+    QCOMPARE(settings().baseClientExePath(), at(u"client/ZEL.exe"_s));
+}
+
+void TestClientPaths::aPathThatCannotExistIsGivenBack()
+{
+    Disk::write(at(u"ZEL"_s), "a file that a path cut at its NUL character would name");
+    settings().clientDir = folder();
+    settings().clientExe = u"ZEL\0.exe"_s;
+    QCOMPARE(settings().baseClientExePath(), at(u"ZEL\0.exe"_s));
+    Disk::write(at(u"ZELmarind.exe"_s), "MZ");
+    QCOMPARE(settings().baseClientExePath(), at(u"ZELmarind.exe"_s));
+
+    settings().clientDir.clear();
+    settings().clientExe.clear();
+    QCOMPARE(settings().baseClientExePath(), QString());
+}
+
+// ---- Wine
+
+void TestClientPaths::theChosenWineIsGivenBackUnchanged_data()
+{
+    QTest::addColumn<QString>("winePath");
+    QTest::newRow("an absolute path") << u"%1/opt/wine"_s;
+    QTest::newRow("a relative path") << u"opt/wine"_s;
+    QTest::newRow("a path with points") << u"./opt/../opt/wine"_s;
+    QTest::newRow("a link") << u"link"_s;
+    QTest::newRow("a folder") << u"opt"_s;
+}
+
+void TestClientPaths::theChosenWineIsGivenBackUnchanged()
+{
+    QFETCH(const QString, winePath);
+    Disk::write(at(u"opt/wine"_s), "not even executable");
+    Disk::makeLink(at(u"link"_s), at(u"opt/wine"_s));
+    const Disk::WorkingFolder working(folder());
+    settings().winePath = QString(winePath).replace(u"%1"_s, folder());
+    QCOMPARE(settings().resolvedWine(), settings().winePath);
+}
+
+void TestClientPaths::theWineOfTheMachineIsFound_data()
+{
+    QTest::addColumn<QString>("winePath");
+    QTest::addColumn<QStringList>("files"); // of a machine whose /usr/bin has no others
+    QTest::addColumn<QString>("found");
+    const QString wine = u"usr-bin/wine"_s;
+    const QString wine64 = u"usr-bin/wine64"_s;
+    const QString inPath = u"path/wine"_s;
+    const QString inWork = u"work/wine"_s;
+    const auto row = [](const char *name, const QStringList &files, const QString &found,
+                        const QString &winePath = {}) {
+        QTest::newRow(name) << winePath << files << found;
+    };
+    row("no Wine anywhere", {}, u"wine"_s);
+    row("plain wine comes first here, deliberately", {inWork, inPath, wine64, wine},
+        u"/usr/bin/wine"_s);
+    row("wine64 comes next", {inWork, inPath, wine64}, u"/usr/bin/wine64"_s);
+    row("one in the working folder comes before the search path", {inWork, inPath}, u"wine"_s);
+    row("one on the search path", {inPath}, u"%1/path/wine"_s);
+    row("another letter case", {u"usr-bin/Wine"_s, u"path/WINE"_s}, u"wine"_s);
+    row("wine64 on the search path is not looked for", {u"path/wine64"_s}, u"wine"_s);
+    row("a chosen one that is gone", {wine64}, u"/usr/bin/wine64"_s, u"/opt/gone/bin/wine"_s);
+    row("a chosen one that cannot exist", {wine64}, u"/usr/bin/wine64"_s, u"/usr/bin/wine64\0x"_s);
+    row("a chosen one", {wine, u"work/my wine"_s}, u"my wine"_s, u"my wine"_s);
+}
+
+void TestClientPaths::theWineOfTheMachineIsFound()
+{
+    QFETCH(const QString, winePath);
+    QFETCH(const QStringList, files);
+    QFETCH(const QString, found);
+    if (!Child::canMount()) {
+        QSKIP("this user may not hide the machine's own Wine");
+    }
+    for (const QString &name : {u"usr-bin"_s, u"path"_s, u"work"_s}) {
+        Disk::makeFolder(at(name));
+    }
+    for (const QString &file : files) {
+        Disk::write(at(file), "#!/bin/sh\n");
+        QVERIFY(QFile::setPermissions(at(file), QFile::ReadOwner | QFile::ExeOwner));
+    }
+
+    settings().winePath = winePath;
+    settings().save(); // the child loads it
+    Child child({u"wine"_s});
+    child.setWorkingFolder(at(u"work"_s));
+    child.setVariable(u"PATH"_s, at(u"path"_s) + u":/usr/bin"_s);
+    child.mountFirst(u"PATH=/usr/bin mount --bind '%1' /usr/bin"_s.arg(at(u"usr-bin"_s)));
+    QCOMPARE(QString::fromUtf8(child.output()), QString(found).replace(u"%1"_s, folder()));
+}
+
+void TestClientPaths::theWineSwitchDoesNotMatter()
+{
+    const QString found = settings().resolvedWine();
+    settings().useWine = false;
+    QCOMPARE(settings().resolvedWine(), found);
+}
+
+// ---- all
+
+void TestClientPaths::lookingForPathsCreatesNothing()
+{
+    const Disk::WorkingFolder working(folder());
+    for (const QString &clientDir : {QString(), folder(), at(u"nonexistent"_s)}) {
+        settings().clientDir = clientDir;
+        const LauncherSettings &constant = settings();
+        constant.snBinPath();
+        constant.configBinPath();
+        constant.serverListPath();
+        constant.noticePath();
+        constant.launcherBmpPath();
+        constant.baseClientExePath();
+        constant.resolvedClientExe();
+        constant.resolvedWine();
+        QCOMPARE(Disk::names(folder()), QStringList());
+    }
+    QVERIFY(!QFile::exists(TestEnvironment::settingsFile()));
+}
+
+int main(int argc, char *argv[])
+{
+    if (argc > 2 && QByteArrayView(argv[1]) == "--child") {
+        const QCoreApplication app(argc, argv);
+        settings().load();
+        const QByteArray answer = settings().resolvedWine().toUtf8();
+        return std::fputs(answer.constData(), stdout) < 0 ? 1 : 0;
+    }
+    const TestEnvironment environment;
+    const QCoreApplication app(argc, argv);
+    TestEnvironment::nameApplication();
+    TestClientPaths test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_clientpaths.moc"

@@ -1,0 +1,921 @@
+#include "support/Child.h"
+#include "support/Disk.h"
+#include "support/Settings.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSettings>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+LauncherSettings &settings()
+{
+    return LauncherSettings::instance();
+}
+
+/// Every field, by name; of the client's options the resolution stands for all.
+QJsonObject fields()
+{
+    return {{u"clientDir"_s, settings().clientDir},
+            {u"clientExe"_s, settings().clientExe},
+            {u"winePath"_s, settings().winePath},
+            {u"useWine"_s, settings().useWine},
+            {u"patchBaseUrl"_s, settings().patchBaseUrl},
+            {u"serverName"_s, settings().serverName},
+            {u"serverIp"_s, settings().serverIp},
+            {u"channelCount"_s, settings().channelCount},
+            {u"websiteUrl"_s, settings().websiteUrl},
+            {u"newsUrl"_s, settings().newsUrl},
+            {u"localVersion"_s, settings().localVersion},
+            {u"resolution"_s, settings().clientConfig.resolution},
+            {u"rawWords"_s, settings().clientConfig.raw.size()}};
+}
+
+/// The fields of a new process.
+QJsonObject initialFields()
+{
+    return {{u"clientDir"_s, u""_s},
+            {u"clientExe"_s, u"ZEL.exe"_s},
+            {u"winePath"_s, u""_s},
+            {u"useWine"_s, true},
+            {u"patchBaseUrl"_s, u""_s},
+            {u"serverName"_s, u"Orvandale"_s},
+            {u"serverIp"_s, u"127.0.0.1"_s},
+            {u"channelCount"_s, 1},
+            {u"websiteUrl"_s, u""_s},
+            {u"newsUrl"_s, u""_s},
+            {u"localVersion"_s, u"1.0.0"_s},
+            {u"resolution"_s, 3},
+            {u"rawWords"_s, 0}};
+}
+
+/// @p object with other values.
+QJsonObject with(QJsonObject object, const QJsonObject &changes)
+{
+    for (auto change = changes.begin(); change != changes.end(); ++change) {
+        object[change.key()] = change.value();
+    }
+    return object;
+}
+
+QString settingsPath()
+{
+    return TestEnvironment::settingsFile();
+}
+
+/// Writes the settings file by hand. Each has a time of its own: a file that changes twice
+/// within a tick of the file system's clock is not read again.
+void writeSettings(const QByteArray &text)
+{
+    static qint64 seconds = 1'000'000'000;
+    Disk::write(settingsPath(), text);
+    QFile file(settingsPath());
+    if (!file.open(QIODevice::ReadWrite) ||
+        !file.setFileTime(QDateTime::fromSecsSinceEpoch(++seconds),
+                          QFileDevice::FileModificationTime)) {
+        qFatal("cannot date the settings file");
+    }
+}
+
+/// What save() writes for the initial fields.
+const QByteArray initialFile = "[client]\n"
+                               "dir=\n"
+                               "exe=ZEL.exe\n"
+                               "useWine=true\n"
+                               "wine=\n"
+                               "\n"
+                               "[links]\n"
+                               "news=\n"
+                               "website=\n"
+                               "\n"
+                               "[patch]\n"
+                               "baseUrl=\n"
+                               "localVersion=1.0.0\n"
+                               "\n"
+                               "[server]\n"
+                               "channelCount=1\n"
+                               "ip=127.0.0.1\n"
+                               "name=Orvandale\n";
+
+/// A "Config.bin" with this resolution code.
+QByteArray configBin(char resolution)
+{
+    QByteArray bytes(30, '\0');
+    bytes[2] = resolution;
+    return bytes;
+}
+
+/// Saves onto a disk that is full but for some pages, for each number of them. Tells what became
+/// of the settings file and what else was left in its folder.
+QJsonArray saveOnFullDisk(const QString &disk)
+{
+    constexpr int pageSize = 4096;
+    const QByteArray oldFile = "[client]\ndir=/old\n";
+    const QString ballast = disk + u"/ballast"_s;
+    settings().websiteUrl = QString(6000, u'w');
+
+    QJsonArray results;
+    for (int freePages = 0; freePages < 20; ++freePages) {
+        QFile::remove(ballast);
+        writeSettings(oldFile);
+        QFile file(ballast);
+        if (!file.open(QIODevice::ReadWrite | QIODevice::Unbuffered)) {
+            qFatal("no ballast");
+        }
+        while (file.write(QByteArray(pageSize, 'b')) == pageSize) {
+        }
+        file.resize(std::max<qint64>(0, file.size() - freePages * pageSize));
+
+        settings().save();
+        const QByteArray saved = Disk::read(settingsPath());
+        results += QJsonObject{{u"old"_s, saved == oldFile},
+                               {u"new"_s, saved.contains("website=" + QByteArray(6000, 'w')) &&
+                                              saved.contains("name=Orvandale\n")},
+                               {u"files"_s, Disk::names(QFileInfo(settingsPath()).path()).size()}};
+    }
+    return results;
+}
+
+/// What a child process does, and its answer.
+QJsonDocument childAnswer(const QStringList &arguments)
+{
+    const QString action = arguments.first();
+    if (action == u"load"_s) {
+        settings().load();
+    }
+    if (action == u"load without own folder"_s) {
+        QDir(QCoreApplication::applicationDirPath()).removeRecursively();
+        settings().load();
+    }
+    if (action == u"save on a full disk"_s) {
+        return QJsonDocument(saveOnFullDisk(arguments[1]));
+    }
+    return QJsonDocument(fields());
+}
+
+} // namespace
+
+class TestLauncherSettings : public FolderTest
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void thereIsOneObject();
+    void aNewProcessHoldsTheInitialValuesAndTouchesNoFile_data();
+    void aNewProcessHoldsTheInitialValuesAndTouchesNoFile();
+
+    void withoutAFileTheDefaultsAreLoaded();
+    void everyKeyIsLoadedIntoItsField_data();
+    void everyKeyIsLoadedIntoItsField();
+    void aKeyWithoutADefaultIsEmptyWhenAbsent();
+    void aListIsNoText_data();
+    void aListIsNoText();
+    void theWineSwitchIsReadAsABoolean_data();
+    void theWineSwitchIsReadAsABoolean();
+    void theChannelCountIsReadAsANumberFromOneToTen_data();
+    void theChannelCountIsReadAsANumberFromOneToTen();
+    void aFileThatIsNoneGivesTheDefaults_data();
+    void aFileThatIsNoneGivesTheDefaults();
+    void whatCannotBeReadGivesTheDefaults();
+    void loadingWritesNothing();
+    void loadingAgainDiscardsUnsavedEdits();
+
+    void withoutAClientFolderTheLaunchersOwnIsTaken_data();
+    void withoutAClientFolderTheLaunchersOwnIsTaken();
+    void theFilesInTheLaunchersOwnFolderAreImported();
+    void withoutAnyFolderTheClientFolderStaysEmpty();
+    void theClientsFilesWinOverTheSettingsFile();
+    void theChannelCountOfTheClientIsLimitedToo_data();
+    void theChannelCountOfTheClientIsLimitedToo();
+    void theClientsOptionsAreLoadedAgainEachTime();
+    void optionsThatCannotBeReadStayAsTheyAre_data();
+    void optionsThatCannotBeReadStayAsTheyAre();
+
+    void savingWritesElevenKeys();
+    void everyFieldIsSavedUnderItsKey();
+    void theClientsOptionsAreNotSaved();
+    void whatElseTheFileHoldsIsKept();
+    void theOldChannelKeyIsReadButNeverWrittenDeliberately();
+    void savedTextsComeBack_data();
+    void savedTextsComeBack();
+    void aLinkedSettingsFileStaysALink();
+
+    void aFileThatCannotBeWrittenIsSilent_data();
+    void aFileThatCannotBeWrittenIsSilent();
+    void aFullDiskKeepsTheOldFile_data();
+    void aFullDiskKeepsTheOldFile();
+    void aFullDiskMakesNoFile();
+    void aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne();
+
+    void noTextMakesAnOperationPrint_data();
+    void noTextMakesAnOperationPrint();
+};
+
+void TestLauncherSettings::init()
+{
+    FolderTest::init();
+    resetSettings();
+}
+
+// ---- the object
+
+void TestLauncherSettings::thereIsOneObject()
+{
+    QCOMPARE(&LauncherSettings::instance(), &LauncherSettings::instance());
+}
+
+void TestLauncherSettings::aNewProcessHoldsTheInitialValuesAndTouchesNoFile_data()
+{
+    QTest::addColumn<bool>("saved");
+    QTest::newRow("no settings file") << false;
+    QTest::newRow("a settings file") << true;
+}
+
+void TestLauncherSettings::aNewProcessHoldsTheInitialValuesAndTouchesNoFile()
+{
+    QFETCH(const bool, saved);
+    const QByteArray file = "[client]\nexe=other.exe\n[server]\nchannel=3\n";
+    if (saved) {
+        Disk::write(settingsPath(), file);
+    }
+    const QStringList before = Disk::names(TestEnvironment::configHome());
+
+    const QByteArray answer = Child({u"look"_s}).output();
+    QCOMPARE(QJsonDocument::fromJson(answer).object(), initialFields());
+    QCOMPARE(Disk::names(TestEnvironment::configHome()), before);
+    if (saved) {
+        QCOMPARE(Disk::read(settingsPath()), file);
+        QCOMPARE(Disk::names(QFileInfo(settingsPath()).path()), QStringList{u"zel_launcher.ini"_s});
+    }
+}
+
+// ---- load
+
+void TestLauncherSettings::withoutAFileTheDefaultsAreLoaded()
+{
+    settings().clientDir = u"/x"_s;
+    settings().clientExe = u"x"_s;
+    settings().winePath = u"x"_s;
+    settings().useWine = false;
+    settings().patchBaseUrl = u"x"_s;
+    settings().serverName = u"x"_s;
+    settings().serverIp = u"x"_s;
+    settings().channelCount = 7;
+    settings().websiteUrl = u"x"_s;
+    settings().newsUrl = u"x"_s;
+    settings().localVersion = u"x"_s;
+    settings().clientConfig.resolution = 7;
+    settings().load();
+    QCOMPARE(fields(),
+             with(initialFields(),
+                  {{u"clientDir"_s, QCoreApplication::applicationDirPath()}, {u"rawWords"_s, 15}}));
+    QVERIFY(!QFile::exists(settingsPath()));
+}
+
+void TestLauncherSettings::everyKeyIsLoadedIntoItsField_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QJsonObject>("changes");
+    const auto row = [](const char *text, const QString &field, const QJsonValue &value) {
+        QTest::newRow(QByteArray(text).replace('\n', ' ').constData())
+            << QByteArray(text) << QJsonObject{{field, value}};
+    };
+    row("[client]\nexe=a b.exe", u"clientExe"_s, u"a b.exe"_s);
+    row("[client]\nexe=", u"clientExe"_s, u""_s);
+    row("[client]\nwine=/opt/wine/bin/wine", u"winePath"_s, u"/opt/wine/bin/wine"_s);
+    row("[client]\nuseWine=false", u"useWine"_s, false);
+    row("[patch]\nbaseUrl=http://127.0.0.1/p?a=b", u"patchBaseUrl"_s, u"http://127.0.0.1/p?a=b"_s);
+    row("[server]\nname=Alpha Beta", u"serverName"_s, u"Alpha Beta"_s);
+    row("[server]\nname=", u"serverName"_s, u""_s);
+    row("[server]\nname=\xC3\x81guia", u"serverName"_s, u"Águia"_s);
+    row("[server]\nname=\"a, b; c\"", u"serverName"_s, u"a, b; c"_s);
+    row("[server]\nname=12", u"serverName"_s, u"12"_s);
+    row("[server]\nname=true", u"serverName"_s, u"true"_s);
+    row("[server]\nip=10.0.0.1", u"serverIp"_s, u"10.0.0.1"_s);
+    row("[server]\nip=", u"serverIp"_s, u""_s);
+    row("[server]\nchannelCount=4", u"channelCount"_s, 4);
+    row("[server]\nchannel=3", u"channelCount"_s, 3);
+    row("[links]\nwebsite=http://site", u"websiteUrl"_s, u"http://site"_s);
+    row("[links]\nnews=http://news", u"newsUrl"_s, u"http://news"_s);
+    row("[patch]\nlocalVersion=2.0.0", u"localVersion"_s, u"2.0.0"_s);
+    row("[patch]\nlocalVersion=", u"localVersion"_s, u""_s);
+}
+
+void TestLauncherSettings::everyKeyIsLoadedIntoItsField()
+{
+    QFETCH(const QByteArray, text);
+    QFETCH(const QJsonObject, changes);
+    const QString client = at(u"client"_s);
+    writeSettings("[client]\ndir=" + client.toUtf8() + "\n" + text + "\n");
+    settings().load();
+    QCOMPARE(fields(),
+             with(with(initialFields(), {{u"clientDir"_s, client}, {u"rawWords"_s, 15}}), changes));
+}
+
+void TestLauncherSettings::aKeyWithoutADefaultIsEmptyWhenAbsent()
+{
+    writeSettings("[client]\ndir=" + folder().toUtf8() + "\n");
+    settings().winePath = settings().patchBaseUrl = settings().websiteUrl = settings().newsUrl =
+        u"an unsaved edit"_s;
+    settings().load();
+    QCOMPARE(settings().winePath, QString());
+    QCOMPARE(settings().patchBaseUrl, QString());
+    QCOMPARE(settings().websiteUrl, QString());
+    QCOMPARE(settings().newsUrl, QString());
+}
+
+void TestLauncherSettings::aListIsNoText_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("field");
+    QTest::newRow("client/exe") << QByteArray("[client]\nexe=a, b\n") << u"clientExe"_s;
+    QTest::newRow("client/wine") << QByteArray("[client]\nwine=a, b\n") << u"winePath"_s;
+    QTest::newRow("patch/baseUrl") << QByteArray("[patch]\nbaseUrl=a, b\n") << u"patchBaseUrl"_s;
+    QTest::newRow("server/name") << QByteArray("[server]\nname=a, b\n") << u"serverName"_s;
+    QTest::newRow("server/ip") << QByteArray("[server]\nip=a, b\n") << u"serverIp"_s;
+    QTest::newRow("links/website") << QByteArray("[links]\nwebsite=a, b\n") << u"websiteUrl"_s;
+    QTest::newRow("links/news") << QByteArray("[links]\nnews=a, b\n") << u"newsUrl"_s;
+    QTest::newRow("patch/localVersion")
+        << QByteArray("[patch]\nlocalVersion=a, b\n") << u"localVersion"_s;
+}
+
+void TestLauncherSettings::aListIsNoText()
+{
+    QFETCH(const QByteArray, text);
+    QFETCH(const QString, field);
+    writeSettings("[client]\ndir=" + folder().toUtf8() + "\n" + text);
+    settings().load();
+    QCOMPARE(fields()[field].toString(), QString());
+}
+
+void TestLauncherSettings::theWineSwitchIsReadAsABoolean_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<bool>("on");
+    QTest::newRow("absent") << QByteArray() << true;
+    QTest::newRow("true") << QByteArray("useWine=true\n") << true;
+    QTest::newRow("false") << QByteArray("useWine=false\n") << false;
+    QTest::newRow("False") << QByteArray("useWine=False\n") << false;
+    QTest::newRow("a quoted false") << QByteArray("useWine=\"false\"\n") << false;
+    QTest::newRow("1") << QByteArray("useWine=1\n") << true;
+    QTest::newRow("0") << QByteArray("useWine=0\n") << false;
+    QTest::newRow("empty") << QByteArray("useWine=\n") << false;
+    QTest::newRow("any other word is true") << QByteArray("useWine=no\n") << true;
+    QTest::newRow("a list") << QByteArray("useWine=true, true\n") << false;
+}
+
+void TestLauncherSettings::theWineSwitchIsReadAsABoolean()
+{
+    QFETCH(const QByteArray, text);
+    writeSettings("[client]\ndir=" + folder().toUtf8() + "\n" + text);
+    settings().load();
+    QTEST(settings().useWine, "on");
+}
+
+void TestLauncherSettings::theChannelCountIsReadAsANumberFromOneToTen_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<int>("count");
+    const auto row = [](const char *name, const QByteArray &text, int count) {
+        QTest::newRow(name) << text << count;
+    };
+    row("absent", "", 1);
+    row("within", "channelCount=5", 5);
+    row("ten", "channelCount=10", 10);
+    row("too many", "channelCount=11", 10);
+    row("none", "channelCount=0", 1);
+    row("negative", "channelCount=-3", 1);
+    row("blanks around", "channelCount=\" 4 \"", 4);
+    row("a word", "channelCount=abc", 1);
+    row("no whole number", "channelCount=7.6", 1);
+    row("a number with a tail", "channelCount=7x", 1);
+    row("a list", "channelCount=5, 6", 1);
+    row("a boolean", "channelCount=true", 1);
+    row("empty", "channelCount=", 1);
+    row("of an older launcher", "channel=3", 3);
+    row("of an older launcher, too many", "channel=25", 10);
+    row("of an older launcher, none", "channel=0", 1);
+    row("of an older launcher, a word", "channel=abc", 1);
+    row("the new key wins", "channel=3\nchannelCount=5", 5);
+    row("the new key wins even when it is no number", "channel=3\nchannelCount=abc", 1);
+}
+
+void TestLauncherSettings::theChannelCountIsReadAsANumberFromOneToTen()
+{
+    QFETCH(const QByteArray, text);
+    writeSettings("[client]\ndir=" + folder().toUtf8() + "\n[server]\n" + text + "\n");
+    settings().load();
+    QTEST(settings().channelCount, "count");
+}
+
+void TestLauncherSettings::aFileThatIsNoneGivesTheDefaults_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::newRow("an empty file") << QByteArray();
+    QTest::newRow("text that is no INI file") << QByteArray("these are no settings\n\n]][[==\n");
+    QTest::newRow("bytes") << "\xff\xfe\0\x01\x80[client\0\n=\n"_ba;
+    QTest::newRow("NUL characters") << QByteArray(5000, '\0');
+    QTest::newRow("keys of another launcher") << QByteArray("[General]\nclient=1\n[x]\ny=z\n");
+}
+
+void TestLauncherSettings::aFileThatIsNoneGivesTheDefaults()
+{
+    QFETCH(const QByteArray, file);
+    writeSettings(file);
+    settings().load();
+    QCOMPARE(fields(),
+             with(initialFields(),
+                  {{u"clientDir"_s, QCoreApplication::applicationDirPath()}, {u"rawWords"_s, 15}}));
+    QCOMPARE(Disk::read(settingsPath()), file);
+}
+
+void TestLauncherSettings::whatCannotBeReadGivesTheDefaults()
+{
+    Disk::makeFolder(settingsPath());
+    settings().serverName = u"an unsaved edit"_s;
+    settings().load();
+    QCOMPARE(fields(),
+             with(initialFields(),
+                  {{u"clientDir"_s, QCoreApplication::applicationDirPath()}, {u"rawWords"_s, 15}}));
+}
+
+void TestLauncherSettings::loadingWritesNothing()
+{
+    const QByteArray file = "; a comment\n[server]\nchannel=3\n\n[client]\nexe = x\n";
+    writeSettings(file);
+    const QDateTime time = QFileInfo(settingsPath()).lastModified();
+    settings().load();
+    QCOMPARE(Disk::read(settingsPath()), file);
+    QCOMPARE(QFileInfo(settingsPath()).lastModified(), time);
+    QCOMPARE(Disk::names(QFileInfo(settingsPath()).path()), QStringList{u"zel_launcher.ini"_s});
+}
+
+void TestLauncherSettings::loadingAgainDiscardsUnsavedEdits()
+{
+    settings().clientDir = folder();
+    settings().save();
+    settings().load();
+    const QJsonObject loaded = fields();
+
+    settings().clientDir = u"/x"_s;
+    settings().clientExe = settings().winePath = settings().patchBaseUrl = settings().serverName =
+        settings().serverIp = settings().websiteUrl = settings().newsUrl = settings().localVersion =
+            u"an unsaved edit"_s;
+    settings().useWine = false;
+    settings().channelCount = 7;
+    settings().clientConfig.resolution = 7;
+    settings().load();
+    QCOMPARE(fields(), loaded);
+}
+
+// ---- the client's files
+
+void TestLauncherSettings::withoutAClientFolderTheLaunchersOwnIsTaken_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<bool>("own");
+    QTest::newRow("no settings file") << QByteArray() << true;
+    QTest::newRow("no such key") << QByteArray("[server]\nname=x\n") << true;
+    QTest::newRow("an empty key") << QByteArray("[client]\ndir=\n") << true;
+    QTest::newRow("a list is empty") << QByteArray("[client]\ndir=/a, /b\n") << true;
+    QTest::newRow("a folder") << QByteArray("[client]\ndir=/nonexistent\n") << false;
+}
+
+void TestLauncherSettings::withoutAClientFolderTheLaunchersOwnIsTaken()
+{
+    QFETCH(const QByteArray, file);
+    QFETCH(const bool, own);
+    if (!file.isEmpty()) {
+        writeSettings(file);
+    }
+    settings().load();
+    QCOMPARE(settings().clientDir,
+             own ? QCoreApplication::applicationDirPath() : u"/nonexistent"_s);
+    // It is not saved.
+    QCOMPARE(QFile::exists(settingsPath()), !file.isEmpty());
+}
+
+void TestLauncherSettings::theFilesInTheLaunchersOwnFolderAreImported()
+{
+    const QString program = at(u"client/launcher"_s);
+    Disk::write(at(u"client/serverlist.txt"_s), "0 0 10.0.0.1\n0 25 10.0.0.1\n");
+    Disk::write(at(u"client/sn.bin"_s), "1 Alpha\n");
+    Disk::write(at(u"client/Config.bin"_s), configBin(9));
+    QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), program));
+
+    Child child({u"load"_s});
+    child.setProgram(program);
+    QCOMPARE(QJsonDocument::fromJson(child.output()).object(),
+             with(initialFields(), {{u"clientDir"_s, at(u"client"_s)},
+                                    {u"serverIp"_s, u"10.0.0.1"_s},
+                                    {u"channelCount"_s, 10},
+                                    {u"serverName"_s, u"Alpha"_s},
+                                    {u"resolution"_s, 9},
+                                    {u"rawWords"_s, 15}}));
+}
+
+void TestLauncherSettings::withoutAnyFolderTheClientFolderStaysEmpty()
+{
+    const QString program = at(u"client/launcher"_s);
+    Disk::makeFolder(at(u"client"_s));
+    QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), program));
+
+    Child child({u"load without own folder"_s});
+    child.setProgram(program);
+    QCOMPARE(QJsonDocument::fromJson(child.output()).object(),
+             with(initialFields(), {{u"rawWords"_s, 15}}));
+}
+
+void TestLauncherSettings::theClientsFilesWinOverTheSettingsFile()
+{
+    writeSettings("[client]\ndir=" + folder().toUtf8() +
+                  "\n[server]\nip=192.168.0.1\nname=Saved\nchannelCount=4\n");
+    settings().load();
+    QCOMPARE(settings().serverIp, u"192.168.0.1"_s);
+    QCOMPARE(settings().serverName, u"Saved"_s);
+    QCOMPARE(settings().channelCount, 4);
+
+    Disk::write(at(u"serverlist.txt"_s), "0 0 10.0.0.1\n0 2 10.0.0.1\n");
+    Disk::write(at(u"sn.bin"_s), "1 Alpha\n");
+    settings().load();
+    QCOMPARE(settings().serverIp, u"10.0.0.1"_s);
+    QCOMPARE(settings().serverName, u"Alpha"_s);
+    QCOMPARE(settings().channelCount, 2);
+}
+
+void TestLauncherSettings::theChannelCountOfTheClientIsLimitedToo_data()
+{
+    QTest::addColumn<QByteArray>("list");
+    QTest::addColumn<int>("count");
+    QTest::newRow("25 channels") << QByteArray("0 0 a\n0 25 a\n") << 10;
+    QTest::newRow("no channel line") << QByteArray("0 0 a\n") << 1;
+}
+
+void TestLauncherSettings::theChannelCountOfTheClientIsLimitedToo()
+{
+    QFETCH(const QByteArray, list);
+    Disk::write(at(u"serverlist.txt"_s), list);
+    writeSettings("[client]\ndir=" + folder().toUtf8() + "\n[server]\nchannelCount=4\n");
+    settings().load();
+    QTEST(settings().channelCount, "count");
+}
+
+void TestLauncherSettings::theClientsOptionsAreLoadedAgainEachTime()
+{
+    writeSettings("[client]\ndir=" + folder().toUtf8() + "\n");
+    Disk::write(at(u"Config.bin"_s), configBin(9));
+    settings().load();
+    QCOMPARE(int(settings().clientConfig.resolution), 9);
+
+    Disk::write(at(u"Config.bin"_s), configBin(4));
+    settings().load();
+    QCOMPARE(int(settings().clientConfig.resolution), 4);
+
+    QVERIFY(QFile::remove(at(u"Config.bin"_s)));
+    settings().load();
+    QCOMPARE(int(settings().clientConfig.resolution), 3);
+    QCOMPARE(settings().clientConfig.raw,
+             QList<short>({7000, 3, 2, 0, 0, -1, 57, 2, 1, 1, 1, 0, 0, 0, 1}));
+    QVERIFY(!QFile::exists(at(u"Config.bin"_s)));
+}
+
+void TestLauncherSettings::optionsThatCannotBeReadStayAsTheyAre_data()
+{
+    QTest::addColumn<bool>("isFolder");
+    QTest::newRow("a file of a wrong size") << false;
+    QTest::newRow("a folder") << true;
+}
+
+void TestLauncherSettings::optionsThatCannotBeReadStayAsTheyAre()
+{
+    QFETCH(const bool, isFolder);
+    writeSettings("[client]\ndir=" + folder().toUtf8() + "\n");
+    if (isFolder) {
+        Disk::makeFolder(at(u"Config.bin"_s));
+    } else {
+        Disk::write(at(u"Config.bin"_s), "too short");
+    }
+    settings().clientConfig.resolution = 7;
+    settings().load();
+    QCOMPARE(int(settings().clientConfig.resolution), 7);
+    QCOMPARE(settings().clientConfig.raw, QList<short>());
+}
+
+// ---- save
+
+void TestLauncherSettings::savingWritesElevenKeys()
+{
+    settings().save();
+    QCOMPARE(Disk::read(settingsPath()), initialFile);
+    QCOMPARE(Disk::names(TestEnvironment::configHome()), QStringList{u"Orvandale"_s});
+    QCOMPARE(Disk::names(QFileInfo(settingsPath()).path()), QStringList{u"zel_launcher.ini"_s});
+
+    const QSettings file(QSettings::IniFormat, QSettings::UserScope, u"Orvandale"_s,
+                         u"zel_launcher"_s);
+    QCOMPARE(file.fileName(), settingsPath());
+    QCOMPARE(file.allKeys(),
+             QStringList({u"client/dir"_s, u"client/exe"_s, u"client/useWine"_s, u"client/wine"_s,
+                          u"links/news"_s, u"links/website"_s, u"patch/baseUrl"_s,
+                          u"patch/localVersion"_s, u"server/channelCount"_s, u"server/ip"_s,
+                          u"server/name"_s}));
+}
+
+void TestLauncherSettings::everyFieldIsSavedUnderItsKey()
+{
+    settings().clientDir = u"a"_s;
+    settings().clientExe = u"b"_s;
+    settings().winePath = u"c"_s;
+    settings().useWine = false;
+    settings().patchBaseUrl = u"d"_s;
+    settings().serverName = u"e"_s;
+    settings().serverIp = u"f"_s;
+    settings().channelCount = 7;
+    settings().websiteUrl = u"g"_s;
+    settings().newsUrl = u"h"_s;
+    settings().localVersion = u"i"_s;
+    settings().save();
+    QCOMPARE(Disk::read(settingsPath()), QByteArray("[client]\n"
+                                                    "dir=a\n"
+                                                    "exe=b\n"
+                                                    "useWine=false\n"
+                                                    "wine=c\n"
+                                                    "\n"
+                                                    "[links]\n"
+                                                    "news=h\n"
+                                                    "website=g\n"
+                                                    "\n"
+                                                    "[patch]\n"
+                                                    "baseUrl=d\n"
+                                                    "localVersion=i\n"
+                                                    "\n"
+                                                    "[server]\n"
+                                                    "channelCount=7\n"
+                                                    "ip=f\n"
+                                                    "name=e\n"));
+}
+
+void TestLauncherSettings::theClientsOptionsAreNotSaved()
+{
+    settings().clientConfig.resolution = 7;
+    settings().clientConfig.raw = QList<short>(15, 7);
+    settings().save();
+    QCOMPARE(Disk::read(settingsPath()), initialFile);
+}
+
+void TestLauncherSettings::whatElseTheFileHoldsIsKept()
+{
+    writeSettings("[General]\nfirst=1\n\n[server]\nother=2\nname=Old\n\n[theirs]\nlist=a, b\n");
+    settings().save();
+    const QSettings file(settingsPath(), QSettings::IniFormat);
+    QCOMPARE(file.value("first").toString(), u"1"_s);
+    QCOMPARE(file.value("server/other").toString(), u"2"_s);
+    QCOMPARE(file.value("theirs/list").toStringList(), QStringList({u"a"_s, u"b"_s}));
+    QCOMPARE(file.value("server/name").toString(), u"Orvandale"_s);
+    QCOMPARE(file.allKeys().size(), 14);
+}
+
+void TestLauncherSettings::theOldChannelKeyIsReadButNeverWrittenDeliberately()
+{
+    writeSettings("[client]\ndir=" + folder().toUtf8() + "\n[server]\nchannel=3\n");
+    settings().load();
+    QCOMPARE(settings().channelCount, 3);
+    settings().save();
+    QVERIFY(Disk::read(settingsPath()).contains("\nchannel=3\n"));
+    QVERIFY(Disk::read(settingsPath()).contains("\nchannelCount=3\n"));
+
+    settings().channelCount = 5;
+    settings().save();
+    settings().load();
+    QCOMPARE(settings().channelCount, 5);
+    QVERIFY(Disk::read(settingsPath()).contains("\nchannel=3\n"));
+}
+
+void TestLauncherSettings::savedTextsComeBack_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("empty") << QString();
+    QTest::newRow("blanks") << u"  a  b  "_s;
+    QTest::newRow("a comma") << u"a, b"_s;
+    QTest::newRow("INI characters") << u"a;b=c#[d]\"e'\\f%41"_s;
+    QTest::newRow("a line end") << u"a\r\nb\tc"_s;
+    QTest::newRow("words that are other types") << u"true"_s;
+    QTest::newRow("a leading at sign") << u"@Invalid()"_s;
+    QTest::newRow("accents and more") << u"Águia 🐉 пример"_s;
+    QTest::newRow("a NUL character") << u"a\0b1"_s;
+    QTest::newRow("long") << QString(3000, u'á');
+}
+
+void TestLauncherSettings::savedTextsComeBack()
+{
+    QFETCH(const QString, text);
+    const Disk::WorkingFolder working(folder());
+    settings().clientDir = u"./nonexistent"_s + text;
+    settings().clientExe = settings().winePath = settings().patchBaseUrl = settings().serverName =
+        settings().serverIp = settings().websiteUrl = settings().newsUrl = settings().localVersion =
+            text;
+    settings().useWine = false;
+    settings().channelCount = 9;
+    settings().clientConfig.raw = QList<short>(15, 7);
+    const QJsonObject saved = fields();
+    settings().save();
+    resetFields();
+    settings().load();
+    QCOMPARE(fields(), saved);
+}
+
+void TestLauncherSettings::aLinkedSettingsFileStaysALink()
+{
+    Disk::write(at(u"elsewhere/settings"_s), "[client]\nexe=old.exe\n");
+    Disk::makeFolder(QFileInfo(settingsPath()).path());
+    Disk::makeLink(settingsPath(), at(u"elsewhere/settings"_s));
+    settings().save();
+    QVERIFY(QFileInfo(settingsPath()).isSymLink());
+    QCOMPARE(Disk::read(at(u"elsewhere/settings"_s)), initialFile);
+    QCOMPARE(Disk::names(at(u"elsewhere"_s)), QStringList{u"settings"_s});
+}
+
+// ---- failures
+
+void TestLauncherSettings::aFileThatCannotBeWrittenIsSilent_data()
+{
+    QTest::addColumn<bool>("isFolder");
+    QTest::newRow("a folder in its place") << true;
+    QTest::newRow("a file in the place of its folder") << false;
+}
+
+void TestLauncherSettings::aFileThatCannotBeWrittenIsSilent()
+{
+    QFETCH(const bool, isFolder);
+    if (isFolder) {
+        Disk::makeFolder(settingsPath());
+    } else {
+        Disk::write(QFileInfo(settingsPath()).path(), "in its place");
+    }
+    settings().serverName = u"Unsaved"_s;
+    settings().clientDir = folder();
+    settings().save();
+    settings().load();
+    // What was not saved is not remembered by other means.
+    QCOMPARE(settings().serverName, u"Orvandale"_s);
+    QCOMPARE(settings().clientDir, QCoreApplication::applicationDirPath());
+    QCOMPARE(Disk::names(TestEnvironment::configHome()), QStringList{u"Orvandale"_s});
+    if (isFolder) {
+        QCOMPARE(Disk::names(settingsPath()), QStringList());
+    } else {
+        QCOMPARE(Disk::read(QFileInfo(settingsPath()).path()), QByteArray("in its place"));
+    }
+}
+
+void TestLauncherSettings::aFullDiskKeepsTheOldFile_data()
+{
+    QTest::addColumn<int>("limit");
+    QTest::newRow("no room at all") << 0;
+    QTest::newRow("room for the lock file") << 200;
+    QTest::newRow("room for half of the settings") << 3000;
+}
+
+void TestLauncherSettings::aFullDiskKeepsTheOldFile()
+{
+    QFETCH(const int, limit);
+    settings().clientDir = folder();
+    settings().serverName = u"Saved"_s;
+    settings().save();
+    const QByteArray saved = Disk::read(settingsPath());
+
+    settings().serverName = u"Unsaved"_s;
+    settings().websiteUrl = QString(6000, u'w');
+    {
+        const Disk::SizeLimit full(static_cast<rlim_t>(limit));
+        settings().save();
+    }
+    QCOMPARE(Disk::read(settingsPath()), saved);
+    QCOMPARE(Disk::names(QFileInfo(settingsPath()).path()), QStringList{u"zel_launcher.ini"_s});
+    settings().load();
+    QCOMPARE(settings().serverName, u"Saved"_s);
+    QCOMPARE(settings().websiteUrl, QString());
+    QCOMPARE(Disk::read(settingsPath()), saved);
+
+    // With room again the next save succeeds.
+    settings().serverName = u"New"_s;
+    settings().save();
+    settings().load();
+    QCOMPARE(settings().serverName, u"New"_s);
+}
+
+void TestLauncherSettings::aFullDiskMakesNoFile()
+{
+    {
+        const Disk::SizeLimit full(300);
+        settings().save();
+    }
+    QVERIFY(!QFile::exists(settingsPath()));
+    QCOMPARE(Disk::names(QFileInfo(settingsPath()).path()), QStringList());
+}
+
+void TestLauncherSettings::aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne()
+{
+    if (!Child::canMount()) {
+        QSKIP("this user may not mount a small disk");
+    }
+    const QString disk = at(u"disk"_s);
+    Disk::makeFolder(disk);
+    Child child({u"save on a full disk"_s, disk});
+    child.setVariable(u"XDG_CONFIG_HOME"_s, disk);
+    child.mountFirst(u"mount -t tmpfs -o size=256k tmpfs '%1'"_s.arg(disk));
+    const QJsonArray results = QJsonDocument::fromJson(child.output()).array();
+
+    QCOMPARE(results.size(), 20);
+    for (const auto &result : results) {
+        const bool isOld = result[u"old"].toBool();
+        QVERIFY(isOld != result[u"new"].toBool());
+        QCOMPARE(result[u"files"].toInt(), 1);
+    }
+    QVERIFY(results.first()[u"old"].toBool());
+    QVERIFY(results.last()[u"new"].toBool());
+}
+
+// ---- any text
+
+void TestLauncherSettings::noTextMakesAnOperationPrint_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("empty") << u""_s;
+    QTest::newRow("null") << QString();
+    QTest::newRow("a NUL character") << u"\0"_s;
+    QTest::newRow("a NUL character inside") << u"a\0b"_s;
+    QTest::newRow("a NUL character in an absolute path") << u"/tmp\0/x"_s;
+    QTest::newRow("a NUL character at the end") << u"a\0"_s;
+    QTest::newRow("blanks") << u"  \t "_s;
+    QTest::newRow("a line end") << u"a\r\nb"_s;
+    QTest::newRow("a point") << u"."_s;
+    QTest::newRow("two points") << u".."_s;
+    QTest::newRow("a colon") << u":"_s;
+    QTest::newRow("a resource") << u":/a"_s;
+    QTest::newRow("the root of the resources") << u":/"_s;
+    QTest::newRow("an address") << u"file:///nonexistent"_s;
+    QTest::newRow("a Windows path") << u"C:\\ZEL\\ZEL.exe"_s;
+    QTest::newRow("a home folder") << u"~/zel"_s;
+    QTest::newRow("placeholders") << u"%1 %2"_s;
+    QTest::newRow("half a surrogate pair") << QString(QChar(0xd83d));
+    QTest::newRow("too long for a name") << QString(300, u'a');
+    QTest::newRow("too long for a path") << QString(10'000, u'a');
+    QTest::newRow("a list of folders") << u"/a:/b,/c;/d"_s;
+}
+
+void TestLauncherSettings::noTextMakesAnOperationPrint()
+{
+    QFETCH(const QString, text);
+    Disk::makeFolder(at(u"work"_s));
+    const Disk::WorkingFolder working(at(u"work"_s)); // relative texts name files in it
+
+    settings().clientDir = settings().clientExe = settings().winePath = settings().patchBaseUrl =
+        settings().serverName = settings().serverIp = settings().websiteUrl = settings().newsUrl =
+            settings().localVersion = text;
+    const auto runAll = [] {
+        settings().snBinPath();
+        settings().configBinPath();
+        settings().serverListPath();
+        settings().noticePath();
+        settings().launcherBmpPath();
+        settings().baseClientExePath();
+        settings().resolvedClientExe();
+        settings().resolvedWine();
+        settings().importFromClientFiles();
+        settings().syncServerFilesOnly(nullptr);
+        settings().syncClientFiles(nullptr);
+    };
+    // A Qt warning fails the test.
+    runAll();
+    settings().save();
+    settings().load();
+    runAll();
+    settings().clientDir = at(u"work"_s);
+    runAll();
+}
+
+int main(int argc, char *argv[])
+{
+    if (argc > 2 && QByteArrayView(argv[1]) == "--child") {
+        const QCoreApplication app(argc, argv);
+        const QByteArray answer = childAnswer(QCoreApplication::arguments().sliced(2)).toJson();
+        return std::fputs(answer.constData(), stdout) < 0 ? 1 : 0;
+    }
+    const TestEnvironment environment;
+    const QCoreApplication app(argc, argv);
+    TestEnvironment::nameApplication();
+    TestLauncherSettings test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_launchersettings.moc"
