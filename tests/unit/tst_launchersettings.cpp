@@ -120,6 +120,7 @@ QJsonArray saveOnFullDisk(const QString &disk)
 {
     constexpr int pageSize = 4096;
     const QByteArray oldFile = "[client]\ndir=/old\n";
+    const QString settingsOnDisk = disk + u"/Orvandale"_s;
     const QString ballast = disk + u"/ballast"_s;
     settings().websiteUrl = QString(6000, u'w');
 
@@ -140,7 +141,7 @@ QJsonArray saveOnFullDisk(const QString &disk)
         results += QJsonObject{{u"old"_s, saved == oldFile},
                                {u"new"_s, saved.contains("website=" + QByteArray(6000, 'w')) &&
                                               saved.contains("name=Orvandale\n")},
-                               {u"files"_s, Disk::names(QFileInfo(settingsPath()).path()).size()}};
+                               {u"files"_s, Disk::names(settingsOnDisk).size()}};
     }
     return results;
 }
@@ -216,6 +217,7 @@ private slots:
     void aFullDiskKeepsTheOldFile_data();
     void aFullDiskKeepsTheOldFile();
     void aFullDiskMakesNoFile();
+    void aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne_data();
     void aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne();
 
     void noTextMakesAnOperationPrint_data();
@@ -823,16 +825,29 @@ void TestLauncherSettings::aFullDiskMakesNoFile()
     QCOMPARE(Disk::names(QFileInfo(settingsPath()).path()), QStringList());
 }
 
+void TestLauncherSettings::aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne_data()
+{
+    QTest::addColumn<bool>("isLink");
+    QTest::newRow("the settings file is on it") << false;
+    QTest::newRow("the settings file is a link to one on it") << true;
+}
+
 void TestLauncherSettings::aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne()
 {
+    QFETCH(const bool, isLink);
     if (!Child::canMount()) {
         QSKIP("this user may not mount a small disk");
     }
     const QString disk = at(u"disk"_s);
     Disk::makeFolder(disk);
     Child child({u"save on a full disk"_s, disk});
-    child.setVariable(u"XDG_CONFIG_HOME"_s, disk);
-    child.mountFirst(u"mount -t tmpfs -o size=256k tmpfs '%1'"_s.arg(disk));
+    child.mountFirst(u"mount -t tmpfs -o size=256k tmpfs '%1' && mkdir '%1/Orvandale'"_s.arg(disk));
+    if (isLink) {
+        Disk::makeFolder(QFileInfo(settingsPath()).path());
+        Disk::makeLink(settingsPath(), disk + u"/Orvandale/settings"_s);
+    } else {
+        child.setVariable(u"XDG_CONFIG_HOME"_s, disk);
+    }
     const QJsonArray results = QJsonDocument::fromJson(child.output()).array();
 
     QCOMPARE(results.size(), 20);
