@@ -64,14 +64,16 @@ def matching_label(pattern):
 
 
 def center(role, name):
+    """Of several the last counts, which is that of the window opened last."""
+    found = None
     for widget in launcher_widgets():
         if widget.get_role_name() != role or widget.get_name() != name:
             continue
         if not widget.get_state_set().contains(Atspi.StateType.SHOWING):
             continue
         box = widget.get_extents(Atspi.CoordType.SCREEN)
-        return f"{box.x + box.width // 2} {box.y + box.height // 2}"
-    return None
+        found = f"{box.x + box.width // 2} {box.y + box.height // 2}"
+    return found
 
 
 def dump():
