@@ -4,8 +4,8 @@
 
 #include "ui/ZelTheme.h"
 
-/// The colours of what no rule of the theme's sheet paints - buttons, the file chooser, in the light
-/// mode menus and tool tips - so that no text in a colour of the theme's stands on one of the
+/// The colours of what no rule of the theme's sheet paints - buttons, the file chooser, in the
+/// light mode menus and tool tips - so that no text in a colour of the theme's stands on one of the
 /// desktop's.
 namespace ZelPalette
 {
