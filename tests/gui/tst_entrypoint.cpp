@@ -1,0 +1,134 @@
+#include "support/TestMain.h"
+
+#define main launcherMain
+#include "app/main.cpp"
+#undef main
+
+#include <QEvent>
+#include <QFont>
+#include <QPalette>
+#include <QSettings>
+
+#include <array>
+#include <optional>
+
+namespace
+{
+
+/// What the application was like when its window began to exist.
+struct Dress {
+    QString applicationName;
+    QString organizationName;
+    QString styleSheet;
+    QPalette palette;
+    QStringList fontFamilies;
+    QString yes;
+};
+
+/// Notes the dress at the window's first event, and closes the window when it is shown.
+class Watcher : public QObject
+{
+public:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (watched->inherits("MainWindow")) {
+            if (!first) {
+                first = {QCoreApplication::applicationName(),
+                         QCoreApplication::organizationName(),
+                         qApp->styleSheet(),
+                         QApplication::palette(),
+                         QApplication::font().families(),
+                         QCoreApplication::translate("QPlatformTheme", "&Yes")};
+            }
+            if (event->type() == QEvent::Show) {
+                ++shown;
+                QMetaObject::invokeMethod(watched, "close", Qt::QueuedConnection);
+            }
+        }
+        return false;
+    }
+
+    std::optional<Dress> first;
+    int shown = 0;
+};
+
+Watcher *currentWatcher = nullptr;
+
+void watchApplication()
+{
+    QCoreApplication::instance()->installEventFilter(currentWatcher);
+}
+Q_COREAPP_STARTUP_FUNCTION(watchApplication)
+
+/// One whole run of the launcher, ended by closing its window.
+int runLauncher(Watcher *watcher)
+{
+    currentWatcher = watcher;
+    // The launcher silences the messages; the test wants to hear them again.
+    const QtMessageHandler handler = qInstallMessageHandler(nullptr);
+    QByteArray name("zel_launcher");
+    std::array<char *, 2> arguments{name.data(), nullptr};
+    const int status = launcherMain(1, arguments.data());
+    qInstallMessageHandler(handler);
+    return status;
+}
+
+} // namespace
+
+class TestEntryPoint : public TestBase
+{
+    Q_OBJECT
+
+private slots:
+    void theApplicationIsDressedBeforeItsWindowExists_data();
+    void theApplicationIsDressedBeforeItsWindowExists();
+};
+
+void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists_data()
+{
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<ZelTheme::Mode>("mode");
+    QTest::newRow("nothing stored") << QString() << ZelTheme::Mode::Dark;
+    QTest::newRow("dark") << QStringLiteral("dark") << ZelTheme::Mode::Dark;
+    QTest::newRow("light") << QStringLiteral("light") << ZelTheme::Mode::Light;
+    QTest::newRow("unknown") << QStringLiteral("Light") << ZelTheme::Mode::Dark;
+}
+
+void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists()
+{
+    QFETCH(const QString, stored);
+    QFETCH(const ZelTheme::Mode, mode);
+    {
+        QSettings store(QStringLiteral("Orvandale"), QStringLiteral("ZEL"));
+        store.clear();
+        if (!stored.isEmpty()) {
+            store.setValue(QStringLiteral("theme"), stored);
+        }
+    }
+
+    Watcher watcher;
+    QCOMPARE(runLauncher(&watcher), 0);
+
+    QCOMPARE(watcher.shown, 1);
+    QVERIFY(watcher.first.has_value());
+    const Dress &dress = *watcher.first;
+    QCOMPARE(dress.applicationName, QStringLiteral("zel_launcher"));
+    QCOMPARE(dress.organizationName, QStringLiteral("Orvandale"));
+    QCOMPARE(dress.styleSheet, ZelTheme::globalStyleSheet(mode));
+    QCOMPARE(dress.palette, ZelPalette::forMode(mode));
+    QCOMPARE(dress.fontFamilies.value(0), QStringLiteral("Inter"));
+    QCOMPARE(dress.yes, QStringLiteral("&Sim"));
+    // Nothing in the launcher stores a mode.
+    const QSettings store(QStringLiteral("Orvandale"), QStringLiteral("ZEL"));
+    QCOMPARE(store.value(QStringLiteral("theme")).toString(), stored);
+}
+
+int main(int argc, char *argv[])
+{
+    // The launcher makes its own application object.
+    const TestEnvironment environment;
+    TestEntryPoint test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_entrypoint.moc"
