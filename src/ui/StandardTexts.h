@@ -12,7 +12,9 @@ class StandardTexts : public QTranslator
 public:
     using QTranslator::QTranslator;
 
+    /// The Portuguese for @p sourceText in @p context, or a null text. From any thread.
     QString translate(const char *context, const char *sourceText, const char *disambiguation,
                       int n) const override;
+    /// False: there is always something to translate.
     bool isEmpty() const override;
 };
