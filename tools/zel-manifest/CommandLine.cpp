@@ -1,0 +1,172 @@
+#include "zel-manifest/CommandLine.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTextStream>
+
+#include "zel-manifest/Console.h"
+#include "zel-manifest/Manifest.h"
+
+namespace
+{
+
+const char *const usage = R"(Usage: zel-manifest [options] --patch-version TEXT FOLDER
+       zel-manifest [options] --base-url URL [FOLDER]
+)";
+
+const char *const description = R"(
+Turns FOLDER into a patch for the ZEL launcher: writes the manifest.json that
+lists all files in it, to be published by a web server together with them.
+
+With --base-url, checks a published patch instead: fetches its manifest and all
+files listed there as the launcher would, and compares their sizes and SHA-256
+digests. If FOLDER is given, the published manifest must be the one in it.
+Writes nothing.)";
+
+const char *const epilogue = R"(
+What the launcher does with the version:
+  A manifest that lists files makes every run of the launcher download all of
+  them, whatever the versions; after the last one it stores the version as the
+  installed one. A manifest without files makes it store the version alone.
+  With an empty version (--allow-empty-version) the launcher keeps the installed
+  version that it has after a download, but with no files in the manifest it
+  stores the empty one.
+
+Exit codes:
+  0  the manifest is written; or, with --base-url, the published patch is right
+  1  refused: FOLDER holds something that cannot be published
+  2  wrong usage
+  3  something could not be read or written
+  4  with --base-url: a published file or manifest is not what it should be
+  5  with --base-url: no manifest could be fetched
+With any code but 0 an older manifest stays as it was.
+)";
+
+} // namespace
+
+CommandLine::CommandLine()
+{
+    parser.setApplicationDescription(QString::fromLatin1(description));
+    parser.addOptions({patchVersion, exclude, output, urlPrefix, allowEmptyVersion, dryRun, baseUrl,
+                       timeout, quiet, help, programVersion});
+    parser.addPositionalArgument(QStringLiteral("FOLDER"),
+                                 QStringLiteral("The folder with the files of the patch."),
+                                 QStringLiteral("FOLDER"));
+}
+
+std::optional<Options> CommandLine::read(Console *console, ExitCode *exitCode)
+{
+    const bool parsed = parser.parse(QCoreApplication::arguments());
+    console->setQuiet(parser.isSet(quiet));
+    *exitCode = Done;
+    if (parsed && parser.isSet(help)) {
+        QTextStream(stdout) << helpText();
+        return std::nullopt;
+    }
+    if (parsed && parser.isSet(programVersion)) {
+        QTextStream(stdout) << "zel-manifest " ZEL_VERSION "\n";
+        return std::nullopt;
+    }
+
+    Options options;
+    QString error = parser.errorText();
+    options.dryRun = parser.isSet(dryRun);
+    const QStringList folders = parser.positionalArguments();
+    if (parsed && folders.size() > 1) {
+        error = QStringLiteral("one folder at a time: %1 is too much").arg(quoted(folders.at(1)));
+    }
+    options.folder = folders.value(0);
+    options.manifest = parser.isSet(output)
+                           ? parser.value(output)
+                           : QDir(options.folder).filePath(QStringLiteral("manifest.json"));
+    if (error.isEmpty() && (parser.isSet(baseUrl) ? readChecking(&options, &error)
+                                                  : readPublishing(&options, &error))) {
+        return options;
+    }
+    console->error(error);
+    console->note(QStringLiteral("see zel-manifest --help"));
+    *exitCode = WrongUsage;
+    return std::nullopt;
+}
+
+bool CommandLine::readPublishing(Options *options, QString *error) const
+{
+    if (options->folder.isEmpty()) {
+        *error = QStringLiteral("which folder?");
+        return false;
+    }
+    if (parser.isSet(timeout)) {
+        *error = QStringLiteral("--timeout is for --base-url");
+        return false;
+    }
+    options->version = parser.value(patchVersion);
+    if (options->version.isEmpty() && !parser.isSet(allowEmptyVersion)) {
+        *error = QStringLiteral("the version is empty; give one with --patch-version (or "
+                                "--allow-empty-version if you know what the launcher then does)");
+        return false;
+    }
+    if (options->version.contains(QChar::ReplacementCharacter)) {
+        *error = QStringLiteral("the version is not UTF-8");
+        return false;
+    }
+    const QStringList patterns = parser.values(exclude);
+    for (const QString &pattern : patterns) {
+        options->excludes.append(ExcludePattern(pattern));
+        if (!options->excludes.constLast().isValid()) {
+            *error = QStringLiteral("%1 is no pattern for --exclude").arg(quoted(pattern));
+            return false;
+        }
+    }
+    if (parser.isSet(urlPrefix)) {
+        QString path = parser.value(urlPrefix);
+        if (!path.endsWith(u'/')) {
+            path += u'/';
+        }
+        const QStringList names = path.chopped(1).split(u'/');
+        if (names.contains(QString()) || names.contains(QStringLiteral(".")) ||
+            names.contains(QStringLiteral(".."))) {
+            *error = QStringLiteral("%1 is no path of a folder below the base URL")
+                         .arg(quoted(parser.value(urlPrefix)));
+            return false;
+        }
+        options->urlPrefix = Manifest::urlOf(path.toUtf8());
+    }
+    return true;
+}
+
+bool CommandLine::readChecking(Options *options, QString *error) const
+{
+    for (const QCommandLineOption &option :
+         {patchVersion, allowEmptyVersion, exclude, urlPrefix, dryRun}) {
+        if (parser.isSet(option)) {
+            *error = QStringLiteral("--%1 is not for --base-url, which writes no manifest")
+                         .arg(option.names().constLast());
+            return false;
+        }
+    }
+    if (options->folder.isEmpty() && !parser.isSet(output)) {
+        options->manifest.clear();
+    }
+    options->baseUrl = parser.value(baseUrl);
+    if (options->baseUrl->trimmed().isEmpty()) {
+        *error = QStringLiteral("the base URL is empty; launchers then look for no updates");
+        return false;
+    }
+    if (parser.isSet(timeout)) {
+        bool isNumber = false;
+        options->timeout = parser.value(timeout).toInt(&isNumber);
+        constexpr int longest = 24 * 60 * 60;
+        if (!isNumber || options->timeout < 1 || options->timeout > longest) {
+            *error = QStringLiteral("--timeout takes 1 to %1 seconds").arg(longest);
+            return false;
+        }
+    }
+    return true;
+}
+
+QString CommandLine::helpText() const
+{
+    // The parser's first line knows one usage and the path that the program was started by.
+    return QString::fromLatin1(usage) + parser.helpText().section(u'\n', 1) +
+           QString::fromLatin1(epilogue);
+}

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <QCommandLineOption>
+#include <QCommandLineParser>
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+#include "zel-manifest/PatchFolder.h"
+
+class Console;
+
+/// How the program ends.
+enum ExitCode {
+    Done = 0,
+    Refused = 1,     ///< The folder cannot be published as it is.
+    WrongUsage = 2,  ///< The command line makes no sense.
+    Failed = 3,      ///< Something could not be read or written.
+    Different = 4,   ///< Something published is not what it should be.
+    Unpublished = 5, ///< No manifest could be fetched.
+};
+
+/// What the operator asks for.
+struct Options {
+    QString folder;
+    QString
+        manifest; ///< The file to write, or to compare the published manifest with if not empty.
+    QString version;
+    QString urlPrefix; ///< Encoded; empty or with "/" at its end.
+    QList<ExcludePattern> excludes;
+    bool dryRun = false;
+    std::optional<QString> baseUrl; ///< Given when a published patch is to be checked.
+    int timeout = 60;               ///< Seconds.
+};
+
+/// The command line and its meaning.
+class CommandLine
+{
+public:
+    CommandLine();
+
+    /// Reads the arguments of the process. Returns nothing, with the exit code in @p exitCode,
+    /// when there is nothing left to do: help was asked for, or an error is reported.
+    std::optional<Options> read(Console *console, ExitCode *exitCode);
+
+private:
+    bool readPublishing(Options *options, QString *error) const;
+    bool readChecking(Options *options, QString *error) const;
+    QString helpText() const;
+
+    QCommandLineParser parser;
+    const QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Show this help.")};
+    const QCommandLineOption programVersion{{QStringLiteral("v"), QStringLiteral("version")},
+                                            QStringLiteral("Show the version of this program.")};
+    const QCommandLineOption quiet{{QStringLiteral("q"), QStringLiteral("quiet")},
+                                   QStringLiteral("Show warnings and errors alone.")};
+    const QCommandLineOption patchVersion{
+        {QStringLiteral("p"), QStringLiteral("patch-version")},
+        QStringLiteral("Version of the patch, any text but an empty one. Required."),
+        QStringLiteral("TEXT")};
+    const QCommandLineOption allowEmptyVersion{
+        QStringLiteral("allow-empty-version"),
+        QStringLiteral("Let the version be empty or left out; see below.")};
+    const QCommandLineOption exclude{
+        {QStringLiteral("x"), QStringLiteral("exclude")},
+        QStringLiteral("Do not list the files and folders that match GLOB (*, ?, [...]): with a "
+                       "\"/\" in it by their path in FOLDER, otherwise by their name; with one at "
+                       "its end folders alone. Can be given many times."),
+        QStringLiteral("GLOB")};
+    const QCommandLineOption output{
+        {QStringLiteral("o"), QStringLiteral("output")},
+        QStringLiteral(
+            "Write the manifest to FILE, not to manifest.json in FOLDER; with --base-url, "
+            "compare the published one with FILE."),
+        QStringLiteral("FILE")};
+    const QCommandLineOption urlPrefix{
+        QStringLiteral("url-prefix"),
+        QStringLiteral("The files are published in the folder PATH below the base URL, not beside "
+                       "the manifest."),
+        QStringLiteral("PATH")};
+    const QCommandLineOption dryRun{
+        {QStringLiteral("n"), QStringLiteral("dry-run")},
+        QStringLiteral("Do all but write: print the manifest on standard output.")};
+    const QCommandLineOption baseUrl{
+        {QStringLiteral("u"), QStringLiteral("base-url")},
+        QStringLiteral("Check the patch that is published at URL, which is the patch address that "
+                       "players enter in the launcher."),
+        QStringLiteral("URL")};
+    const QCommandLineOption timeout{
+        QStringLiteral("timeout"),
+        QStringLiteral("With --base-url: give up a transfer that stands still for so many seconds "
+                       "(default: %1).")
+            .arg(Options().timeout),
+        QStringLiteral("SECONDS")};
+};

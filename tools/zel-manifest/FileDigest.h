@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayList>
+#include <QByteArrayView>
+#include <QList>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+
+/// SHA-256 of a stream of bytes, by libcrypto: it uses the processor's instructions for it.
+class Sha256
+{
+public:
+    Sha256();
+    ~Sha256();
+    Q_DISABLE_COPY_MOVE(Sha256)
+
+    /// Starts over with no bytes.
+    void reset();
+    void addData(QByteArrayView data);
+    /// The digest of all bytes so far in 64 lower-case hex digits; call reset() before the next
+    /// addData(). Empty when libcrypto has no SHA-256 to give.
+    QByteArray hexResult();
+
+private:
+    struct Private;
+    const std::unique_ptr<Private> d;
+};
+
+/// One file as it was read.
+struct FileDigest {
+    qint64 size = 0;   ///< Bytes.
+    QByteArray sha256; ///< Lower-case hex digits.
+};
+
+/// Called on the caller's thread, some times a second, with what is done so far.
+using DigestProgress = std::function<void(qsizetype files, qint64 bytes)>;
+
+/// Reads the files at @p paths, two at a time, and puts their digests in @p digests in the same
+/// order. Returns false when a file could not be read whole, or changed while it was read;
+/// @p errors then holds a line for each such file, in the order of the paths.
+bool digestFiles(const QByteArrayList &paths, QList<FileDigest> *digests, QStringList *errors,
+                 const DigestProgress &progress = {});

@@ -1,0 +1,104 @@
+#include "zel-manifest/Manifest.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+
+#include <cerrno>
+#include <system_error>
+#include <unistd.h>
+
+namespace
+{
+
+/// @p text as a JSON string.
+QByteArray jsonString(const QString &text)
+{
+    // Without its brackets, an array of one string is that string.
+    QByteArray json = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
+    json = json.mid(1, json.size() - 2);
+    // The launcher's reader takes this character away from the start of a string that has no
+    // escape.
+    const QByteArray byteOrderMark("\"\xEF\xBB\xBF");
+    if (json.startsWith(byteOrderMark)) {
+        json.replace(0, byteOrderMark.size(), "\"\\ufeff");
+    }
+    return json;
+}
+
+QByteArray jsonLine(const ManifestEntry &entry)
+{
+    return "{\"path\": " + jsonString(entry.path) + ", \"url\": " + jsonString(entry.url) +
+           ", \"size\": " + QByteArray::number(entry.size) +
+           ", \"sha256\": " + jsonString(entry.sha256) + '}';
+}
+
+} // namespace
+
+QByteArray Manifest::toJson() const
+{
+    QByteArray json = "{\n\"version\": " + jsonString(version) + ",\n\"files\": [";
+    const char *separator = "\n";
+    for (const ManifestEntry &entry : files) {
+        json += separator + jsonLine(entry);
+        separator = ",\n";
+    }
+    return json + "\n]\n}\n";
+}
+
+bool Manifest::fromJson(const QByteArray &json, Manifest *manifest)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(json);
+    if (!document.isObject()) {
+        return false;
+    }
+    const QJsonObject object = document.object();
+    manifest->version = object.value(u"version").toString();
+    manifest->files.clear();
+    const QJsonArray listed = object.value(u"files").toArray();
+    for (const auto &value : listed) {
+        const QJsonObject file = value.toObject();
+        ManifestEntry entry;
+        entry.path = file.value(u"path").toString();
+        entry.url = file.value(u"url").toString(entry.path);
+        entry.size = file.value(u"size").toInteger(-1);
+        entry.sha256 = file.value(u"sha256").toString();
+        if (!entry.path.isEmpty()) {
+            manifest->files.append(entry);
+        }
+    }
+    return true;
+}
+
+QString Manifest::urlOf(const QByteArray &path)
+{
+    return QString::fromLatin1(path.toPercentEncoding("/"));
+}
+
+bool writeWhole(const QString &target, const QByteArray &content, QString *error)
+{
+    QSaveFile file(target);
+    if (!file.open(QIODevice::WriteOnly)) {
+        *error = file.errorString();
+        return false;
+    }
+    // A commit after a write that a full disk cut would succeed.
+    if (file.write(content) != content.size() || !file.flush() ||
+        file.error() != QFileDevice::NoError || file.size() != content.size()) {
+        *error = file.errorString();
+        file.cancelWriting();
+        return false;
+    }
+    // Some file systems report a full disk only here.
+    if (::fsync(file.handle()) != 0) {
+        *error = QString::fromStdString(std::generic_category().message(errno));
+        file.cancelWriting();
+        return false;
+    }
+    if (!file.commit()) {
+        *error = file.errorString();
+        return false;
+    }
+    return true;
+}

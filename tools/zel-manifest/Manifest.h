@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+/// One file of a manifest, as the launcher reads it.
+struct ManifestEntry {
+    QString path;    ///< Where the launcher stores the file, below the client folder.
+    QString url;     ///< What the launcher appends to its base URL to fetch the file.
+    qint64 size = 0; ///< Bytes.
+    QString sha256;  ///< Lower-case hex digits.
+};
+
+/// The "manifest.json" of a patch.
+struct Manifest {
+    QString version;
+    QList<ManifestEntry> files;
+
+    /// The manifest as JSON in UTF-8, one line for each file, in the order of the list.
+    QByteArray toJson() const;
+
+    /// Reads a manifest like the launcher does: a missing "url" is the "path", entries without a
+    /// "path" do not count. Returns false, and leaves @p manifest as it was, when @p json is not
+    /// a JSON object.
+    static bool fromJson(const QByteArray &json, Manifest *manifest);
+
+    /// The text that the launcher has to append to a base URL to fetch the file at @p path. All
+    /// bytes but letters, digits, "-", ".", "_", "~" and "/" are percent-encoded: the launcher
+    /// encodes nothing that a URL may hold ("#" and "?" would end the path), and a single "%"
+    /// would make it encode every other "%" once more.
+    static QString urlOf(const QByteArray &path);
+};
+
+/// Replaces the file @p target by @p content whole, or leaves it as it was and puts the reason in
+/// @p error.
+bool writeWhole(const QString &target, const QByteArray &content, QString *error);

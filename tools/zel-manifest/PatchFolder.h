@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayList>
+#include <QList>
+#include <QRegularExpression>
+#include <QString>
+#include <QStringList>
+
+/// A pattern of names that are not published: "*", "?" and "[...]" as in a shell, none of which
+/// matches "/". A pattern with a "/" in it, other than at its end, is compared with the whole path
+/// below the folder, any other with the last name of it. One that ends with "/" matches folders
+/// alone.
+class ExcludePattern
+{
+public:
+    explicit ExcludePattern(const QString &pattern);
+
+    /// False for what is no pattern, such as "" or a "[" that is never closed.
+    bool isValid() const;
+    QString text() const { return pattern; }
+    /// True when the file or folder at @p path, relative to the published folder, is excluded.
+    bool matches(const QString &path, bool isFolder) const;
+
+private:
+    QString pattern;
+    QRegularExpression expression;
+    bool wholePath = false;
+    bool foldersOnly = false;
+};
+
+/// What a folder holds for a patch. All lines are in the order of the paths.
+struct PatchFolderScan {
+    QByteArrayList files;  ///< Paths below the folder, in bytewise order.
+    QByteArrayList absent; ///< Paths of manifests, which are never listed.
+    qint64 totalSize = 0;  ///< Bytes of all files.
+
+    QByteArrayList excluded; ///< Paths that a pattern excludes, without what is in such folders.
+
+    QStringList warnings; ///< What the operator should know.
+    QStringList problems; ///< Why the folder cannot be published.
+    QStringList failures; ///< What could not be read.
+};
+
+/// The files of a folder that is to become a patch. Names are the bytes of the file system, on
+/// which no locale has an influence.
+class PatchFolder
+{
+public:
+    /// Walks @p folder. Symbolic links are followed while they stay inside it. @p manifest, where
+    /// the manifest will be written, is not listed, and neither is "manifest.json" in the folder
+    /// itself, which is where the launcher expects the manifest.
+    static PatchFolderScan scan(const QString &folder, const QString &manifest,
+                                const QList<ExcludePattern> &excludes = {});
+
+    /// The place of the file at @p path, which may not exist yet, with no link in it. Empty when
+    /// its folder does not exist.
+    static QByteArray realPath(const QString &path);
+
+    /// A path of a scan as text.
+    static QString pathText(const QByteArray &path);
+};
