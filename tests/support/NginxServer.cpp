@@ -1,0 +1,127 @@
+#include "support/NginxServer.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <csignal>
+#include <sys/prctl.h>
+
+namespace
+{
+
+const char *const configuration = R"(
+daemon off;
+master_process off;
+pid %1/nginx.pid;
+error_log %1/error.log;
+events {}
+http {
+    log_format requests '$request';
+    access_log %1/access.log requests;
+    client_body_temp_path %1/body;
+    proxy_temp_path %1/proxy;
+    fastcgi_temp_path %1/fastcgi;
+    uwsgi_temp_path %1/uwsgi;
+    scgi_temp_path %1/scgi;
+    large_client_header_buffers 4 16k;
+    server {
+        listen 127.0.0.1:%2;
+        root "%3";
+    }
+}
+)";
+
+quint16 freePort()
+{
+    QTcpServer server;
+    server.listen(QHostAddress::LocalHost);
+    return server.serverPort();
+}
+
+} // namespace
+
+NginxServer::~NginxServer()
+{
+    stop();
+}
+
+QString NginxServer::program()
+{
+    const QString name = QStringLiteral("nginx");
+    const QString found = QStandardPaths::findExecutable(name);
+    // Debian keeps it out of users' search path.
+    return found.isEmpty() ? QStandardPaths::findExecutable(name, {QStringLiteral("/usr/sbin")})
+                           : found;
+}
+
+bool NginxServer::start(const QString &root, QString *error)
+{
+    // Someone else may take the port between the look and the start.
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        if (startOn(freePort(), root)) {
+            return true;
+        }
+        *error = QString::fromLocal8Bit(process.readAllStandardError());
+        stop();
+    }
+    return false;
+}
+
+void NginxServer::stop()
+{
+    process.terminate();
+    if (!process.waitForFinished(10000)) {
+        process.kill();
+        process.waitForFinished();
+    }
+}
+
+QString NginxServer::url() const
+{
+    return QStringLiteral("http://127.0.0.1:%1/").arg(port);
+}
+
+QList<QByteArray> NginxServer::requests() const
+{
+    QFile log(QDir(dir.path()).filePath(QStringLiteral("access.log")));
+    if (!log.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    QList<QByteArray> lines = log.readAll().split('\n');
+    lines.removeLast(); // what follows the last line break
+    return lines;
+}
+
+bool NginxServer::startOn(quint16 freePort, const QString &root)
+{
+    port = freePort;
+    const QString file = QDir(dir.path()).filePath(QStringLiteral("nginx.conf"));
+    QFile config(file);
+    if (!config.open(QIODevice::WriteOnly)) {
+        return false;
+    }
+    config.write(
+        QString::fromLatin1(configuration).arg(dir.path(), QString::number(port), root).toUtf8());
+    config.close();
+    // Not even a test that is killed leaves it behind.
+    process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+    process.start(program(), {QStringLiteral("-p"), dir.path(), QStringLiteral("-c"), file,
+                              QStringLiteral("-e"), dir.path() + QStringLiteral("/error.log")});
+
+    const QDeadlineTimer deadline(20000);
+    while (!deadline.hasExpired() && !process.waitForFinished(10)) {
+        // The file says that this nginx has the port, not another program.
+        if (QFile::exists(dir.path() + QStringLiteral("/nginx.pid"))) {
+            QTcpSocket socket;
+            socket.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
+            if (socket.waitForConnected(1000)) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
