@@ -457,6 +457,8 @@ QCheckBox::indicator:checked {
     border-color: #4577dd;
     image: url(:/marks/check.png);
 }
+QCheckBox:disabled { color: #8484a0; }
+QCheckBox::indicator:checked:disabled { background: #8484a0; border-color: #8484a0; }
 QComboBox#ZelInput::drop-down { border: none; width: 28px; }
 QComboBox#ZelInput::down-arrow { image: url(:/marks/down.png); width: 12px; height: 12px; }
 QSpinBox#ZelInput::up-button { border: none; width: 18px; margin: 3px 3px 0 0; }

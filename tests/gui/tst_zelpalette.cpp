@@ -1,5 +1,6 @@
 #include "support/TestMain.h"
 
+#include "support/Contrast.h"
 #include "support/MessageBoxAnswerer.h"
 #include "support/StyleSheet.h"
 #include "ui/MessageBox.h"
@@ -12,7 +13,6 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QGroupBox>
-#include <QHash>
 #include <QHeaderView>
 #include <QImage>
 #include <QLabel>
@@ -26,8 +26,6 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
-#include <algorithm>
-#include <cmath>
 #include <memory>
 
 using ZelTheme::Mode;
@@ -35,99 +33,10 @@ using ZelTheme::Mode;
 namespace
 {
 
-constexpr double readable = 4.5;
-constexpr double readableWhenDisabled = 3.0;
-
-double luminance(const QColor &color)
-{
-    const auto linear = [](double channel) {
-        return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
-           0.0722 * linear(color.blueF());
-}
-
-/// The contrast of two colours, 1 to 21.
-double contrast(const QColor &first, const QColor &second)
-{
-    const double a = luminance(first);
-    const double b = luminance(second);
-    return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
-}
-
-/// The colour of most pixels.
-QColor background(const QImage &image)
-{
-    QHash<QRgb, int> count;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            ++count[image.pixel(x, y)];
-        }
-    }
-    QRgb most = 0;
-    for (const auto &[color, pixels] : count.asKeyValueRange()) {
-        if (pixels > count.value(most)) {
-            most = color;
-        }
-    }
-    return QColor::fromRgb(most);
-}
-
-/// How far the pixel that stands out most stands out: that of the text, in a picture of a text.
-double measuredContrast(const QImage &image)
-{
-    const QColor ground = background(image);
-    double most = 1;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            most = std::max(most, contrast(image.pixelColor(x, y), ground));
-        }
-    }
-    return most;
-}
-
-/// A picture of @p area of @p widget, what lies behind it included.
-QImage picture(const QWidget *widget, const QRect &area)
-{
-    QWidget *window = widget->window();
-    return window->grab(area.translated(widget->mapTo(window, QPoint()))).toImage();
-}
-
-/// A picture of @p widget without its frame.
-QImage inside(const QWidget *widget)
-{
-    constexpr int frame = 4;
-    return picture(widget, widget->rect().adjusted(frame, frame, -frame, -frame));
-}
-
 double buttonContrast(QAbstractButton *button)
 {
     button->setIcon(QIcon());
     return measuredContrast(inside(button));
-}
-
-QPalette desktop(const char *name)
-{
-    return {QColor(QLatin1String(name))};
-}
-
-/// Dresses the application like the launcher's start, on a desktop with colours of its own.
-void startUp(Mode mode, const QPalette &desktopPalette)
-{
-    qApp->setStyleSheet(QString());
-    QApplication::setPalette(desktopPalette);
-    ZelTheme::apply(*qApp, mode);
-    QApplication::setPalette(ZelPalette::forMode(mode));
-}
-
-void addModesAndDesktops()
-{
-    QTest::addColumn<Mode>("mode");
-    QTest::addColumn<QPalette>("desktopPalette");
-    QTest::newRow("dark on a light desktop") << Mode::Dark << desktop("#efefef");
-    QTest::newRow("dark on a dark desktop") << Mode::Dark << desktop("#303030");
-    QTest::newRow("light on a light desktop") << Mode::Light << desktop("#efefef");
-    QTest::newRow("light on a dark desktop") << Mode::Light << desktop("#303030");
 }
 
 } // namespace
