@@ -1,0 +1,149 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QMutex>
+#include <QObject>
+#include <QString>
+#include <QThread>
+
+class QTcpServer;
+
+/// What the server sends for one request, byte by byte, and how it ends.
+///
+/// Positions count the bytes of the body as they travel: after compression, with chunk sizes.
+class HttpAnswer
+{
+public:
+    /// Position at which nothing has been sent, not even the status line.
+    static constexpr qsizetype beforeHeader = -2;
+    /// Position in the middle of the header.
+    static constexpr qsizetype insideHeader = -1;
+
+    /// 200, with the body's Content-Length.
+    static HttpAnswer withLength(const QByteArray &body);
+    /// 200, the body ended by the end of the connection.
+    static HttpAnswer withoutLength(const QByteArray &body);
+    /// 200, the body in chunks of at most @p chunkSize bytes.
+    static HttpAnswer chunked(const QByteArray &body, qsizetype chunkSize = 1000);
+    /// 200, the body compressed, with the compressed size as Content-Length.
+    static HttpAnswer gzipped(const QByteArray &body);
+    /// Any status line, with a body and its Content-Length.
+    static HttpAnswer status(const QByteArray &codeAndReason, const QByteArray &body = {});
+    /// 302 to @p location, with a body as real servers send it.
+    static HttpAnswer redirect(const QByteArray &location);
+    /// The header as given, without its empty line, and the body as given; the connection stays
+    /// open.
+    static HttpAnswer raw(const QByteArray &header, const QByteArray &body);
+
+    /// The same with a header line more.
+    HttpAnswer withHeader(const QByteArray &line) const;
+    /// Stops at @p position, which comes after those of the same kind so far, until
+    /// HttpServer::resume(), which may never come.
+    HttpAnswer heldAt(qsizetype position) const;
+    /// Closes the connection properly at @p position.
+    HttpAnswer cutAt(qsizetype position) const;
+    /// Resets the connection at @p position.
+    HttpAnswer resetAt(qsizetype position) const;
+    /// Sends a block of @p size bytes every @p intervalMs milliseconds.
+    HttpAnswer inBlocks(qsizetype size, int intervalMs) const;
+
+    /// The body as it travels.
+    QByteArray wireBody() const { return body; }
+
+private:
+    friend class HttpConnection;
+
+    enum class Ending { KeepOpen, Close, Reset };
+
+    qsizetype toWire(qsizetype position) const;
+    qsizetype wireSize() const { return endAt < 0 ? header.size() + body.size() : endAt; }
+
+    QByteArray header;
+    QByteArray body;
+    QList<qsizetype> holds; // in order
+    qsizetype endAt = -1;
+    Ending ending = Ending::KeepOpen;
+    qsizetype blockSize = 0;
+    int blockIntervalMs = 0;
+};
+
+/// One request that the server got.
+struct HttpRequest {
+    QByteArray path;    ///< The request target as it stood in the request line.
+    QByteArray head;    ///< Request line and header lines, each with its line end.
+    int connection = 0; ///< Which connection it came on, the first being 1.
+
+    /// The names of the header lines, in order.
+    QByteArrayList headerNames() const;
+};
+
+/// An HTTP/1.1 server on a free port of 127.0.0.1 that answers by script and keeps a record.
+///
+/// A path without a script is answered with 404. Every member may be called from the thread that
+/// made the server, whichever thread it works in.
+class HttpServer : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class Place {
+        OwnThread,     ///< Answers while the caller's thread is busy.
+        CallersThread, ///< Answers in the caller's event loop.
+    };
+
+    explicit HttpServer(Place place = Place::OwnThread);
+    ~HttpServer() override;
+
+    quint16 port() const { return listenPort; }
+    /// "http://127.0.0.1:port" followed by @p path.
+    QString url(const QString &path = {}) const;
+
+    /// Sets the answer to every request of @p path from now on.
+    void answer(const QByteArray &path, const HttpAnswer &answer);
+    /// Lets every answer go on that is held now.
+    void resume();
+    /// Forgets the requests so far and counts anew from the connections that are open now.
+    void clearRecord();
+
+    /// The requests so far, in order.
+    QList<HttpRequest> requests() const;
+    /// Their paths.
+    QByteArrayList paths() const;
+    int openConnections() const;
+    int totalConnections() const;
+    /// Requests that came whole and whose answer is neither sent nor given up.
+    int requestsInFlight() const;
+    /// The greatest number of them at any moment.
+    int mostInFlight() const;
+    /// Answers that are held now.
+    int heldAnswers() const;
+
+signals:
+    /// Goes to the connections, in their thread.
+    void resumed();
+
+private:
+    friend class HttpConnection;
+
+    struct Record {
+        QHash<QByteArray, HttpAnswer> answers;
+        QList<HttpRequest> requests;
+        int open = 0;
+        int total = 0;
+        int inFlight = 0;
+        int mostInFlight = 0;
+        int held = 0;
+    };
+
+    void listen();
+
+    mutable QMutex mutex;
+    Record record; // guarded by the mutex
+    QThread thread;
+    QTcpServer *listener = nullptr;
+    quint16 listenPort = 0;
+};
+
+Q_DECLARE_METATYPE(HttpAnswer)
