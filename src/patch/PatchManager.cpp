@@ -42,13 +42,20 @@ void storeLocalVersion(const QString &version)
     settings.save();
 }
 
-/// True when the reply holds fewer bytes than its own Content-Length promised. A body that was
-/// compressed in transfer has no length to compare.
-bool isCutShort(const QNetworkReply &reply)
+/// The size that the Content-Length of a finished reply promised, 0 when there is none to go by.
+qint64 promisedSize(const QNetworkReply &reply)
 {
-    const QVariant promised = reply.header(QNetworkRequest::ContentLengthHeader);
-    return promised.isValid() && !reply.hasRawHeader("Content-Encoding") &&
-           reply.bytesAvailable() < promised.toLongLong();
+    // A chunked body ends by itself, whatever length stands beside it.
+    if (reply.rawHeader("Transfer-Encoding").toLower().contains("chunked")) {
+        return 0;
+    }
+    // Of a body that it decompressed the library drops the length. Of a redirect that it followed
+    // it sometimes keeps the header, the length in front of the body's own or alone.
+    const QList<QByteArray> lengths = reply.rawHeader("Content-Length").split(',');
+    if (lengths.size() == 1 && reply.hasRawHeader("Location")) {
+        return 0;
+    }
+    return lengths.last().trimmed().toLongLong();
 }
 
 /// What went wrong with a finished transfer, in the network library's words.
@@ -58,7 +65,7 @@ std::optional<QString> transferError(const QNetworkReply &reply)
         return reply.errorString();
     }
     // The library sometimes takes a connection that closes early for the end of the body.
-    if (isCutShort(reply)) {
+    if (reply.bytesAvailable() < promisedSize(reply)) {
         return QCoreApplication::translate("QHttp", "Connection closed");
     }
     return std::nullopt;
