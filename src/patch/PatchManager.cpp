@@ -289,10 +289,9 @@ void PatchManager::onFileReply(QNetworkReply *reply, quint64 run, const PatchFil
     downloadNext();
 }
 
-/// Puts a plain GET in flight, in the place of one that still is.
+/// Puts a plain GET in flight. None is when a step of the newest run comes here.
 void PatchManager::startRequest(const QUrl &url)
 {
-    abortCurrentReply();
     currentReply = network->get(QNetworkRequest(url));
 }
 
@@ -329,6 +328,9 @@ void PatchManager::abortCurrentReply()
         return;
     }
     reply->abort(); // its handler runs inside the call and clears the member
+    // What the library still has queued for the reply would reach it before its deletion and make
+    // it complain on the console.
+    QCoreApplication::removePostedEvents(reply, QEvent::MetaCall);
     if (currentReply == reply) {
         // It had ended by itself and not said so yet: its handler would come too late.
         currentReply = nullptr;
