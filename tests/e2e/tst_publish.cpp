@@ -15,6 +15,7 @@
 
 #include "patch/PatchManager.h"
 #include "settings/LauncherSettings.h"
+#include "support/Disk.h"
 #include "support/HostileNames.h"
 #include "support/NginxServer.h"
 #include "zel-manifest/Manifest.h"
@@ -97,6 +98,8 @@ private slots:
     void launchersGetThePatchByteForByte();
     void theCheckAsksForWhatTheLauncherAsksFor();
     void launchersGetAPatchBelowAUrlPrefix();
+    void theLauncherCouldNotReplaceAFileWithARefusedLongName();
+    void theLauncherWouldStoreARefusedColonElsewhere();
     void theCheckFindsWhatIsWrong_data();
     void theCheckFindsWhatIsWrong();
     void theCheckGoesOnAfterADifference();
@@ -291,6 +294,38 @@ void TestPublish::launchersGetAPatchBelowAUrlPrefix()
     for (const QByteArray &file : files) {
         QCOMPARE(read(place(client, file)), file);
     }
+}
+
+void TestPublish::theLauncherCouldNotReplaceAFileWithARefusedLongName()
+{
+    const QByteArray name(249, 'n');
+    write(place(dir.path(), "long/" + name), "x");
+    write(place(dir.path(), "long/manifest.json"), "{\"files\": [{\"path\": \"" + name + "\"}]}");
+    QCOMPARE(runManifest({QStringLiteral("-p1"), dir.filePath(QStringLiteral("long"))}).exitCode,
+             1);
+    const QString client = dir.filePath(QStringLiteral("long client"));
+    update(client, QStringLiteral("long"));
+    write(place(client, name), "old");
+    QCOMPARE(update(client, QStringLiteral("long")),
+             QStringLiteral("Falha ao salvar %1/%2").arg(client, QString::fromLatin1(name)));
+    QCOMPARE(read(place(client, name)), QByteArray("old"));
+}
+
+void TestPublish::theLauncherWouldStoreARefusedColonElsewhere()
+{
+    write(place(dir.path(), "colon/:file"), "x");
+    write(place(dir.path(), "colon/manifest.json"), "{\"files\": [{\"path\": \":file\"}]}");
+    QCOMPARE(runManifest({QStringLiteral("-p1"), dir.filePath(QStringLiteral("colon"))}).exitCode,
+             1);
+    const QString client = dir.filePath(QStringLiteral("colon client"));
+    fs::create_directories(client.toStdString());
+    const QString elsewhere = dir.filePath(QStringLiteral("elsewhere"));
+    fs::create_directories(elsewhere.toStdString());
+    {
+        const Disk::WorkingFolder folder(elsewhere);
+        update(client, QStringLiteral("colon"));
+    }
+    QCOMPARE(filesIn(client), QByteArrayList());
 }
 
 void TestPublish::theCheckFindsWhatIsWrong_data()
