@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryFile>
 
@@ -11,6 +10,7 @@
 #include "client/Files.h"
 #include "client/ServerList.h"
 #include "client/SnBin.h"
+#include "settings/QuietSettings.h"
 
 namespace
 {
@@ -32,12 +32,12 @@ constexpr QStringView linksNews = u"links/news";
 } // namespace Key
 
 /// The launcher's settings file, open for the lifetime of the object.
-class SettingsFile : public QSettings
+class SettingsFile : public QuietSettings
 {
 public:
     SettingsFile()
-        : QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Orvandale"),
-                    QStringLiteral("zel_launcher"))
+        : QuietSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Orvandale"),
+                        QStringLiteral("zel_launcher"))
     {
     }
 
@@ -75,6 +75,20 @@ LauncherSettings &LauncherSettings::instance()
 
 void LauncherSettings::load()
 {
+    loadFields();
+    if (clientDir.isEmpty()) {
+        // A launcher installed inside the client folder needs no configuration.
+        const QString ownDir = QCoreApplication::applicationDirPath();
+        if (Files::exists(ownDir)) {
+            clientDir = absolutePath(ownDir);
+        }
+    }
+    importFromClientFiles();
+    ConfigBin::load(configBinPath(), &clientConfig, nullptr);
+}
+
+void LauncherSettings::loadFields()
+{
     const SettingsFile file;
     clientDir = file.value(Key::clientDir).toString();
     clientExe = file.value(Key::clientExe, QStringLiteral("ZEL.exe")).toString();
@@ -89,16 +103,6 @@ void LauncherSettings::load()
     websiteUrl = file.value(Key::linksWebsite).toString();
     newsUrl = file.value(Key::linksNews).toString();
     localVersion = file.value(Key::patchLocalVersion, QStringLiteral("1.0.0")).toString();
-
-    if (clientDir.isEmpty()) {
-        // A launcher installed inside the client folder needs no configuration.
-        const QString ownDir = QCoreApplication::applicationDirPath();
-        if (Files::exists(ownDir)) {
-            clientDir = absolutePath(ownDir);
-        }
-    }
-    importFromClientFiles();
-    ConfigBin::load(configBinPath(), &clientConfig, nullptr);
 }
 
 void LauncherSettings::save() const

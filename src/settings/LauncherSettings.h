@@ -79,5 +79,6 @@ private:
     LauncherSettings() = default;
     ~LauncherSettings() = default;
 
+    void loadFields();
     QString inClientDir(const QString &name) const;
 };

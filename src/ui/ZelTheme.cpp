@@ -4,12 +4,13 @@
 #include <QComboBox>
 #include <QFont>
 #include <QLineEdit>
-#include <QSettings>
 #include <QSpinBox>
 #include <QTextEdit>
 
 #include <algorithm>
 #include <array>
+
+#include "settings/QuietSettings.h"
 
 namespace
 {
@@ -29,11 +30,11 @@ QString lightName()
 }
 
 /// The theme's own store, apart from the launcher's settings file on purpose.
-class PreferenceStore : public QSettings
+class PreferenceStore : public QuietSettings
 {
 public:
     PreferenceStore()
-        : QSettings(QStringLiteral("Orvandale"), QStringLiteral("ZEL"))
+        : QuietSettings(QStringLiteral("Orvandale"), QStringLiteral("ZEL"))
     {
     }
 };

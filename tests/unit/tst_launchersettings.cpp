@@ -180,6 +180,8 @@ private slots:
     void everyKeyIsLoadedIntoItsField_data();
     void everyKeyIsLoadedIntoItsField();
     void aKeyWithoutADefaultIsEmptyWhenAbsent();
+    void aValueOfAnUnknownTypePassesWithoutAWord_data();
+    void aValueOfAnUnknownTypePassesWithoutAWord();
     void aListIsNoText_data();
     void aListIsNoText();
     void theWineSwitchIsReadAsABoolean_data();
@@ -335,6 +337,27 @@ void TestLauncherSettings::aKeyWithoutADefaultIsEmptyWhenAbsent()
     QCOMPARE(settings().patchBaseUrl, QString());
     QCOMPARE(settings().websiteUrl, QString());
     QCOMPARE(settings().newsUrl, QString());
+}
+
+void TestLauncherSettings::aValueOfAnUnknownTypePassesWithoutAWord_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+
+    QTest::newRow("a name that no type has") << R"(\0\0\0\x7f\0\0\0\x4\x61\x62\x63\0)"_ba;
+    QTest::newRow("a number that no type has") << R"(\0\0\x3\xff\x1)"_ba;
+    QTest::newRow("a pointer") << R"(\0\0\0\x1f\0\0\0\0)"_ba;
+}
+
+void TestLauncherSettings::aValueOfAnUnknownTypePassesWithoutAWord()
+{
+    QFETCH(const QByteArray, bytes);
+    const QByteArray value = "\"@Variant(" + bytes + ")\"\n";
+    writeSettings("[server]\nip=10.0.0.5\nname=" + value + "other=" + value);
+
+    settings().load();
+    QCOMPARE(settings().serverName, u""_s);
+    QCOMPARE(settings().serverIp, u"10.0.0.5"_s);
+    settings().save();
 }
 
 void TestLauncherSettings::aListIsNoText_data()
