@@ -1,7 +1,7 @@
 #include "FuzzTarget.h"
 
+#include <QCoreApplication>
 #include <QFile>
-#include <QGuiApplication>
 #include <QTemporaryDir>
 
 #include <cstdint>
@@ -103,10 +103,8 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
     static QTemporaryDir ownFolder;
     folder = &ownFolder;
     qputenv("LC_ALL", "C.UTF-8");
-
-    // A graphical application, for the value types that the launcher has.
     static int appArgc = 1;
-    static QGuiApplication app(appArgc, *argv);
+    static QCoreApplication app(appArgc, *argv);
     TestEnvironment::nameApplication();
     qInstallMessageHandler(failOnMessage);
     return 0;
