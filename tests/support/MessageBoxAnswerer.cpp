@@ -71,8 +71,12 @@ void MessageBoxAnswerer::answer(QMessageBox *box)
     if (next.look) {
         next.look(*box);
     }
-    if (!guard || !guard->isVisible()) {
-        fail(QStringLiteral("the message box was closed before its answer"));
+    const bool isOpen = guard && guard->isVisible();
+    if (isOpen == (next.button == QMessageBox::NoButton)) {
+        fail(isOpen ? QStringLiteral("the message box was left open")
+                    : QStringLiteral("the message box was closed before its answer"));
+    }
+    if (!isOpen) {
         return;
     }
     QAbstractButton *button = guard->button(next.button);

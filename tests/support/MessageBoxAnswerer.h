@@ -30,7 +30,7 @@ public:
     ~MessageBoxAnswerer() override;
 
     /// Answers one more box by a click on @p button, after a @p look if one is given. Boxes are
-    /// answered in the order of these calls.
+    /// answered in the order of these calls. With QMessageBox::NoButton the look closes the box.
     void expect(QMessageBox::StandardButton button, Look look = {});
 
     /// The boxes so far.
