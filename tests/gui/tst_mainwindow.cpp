@@ -2,6 +2,8 @@
 
 #include <QBoxLayout>
 #include <QBuffer>
+#include <QDir>
+#include <QFile>
 #include <QImage>
 #include <QPainter>
 #include <QScopeGuard>
@@ -428,23 +430,27 @@ void TestMainWindow::aPictureOfAnotherFormatIsShown()
 
 void TestMainWindow::withoutAPictureTheAreaIsBlack_data()
 {
-    QTest::addColumn<bool>("exists");
+    QTest::addColumn<QString>("kind");
     QTest::addColumn<QByteArray>("content");
-    QTest::newRow("missing") << false << QByteArray();
-    QTest::newRow("empty") << true << QByteArray();
-    QTest::newRow("no picture") << true << QByteArray("this is no picture");
-    QTest::newRow("cut in its header") << true << QByteArray("BM\x36\x00\x00", 5);
+    const QString file = QStringLiteral("file");
+    QTest::newRow("missing") << QString() << QByteArray();
+    QTest::newRow("folder") << QStringLiteral("folder") << QByteArray();
+    QTest::newRow("empty") << file << QByteArray();
+    QTest::newRow("no picture") << file << QByteArray("this is no picture");
+    QTest::newRow("cut in its header") << file << QByteArray("BM\x36\x00\x00", 5);
 }
 
 void TestMainWindow::withoutAPictureTheAreaIsBlack()
 {
-    QFETCH(const bool, exists);
+    QFETCH(const QString, kind);
     QFETCH(const QByteArray, content);
     const FakeClient client;
-    if (exists) {
+    const QString path = client.filePath(QStringLiteral("Launcher.bmp"));
+    QVERIFY(QFile::remove(path));
+    if (kind == QStringLiteral("folder")) {
+        QVERIFY(QDir().mkpath(path));
+    } else if (kind == QStringLiteral("file")) {
         client.write(QStringLiteral("Launcher.bmp"), content);
-    } else {
-        QVERIFY(QFile::remove(client.filePath(QStringLiteral("Launcher.bmp"))));
     }
     client.useInLauncher();
     LauncherWindow launcher;

@@ -1,0 +1,118 @@
+#include "gui/RealLauncher.h"
+
+#include "gui/LauncherWindow.h"
+
+namespace
+{
+
+constexpr int patienceMs = 60'000;
+
+QPoint middleOf(const QPushButton *button, const MainWindow &window)
+{
+    return button->mapTo(&window, button->rect().center());
+}
+
+} // namespace
+
+RealLauncher::RealLauncher(const QString &programPath)
+    : program(programPath)
+{
+    const LauncherWindow twin;
+    playPlace = middleOf(twin.play, twin.window);
+    cancelPlace = middleOf(twin.cancel, twin.window);
+
+    process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
+    process.setWorkingDirectory(qEnvironmentVariable("HOME"));
+    setVariable(QStringLiteral("DISPLAY"), screen.name());
+    setVariable(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+}
+
+RealLauncher::~RealLauncher()
+{
+    kill();
+}
+
+void RealLauncher::setVariable(const QString &name, const QString &value)
+{
+    QProcessEnvironment environment = process.processEnvironment();
+    environment.insert(name, value);
+    process.setProcessEnvironment(environment);
+}
+
+void RealLauncher::start(const QStringList &arguments)
+{
+    if (QTest::currentTestFailed()) {
+        return;
+    }
+    process.start(program, arguments);
+    QVERIFY(process.waitForStarted());
+    window = screen.waitForWindow(QStringLiteral("ZEL Launcher"));
+    if (window.isEmpty()) {
+        process.waitForFinished(0);
+        const QString story =
+            QStringLiteral("no window; state %1, exit code %2, printed: ")
+                .arg(QString::number(process.state()), QString::number(process.exitCode()));
+        QFAIL(qPrintable(story + QString::fromUtf8(process.readAllStandardError())));
+    }
+    known = {window};
+}
+
+void RealLauncher::clickPlay()
+{
+    click(playPlace);
+}
+
+void RealLauncher::clickCancel()
+{
+    click(cancelPlace);
+}
+
+QString RealLauncher::waitForBox(const QString &title)
+{
+    if (QTest::currentTestFailed()) {
+        return {};
+    }
+    const QString box = screen.waitForWindow(title, known);
+    if (box.isEmpty()) {
+        QTest::qFail(qPrintable(QStringLiteral("no message box: ") + title), __FILE__, __LINE__);
+    }
+    known.append(box);
+    return box;
+}
+
+void RealLauncher::answer(const QString &title, const QString &key)
+{
+    const QString box = waitForBox(title);
+    if (QTest::currentTestFailed()) {
+        return;
+    }
+    QVERIFY(screen.closeByKey(box, key));
+}
+
+void RealLauncher::waitForEnd()
+{
+    if (QTest::currentTestFailed()) {
+        return;
+    }
+    QVERIFY(process.waitForFinished(patienceMs));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+    QCOMPARE(process.readAllStandardOutput(), QByteArray());
+    QCOMPARE(process.readAllStandardError(), QByteArray());
+}
+
+void RealLauncher::kill()
+{
+    if (process.state() != QProcess::NotRunning) {
+        process.kill();
+        process.waitForFinished();
+    }
+}
+
+void RealLauncher::click(QPoint place)
+{
+    if (QTest::currentTestFailed()) {
+        return;
+    }
+    QVERIFY(screen.click(window, place));
+}

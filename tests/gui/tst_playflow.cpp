@@ -1,0 +1,556 @@
+#include "support/TestMain.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QTimer>
+
+#include <memory>
+
+#include "gui/LauncherWindow.h"
+#include "settings/LauncherSettings.h"
+#include "support/FakeClient.h"
+#include "support/HttpServer.h"
+#include "support/MessageBoxAnswerer.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+
+const QByteArray manifestPath = QByteArrayLiteral("/manifest.json");
+
+QByteArray manifest(const QString &version, const QStringList &paths = {})
+{
+    QJsonArray files;
+    for (const QString &path : paths) {
+        files.append(QJsonObject{{u"path"_s, path}});
+    }
+    return QJsonDocument(QJsonObject{{u"version"_s, version}, {u"files"_s, files}}).toJson();
+}
+
+QString summaryOf(const QString &version)
+{
+    return u"Orvandale  |  127.0.0.1  |  Versao "_s + version;
+}
+
+const QString question = u"\n\nDeseja iniciar mesmo assim?"_s;
+
+} // namespace
+
+class TestPlayFlow : public TestBase
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void withoutABaseUrlTheGameStartsAtOnce();
+    void aCheckMakesTheWindowBusy();
+    void theServerFilesAreWrittenBeforeTheCheck();
+    void thePatchersReportsReachTheWindow();
+    void theFirstCheckShowsItsResultThenStartsTheGame();
+    void theResultShowsTheVersionThatTheUpdateReached();
+    void aFailedFirstCheckIsShownThenAsked();
+    void aFailedCheckAnsweredYesStartsTheGame();
+    void aClosedQuestionCountsAsNo();
+    void aCancelledCheckIsAskedButNotShown();
+    void aCheckWithoutAnAddressIsSilent();
+    void onlyTheFirstCheckShowsItsResultOnPurpose();
+    void aLaterCheckDoesNotForceTheBarsOnPurpose();
+    void aLaterFailedCheckIsOnlyAsked();
+    void afterACheckNothingListensForItsResult();
+    void everyCheckUsesTheSettingsOfItsMoment();
+    void aFailedStartAfterACheckLeavesTheWindowIdle();
+
+    void aResultIsShownByItsMessage_data();
+    void aResultIsShownByItsMessage();
+    void aResultDuringTheGameIsNotShown();
+
+    void cancelDuringACheckClosesWithoutAQuestion();
+    void cancelDuringADownloadClosesWithoutAQuestion();
+
+private:
+    /// Ends the game and waits until the window says so.
+    void endGame(const LauncherWindow &launcher);
+
+    std::unique_ptr<FakeClient> client;
+    std::unique_ptr<FakeProgram> wine;
+    std::unique_ptr<HttpServer> server;
+};
+
+void TestPlayFlow::init()
+{
+    TestBase::init();
+    client = std::make_unique<FakeClient>();
+    client->useInLauncher();
+    wine = std::make_unique<FakeProgram>(client->filePath(u"wine"_s));
+    server = std::make_unique<HttpServer>();
+    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"1.0.0"_s)));
+    LauncherSettings &settings = LauncherSettings::instance();
+    settings.useWine = true;
+    settings.winePath = wine->path();
+    settings.patchBaseUrl = server->url();
+}
+
+void TestPlayFlow::cleanup()
+{
+    server.reset();
+    wine.reset();
+    client.reset();
+}
+
+void TestPlayFlow::endGame(const LauncherWindow &launcher)
+{
+    wine->exitWith(0);
+    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 0)."_s);
+}
+
+void TestPlayFlow::withoutABaseUrlTheGameStartsAtOnce()
+{
+    LauncherSettings::instance().patchBaseUrl.clear();
+    LauncherWindow launcher;
+    const QSignalSpy statusReports(launcher.patchManager, &PatchManager::statusChanged);
+    const QSignalSpy results(launcher.patchManager, &PatchManager::finished);
+    const QList<int> progress = launcher.progress();
+    const MessageBoxAnswerer user;
+    LauncherWindow::click(launcher.play);
+    QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+    QCOMPARE(launcher.process->state(), QProcess::Running);
+    QCOMPARE(launcher.progress(), progress);
+    QCOMPARE(statusReports.count(), 0);
+    QCOMPARE(results.count(), 0);
+}
+
+void TestPlayFlow::aCheckMakesTheWindowBusy()
+{
+    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
+    LauncherWindow launcher;
+    // Without the patcher's own reports the line keeps what the click put there.
+    QObject::disconnect(launcher.patchManager, &PatchManager::statusChanged, &launcher.window,
+                        nullptr);
+    const MessageBoxAnswerer user;
+    LauncherWindow::click(launcher.play);
+    QVERIFY(launcher.isBusy());
+    QVERIFY(launcher.cancel->isEnabled());
+    QCOMPARE(launcher.status->text(), u"Verificando atualizacoes..."_s);
+
+    LauncherWindow::click(launcher.play);
+    // Nor does a click go through that no disabled button stops.
+    QVERIFY(QMetaObject::invokeMethod(&launcher.window, "onPlay"));
+    QTRY_COMPARE(server->heldAnswers(), 1);
+    QCOMPARE(server->paths(), QByteArrayList({manifestPath}));
+    QCOMPARE(launcher.process->state(), QProcess::NotRunning);
+}
+
+void TestPlayFlow::theServerFilesAreWrittenBeforeTheCheck()
+{
+    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
+    LauncherSettings::instance().serverIp = u"10.1.2.3"_s;
+    LauncherWindow launcher;
+    LauncherWindow::click(launcher.play);
+    QCOMPARE(client->read(u"server.txt"_s), "10.1.2.3\n");
+    QVERIFY(launcher.isBusy());
+}
+
+void TestPlayFlow::thePatchersReportsReachTheWindow()
+{
+    server->answer(manifestPath,
+                   HttpAnswer::withLength(manifest(u"2"_s, {u"a"_s, u"b"_s, u"c"_s})).heldAt(0));
+    server->answer("/a", HttpAnswer::withLength("a"));
+    server->answer("/b", HttpAnswer::withLength("b").heldAt(0));
+    server->answer("/c", HttpAnswer::withLength("c").heldAt(0));
+    LauncherWindow launcher;
+    LauncherWindow::click(launcher.play);
+    QCOMPARE(launcher.status->text(), u"Verificando versao..."_s);
+    QCOMPARE(launcher.progress(), QList<int>({0, 8}));
+    QTRY_COMPARE(server->heldAnswers(), 1);
+    server->resume();
+    QTRY_COMPARE(launcher.status->text(), u"Baixando b (2/3)"_s);
+    QCOMPARE(launcher.progress(), QList<int>({33, 41}));
+    QVERIFY(launcher.isBusy());
+    QTRY_COMPARE(server->heldAnswers(), 1);
+    server->resume();
+    QTRY_COMPARE(launcher.status->text(), u"Baixando c (3/3)"_s);
+    QCOMPARE(launcher.progress(), QList<int>({66, 74}));
+    QVERIFY(launcher.isBusy());
+}
+
+void TestPlayFlow::theFirstCheckShowsItsResultThenStartsTheGame()
+{
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok, [&](QMessageBox &) {
+        QCOMPARE(launcher.progress(), QList<int>({100, 100}));
+        QCOMPARE(launcher.status->text(), summaryOf(u"1.0.0"_s));
+        QVERIFY(launcher.isIdle());
+        QCOMPARE(launcher.process->state(), QProcess::NotRunning);
+    });
+    LauncherWindow::click(launcher.play);
+    QTRY_VERIFY(user.isDone());
+    QCOMPARE(user.last().title, u"Atualizacao"_s);
+    QCOMPARE(user.last().text, u"Cliente ja esta atualizado."_s);
+    QCOMPARE(user.last().icon, QMessageBox::Information);
+    QCOMPARE(user.last().buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QCOMPARE(user.last().parent, &launcher.window);
+    QVERIFY(user.last().isModal);
+
+    QTRY_COMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+    QVERIFY(launcher.isBusy());
+    QCOMPARE(launcher.progress(), QList<int>({100, 100}));
+    QTRY_COMPARE(wine->startCount(), 1);
+    endGame(launcher);
+    QCOMPARE(launcher.progress(), QList<int>({0, 0}));
+}
+
+void TestPlayFlow::theResultShowsTheVersionThatTheUpdateReached()
+{
+    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"2.5"_s, {u"ZEL.exe"_s})));
+    server->answer("/ZEL.exe", HttpAnswer::withLength("the new client"));
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok,
+                [&](QMessageBox &) { QCOMPARE(launcher.status->text(), summaryOf(u"2.5"_s)); });
+    LauncherWindow::click(launcher.play);
+    QTRY_VERIFY(user.isDone());
+    QCOMPARE(user.last().text, u"Atualizacao concluida."_s);
+    QCOMPARE(client->read(u"ZEL.exe"_s), "the new client");
+    QTRY_COMPARE(wine->startCount(), 1);
+}
+
+void TestPlayFlow::aFailedFirstCheckIsShownThenAsked()
+{
+    server->answer(manifestPath, HttpAnswer::withLength("[]"));
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    const auto look = [&](QMessageBox &) {
+        QCOMPARE(launcher.progress(), QList<int>({0, 8}));
+        QCOMPARE(launcher.status->text(), summaryOf(u"1.0.0"_s));
+        QVERIFY(launcher.isIdle());
+    };
+    user.expect(QMessageBox::Ok, look);
+    user.expect(QMessageBox::No, look);
+    LauncherWindow::click(launcher.play);
+    QTRY_VERIFY(user.isDone());
+    QCOMPARE(user.boxes().size(), 2);
+    const MessageBoxAnswerer::Box result = user.boxes().at(0);
+    QCOMPARE(result.title, u"Atualizacao"_s);
+    QCOMPARE(result.text, u"manifest.json invalido."_s);
+    QCOMPARE(result.icon, QMessageBox::Warning);
+    QCOMPARE(result.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QCOMPARE(result.parent, &launcher.window);
+    const MessageBoxAnswerer::Box asked = user.boxes().at(1);
+    QCOMPARE(asked.title, u"Atualizacao"_s);
+    QCOMPARE(asked.text, u"manifest.json invalido."_s + question);
+    QCOMPARE(asked.icon, QMessageBox::Question);
+    QCOMPARE(asked.buttons, QMessageBox::Yes | QMessageBox::No);
+    QCOMPARE(asked.parent, &launcher.window);
+    QVERIFY(asked.isModal);
+
+    QTRY_COMPARE(launcher.status->text(), u"Atualizacao cancelada."_s);
+    QVERIFY(launcher.isIdle());
+    QCOMPARE(launcher.progress(), QList<int>({0, 0}));
+    QCOMPARE(launcher.process->state(), QProcess::NotRunning);
+    QCOMPARE(wine->startCount(), 0);
+}
+
+void TestPlayFlow::aFailedCheckAnsweredYesStartsTheGame()
+{
+    server->answer(manifestPath, HttpAnswer::status("404 Not Found"));
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    user.expect(QMessageBox::Yes);
+    LauncherWindow::click(launcher.play);
+    QTRY_VERIFY(user.isDone());
+    QVERIFY(user.boxes().at(0).text.startsWith(u"Nao foi possivel baixar manifest.json: "_s));
+    QCOMPARE(user.boxes().at(1).text, user.boxes().at(0).text + question);
+    QTRY_COMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+    QVERIFY(launcher.isBusy());
+    QTRY_COMPARE(wine->startCount(), 1);
+}
+
+void TestPlayFlow::aClosedQuestionCountsAsNo()
+{
+    server->answer(manifestPath, HttpAnswer::withLength("[]"));
+    LauncherWindow launcher;
+    {
+        MessageBoxAnswerer user;
+        user.expect(QMessageBox::Ok);
+        user.expect(QMessageBox::NoButton,
+                    [](QMessageBox &box) { QTest::keyClick(&box, Qt::Key_Escape); });
+        LauncherWindow::click(launcher.play);
+        QTRY_VERIFY(user.isDone());
+    }
+    QTRY_COMPARE(launcher.status->text(), u"Atualizacao cancelada."_s);
+    QVERIFY(launcher.isIdle());
+    QCOMPARE(wine->startCount(), 0);
+}
+
+void TestPlayFlow::aCancelledCheckIsAskedButNotShown()
+{
+    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
+    LauncherWindow launcher;
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE(server->heldAnswers(), 1);
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::No);
+    // From the event loop, like everything in the program: the question runs inside the call.
+    QTimer::singleShot(0, launcher.patchManager, &PatchManager::cancel);
+    QTRY_VERIFY(user.isDone());
+    QCOMPARE(user.last().icon, QMessageBox::Question);
+    QCOMPARE(user.last().text, u"Atualizacao cancelada."_s + question);
+    QVERIFY(launcher.isIdle());
+}
+
+void TestPlayFlow::aCheckWithoutAnAddressIsSilent()
+{
+    LauncherSettings::instance().patchBaseUrl = u"  "_s;
+    LauncherWindow launcher;
+    QSignalSpy results(launcher.patchManager, &PatchManager::finished);
+    const MessageBoxAnswerer user;
+    LauncherWindow::click(launcher.play);
+    QCOMPARE(results.count(), 1);
+    QCOMPARE(results.at(0).at(1).toString(), u"Atualizacao desativada (URL de patch vazia)."_s);
+    QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+    QVERIFY(launcher.isBusy());
+    QCOMPARE(launcher.progress(), QList<int>({100, 100}));
+    QTRY_COMPARE(wine->startCount(), 1);
+}
+
+void TestPlayFlow::onlyTheFirstCheckShowsItsResultOnPurpose()
+{
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    for (int run = 1; run <= 3; ++run) {
+        LauncherWindow::click(launcher.play);
+        QTRY_COMPARE(wine->startCount(), run);
+        QCOMPARE(user.boxes().size(), 1);
+        QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+        endGame(launcher);
+    }
+    QCOMPARE(server->paths(), QByteArrayList(3, manifestPath));
+}
+
+void TestPlayFlow::aLaterCheckDoesNotForceTheBarsOnPurpose()
+{
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE(wine->startCount(), 1);
+    endGame(launcher);
+
+    // A result without the full progress that the patcher reports before its own.
+    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
+    LauncherWindow::click(launcher.play);
+    QCOMPARE(launcher.progress(), QList<int>({0, 8}));
+    emit launcher.patchManager->finished(true, u"Pronto."_s);
+    QCOMPARE(launcher.progress(), QList<int>({0, 8}));
+    QTRY_COMPARE(wine->startCount(), 2);
+}
+
+void TestPlayFlow::aLaterFailedCheckIsOnlyAsked()
+{
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE(wine->startCount(), 1);
+    endGame(launcher);
+
+    server->answer(manifestPath, HttpAnswer::withLength("[]"));
+    user.expect(QMessageBox::No, [&](QMessageBox &) {
+        QVERIFY(launcher.isBusy());
+        QCOMPARE(launcher.progress(), QList<int>({0, 8}));
+    });
+    LauncherWindow::click(launcher.play);
+    QTRY_VERIFY(user.isDone());
+    QCOMPARE(user.last().icon, QMessageBox::Question);
+    QCOMPARE(user.last().text, u"manifest.json invalido."_s + question);
+    QTRY_COMPARE(launcher.status->text(), u"Atualizacao cancelada."_s);
+    QVERIFY(launcher.isIdle());
+    QCOMPARE(launcher.progress(), QList<int>({0, 0}));
+
+    // The next click asks again.
+    user.expect(QMessageBox::Yes);
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE(wine->startCount(), 2);
+    QVERIFY(user.isDone());
+    QCOMPARE(user.boxes().size(), 3);
+}
+
+void TestPlayFlow::afterACheckNothingListensForItsResult()
+{
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE(wine->startCount(), 1);
+    endGame(launcher);
+
+    emit launcher.patchManager->finished(true, u"Pronto."_s);
+    emit launcher.patchManager->finished(false, u"Falhou."_s);
+    QCOMPARE(launcher.status->text(), u"Jogo encerrado (codigo 0)."_s);
+    QCOMPARE(launcher.progress(), QList<int>({0, 0}));
+    QCOMPARE(launcher.process->state(), QProcess::NotRunning);
+    QVERIFY(launcher.isIdle());
+}
+
+void TestPlayFlow::everyCheckUsesTheSettingsOfItsMoment()
+{
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE(wine->startCount(), 1);
+    endGame(launcher);
+
+    const FakeClient other(u"other"_s);
+    LauncherSettings &settings = LauncherSettings::instance();
+    settings.clientDir = other.dir();
+    settings.patchBaseUrl = server->url(u"/beta"_s);
+    server->answer("/beta/manifest.json",
+                   HttpAnswer::withLength(manifest(u"3"_s, {u"data/new"_s})));
+    server->answer("/beta/data/new", HttpAnswer::withLength("new"));
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE(wine->startCount(), 2);
+    QCOMPARE(server->paths(),
+             QByteArrayList({manifestPath, "/beta/manifest.json", "/beta/data/new"}));
+    QCOMPARE(other.read(u"data/new"_s), "new");
+    QVERIFY(!QFile::exists(client->filePath(u"data"_s)));
+    QCOMPARE(wine->workingFolder(), other.dir());
+}
+
+void TestPlayFlow::aFailedStartAfterACheckLeavesTheWindowIdle()
+{
+    LauncherSettings::instance().useWine = false; // and "ZEL.exe" is not executable
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    user.expect(QMessageBox::Ok, [&](QMessageBox &) {
+        // The patcher's message stands, not the summary.
+        QCOMPARE(launcher.status->text(), u"Cliente ja esta atualizado."_s);
+    });
+    LauncherWindow::click(launcher.play);
+    QTRY_VERIFY(user.isDone());
+    QCOMPARE(user.last().text,
+             u"Nao foi possivel iniciar o cliente:\n"_s + client->filePath(u"ZEL.exe"_s));
+    QTRY_COMPARE(launcher.status->text(), u"Falha ao iniciar o jogo."_s);
+    QVERIFY(launcher.isIdle());
+    QCOMPARE(launcher.progress(), QList<int>({100, 100}));
+
+    // The same from a later check, during which the window stays busy.
+    user.expect(QMessageBox::Ok, [&](QMessageBox &) { QVERIFY(launcher.isBusy()); });
+    LauncherWindow::click(launcher.play);
+    QTRY_VERIFY(user.isDone());
+    QTRY_COMPARE(launcher.status->text(), u"Falha ao iniciar o jogo."_s);
+    QVERIFY(launcher.isIdle());
+}
+
+void TestPlayFlow::aResultIsShownByItsMessage_data()
+{
+    QTest::addColumn<bool>("success");
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QMessageBox::Icon>("icon");
+    QTest::newRow("success") << true << u"Atualizacao concluida."_s << QMessageBox::Information;
+    QTest::newRow("success, switched off") << true << u"x desativada x"_s << QMessageBox::NoIcon;
+    QTest::newRow("success, switched off, capitals")
+        << true << u"DESATIVADA"_s << QMessageBox::NoIcon;
+    QTest::newRow("success, mixed case") << true << u"(DesAtivaDa)"_s << QMessageBox::NoIcon;
+    QTest::newRow("success that names a cancelling")
+        << true << u"cancelada"_s << QMessageBox::Information;
+    QTest::newRow("success, empty") << true << QString() << QMessageBox::Information;
+    QTest::newRow("failure") << false << u"manifest.json invalido."_s << QMessageBox::Warning;
+    QTest::newRow("failure, cancelled")
+        << false << u"Atualizacao cancelada."_s << QMessageBox::NoIcon;
+    QTest::newRow("failure, cancelled, capitals") << false << u"CANCELADA"_s << QMessageBox::NoIcon;
+    QTest::newRow("failure, cancelled, mixed case")
+        << false << u"foi CanCelada hoje"_s << QMessageBox::NoIcon;
+    QTest::newRow("failure, switched off") << false << u"desativada"_s << QMessageBox::NoIcon;
+    QTest::newRow("failure, switched off, capitals")
+        << false << u"x DESATIVADA"_s << QMessageBox::NoIcon;
+    QTest::newRow("failure, similar word") << false << u"cancelado"_s << QMessageBox::Warning;
+    QTest::newRow("failure, empty") << false << QString() << QMessageBox::Warning;
+}
+
+void TestPlayFlow::aResultIsShownByItsMessage()
+{
+    QFETCH(const bool, success);
+    QFETCH(const QString, message);
+    QFETCH(const QMessageBox::Icon, icon);
+    LauncherWindow launcher;
+    emit launcher.patchManager->progressChanged(40);
+    MessageBoxAnswerer user;
+    if (icon != QMessageBox::NoIcon) {
+        user.expect(QMessageBox::Ok);
+    }
+    emit launcher.patchManager->finished(success, message);
+    QVERIFY(user.isDone());
+    if (icon != QMessageBox::NoIcon) {
+        QCOMPARE(user.last().title, u"Atualizacao"_s);
+        QCOMPARE(user.last().text, message);
+        QCOMPARE(user.last().icon, icon);
+        QCOMPARE(user.last().buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    }
+    QCOMPARE(launcher.progress(), success ? QList<int>({100, 100}) : QList<int>({40, 48}));
+    QCOMPARE(launcher.status->text(), summaryOf(u"1.0.0"_s));
+    QVERIFY(launcher.isIdle());
+}
+
+void TestPlayFlow::aResultDuringTheGameIsNotShown()
+{
+    LauncherSettings::instance().patchBaseUrl.clear();
+    for (const bool success : {true, false}) {
+        LauncherWindow launcher;
+        LauncherWindow::click(launcher.play);
+        const MessageBoxAnswerer user;
+        emit launcher.patchManager->progressChanged(40);
+        emit launcher.patchManager->finished(success, u"Pronto."_s);
+        QVERIFY(launcher.isBusy());
+        QCOMPARE(launcher.status->text(), summaryOf(u"1.0.0"_s));
+        QCOMPARE(launcher.progress(), success ? QList<int>({100, 100}) : QList<int>({40, 48}));
+    }
+}
+
+void TestPlayFlow::cancelDuringACheckClosesWithoutAQuestion()
+{
+    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
+    {
+        LauncherWindow launcher;
+        const QSignalSpy results(launcher.patchManager, &PatchManager::finished);
+        LauncherWindow::click(launcher.play);
+        QTRY_COMPARE(server->heldAnswers(), 1);
+        const MessageBoxAnswerer user;
+        LauncherWindow::click(launcher.cancel);
+        QVERIFY(!launcher.window.isVisible());
+        // The check itself is not cancelled; it ends with the window.
+        QCOMPARE(results.count(), 0);
+        QCOMPARE(server->openConnections(), 1);
+    }
+    QTRY_COMPARE(server->openConnections(), 0);
+}
+
+void TestPlayFlow::cancelDuringADownloadClosesWithoutAQuestion()
+{
+    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"2"_s, {u"a"_s})));
+    server->answer("/a", HttpAnswer::withLength(QByteArray(1000, 'a')).heldAt(500));
+    LauncherWindow launcher;
+    const QSignalSpy results(launcher.patchManager, &PatchManager::finished);
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE(server->heldAnswers(), 1);
+    QTRY_COMPARE(launcher.status->text(), u"Baixando a (1/1)"_s);
+    const MessageBoxAnswerer user;
+    LauncherWindow::click(launcher.cancel);
+    QVERIFY(!launcher.window.isVisible());
+    QCOMPARE(results.count(), 0);
+    QVERIFY(!QFile::exists(client->filePath(u"a"_s)));
+}
+
+ZEL_GUI_TEST_MAIN(TestPlayFlow)
+
+#include "tst_playflow.moc"

@@ -1,0 +1,262 @@
+#include "support/TestMain.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+
+#include <csignal>
+#include <memory>
+#include <utility>
+
+#include "gui/RealLauncher.h"
+#include "support/FakeClient.h"
+#include "support/HttpServer.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+
+constexpr int patienceMs = 60'000;
+
+const QString mainTitle = u"ZEL Launcher"_s;
+
+} // namespace
+
+/// The real program on a display of its own.
+class TestStartUp : public TestBase
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void cancelEndsTheProgramWithStatus0();
+    void noArgumentIsRead();
+    void aFirstStartWritesNoSettings();
+    void theSettingsFileOfTheTwoNamesIsRead();
+    void aVersionStoredInOneRunIsKnownInTheNext();
+    void theThemeOfTheSettingsIsApplied_data();
+    void theThemeOfTheSettingsIsApplied();
+    void theGameEndsWithTheLauncher();
+    void nothingIsPrintedWhateverGoesWrong_data();
+    void nothingIsPrintedWhateverGoesWrong();
+
+private:
+    /// Writes the launcher's settings file.
+    void store(const QString &key, const QVariant &value);
+    /// Waits until the game is started and, by its own will, over.
+    void waitForTheGame(int startCount);
+    /// Closes an idle launcher by its button.
+    void close();
+
+    std::unique_ptr<RealLauncher> launcher;
+    std::unique_ptr<FakeClient> client;
+    std::unique_ptr<FakeProgram> wine;
+};
+
+void TestStartUp::initTestCase()
+{
+    launcher = std::make_unique<RealLauncher>(QStringLiteral(ZEL_LAUNCHER));
+    QVERIFY2(launcher->hasDisplay(), "Xvfb does not start");
+}
+
+void TestStartUp::init()
+{
+    TestBase::init();
+    QDir(TestEnvironment::configHome()).removeRecursively();
+    client = std::make_unique<FakeClient>();
+    wine = std::make_unique<FakeProgram>(client->filePath(u"wine"_s));
+}
+
+void TestStartUp::cleanup()
+{
+    launcher->kill();
+    wine.reset();
+    client.reset();
+}
+
+void TestStartUp::store(const QString &key, const QVariant &value)
+{
+    QSettings(TestEnvironment::settingsFile(), QSettings::IniFormat).setValue(key, value);
+}
+
+void TestStartUp::waitForTheGame(int startCount)
+{
+    if (QTest::currentTestFailed()) {
+        return;
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(wine->startCount(), startCount, patienceMs);
+    wine->exitWith(0);
+    // The launcher has taken note when the process is no longer there.
+    QTRY_VERIFY_WITH_TIMEOUT(::kill(pid_t(wine->pid()), 0) != 0, patienceMs);
+}
+
+void TestStartUp::close()
+{
+    launcher->clickCancel();
+    launcher->waitForEnd();
+}
+
+void TestStartUp::cancelEndsTheProgramWithStatus0()
+{
+    launcher->start();
+    close();
+}
+
+void TestStartUp::noArgumentIsRead()
+{
+    launcher->start({u"--help"_s, u"-x"_s, u"http://127.0.0.1/"_s, QString()});
+    close();
+}
+
+void TestStartUp::aFirstStartWritesNoSettings()
+{
+    launcher->start();
+    close();
+    QVERIFY(!QFile::exists(TestEnvironment::settingsFile()));
+}
+
+void TestStartUp::theSettingsFileOfTheTwoNamesIsRead()
+{
+    QCOMPARE(TestEnvironment::settingsFile(),
+             TestEnvironment::configHome() + u"/Orvandale/zel_launcher.ini"_s);
+    store(u"client/dir"_s, client->dir());
+    store(u"client/exe"_s, u"of the settings.exe"_s);
+    store(u"client/wine"_s, wine->path());
+    store(u"server/ip"_s, u"10.1.2.3"_s);
+    client->write(u"of the settings.exe"_s, "");
+    launcher->start();
+    launcher->clickPlay();
+    waitForTheGame(1);
+    QCOMPARE(wine->arguments(), QStringList(client->filePath(u"of the settings.exe"_s)));
+    QCOMPARE(client->read(u"server.txt"_s), "10.1.2.3\n");
+    close();
+}
+
+void TestStartUp::aVersionStoredInOneRunIsKnownInTheNext()
+{
+    HttpServer server;
+    server.answer("/manifest.json", HttpAnswer::withLength(R"({"version": "2"})"));
+    store(u"client/dir"_s, client->dir());
+    store(u"client/wine"_s, wine->path());
+    store(u"patch/baseUrl"_s, server.url());
+    // Storing anything drops this remark from the file.
+    const auto addRemark = [] {
+        QFile file(TestEnvironment::settingsFile());
+        QVERIFY(file.open(QIODevice::Append));
+        file.write("; a remark\n");
+    };
+    const auto hasRemark = [] {
+        QFile file(TestEnvironment::settingsFile());
+        return file.open(QIODevice::ReadOnly) && file.readAll().contains("; a remark");
+    };
+
+    for (int run = 1; run <= 2; ++run) {
+        addRemark();
+        launcher->start();
+        launcher->clickPlay();
+        launcher->answer(u"Atualizacao"_s, u"Return"_s);
+        waitForTheGame(run);
+        close();
+        const QSettings settings(TestEnvironment::settingsFile(), QSettings::IniFormat);
+        QCOMPARE(settings.value(u"patch/localVersion"_s).toString(), u"2"_s);
+        QCOMPARE(hasRemark(), run == 2);
+    }
+}
+
+void TestStartUp::theThemeOfTheSettingsIsApplied_data()
+{
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<QColor>("background");
+    QTest::newRow("nothing stored") << QString() << QColor(0x1a1a2e);
+    QTest::newRow("dark") << u"dark"_s << QColor(0x1a1a2e);
+    QTest::newRow("light") << u"light"_s << QColor(0xf5f5f7);
+}
+
+void TestStartUp::theThemeOfTheSettingsIsApplied()
+{
+    QFETCH(const QString, stored);
+    QFETCH(const QColor, background);
+    QSettings theme(TestEnvironment::configHome() + u"/Orvandale/ZEL.conf"_s, QSettings::IniFormat);
+    if (!stored.isEmpty()) {
+        theme.setValue(u"theme"_s, stored);
+        theme.sync();
+    }
+    store(u"client/dir"_s, u"/nowhere/at/all"_s);
+    launcher->start();
+    launcher->clickPlay();
+    const QString box = launcher->waitForBox(mainTitle);
+    QTRY_COMPARE_WITH_TIMEOUT(launcher->display().colorAt(box, {2, 2}), background, patienceMs);
+    QVERIFY(launcher->display().closeByKey(box, u"Return"_s));
+    close();
+    // Nothing in the launcher stores a mode.
+    QCOMPARE(QFile::exists(theme.fileName()), !stored.isEmpty());
+}
+
+void TestStartUp::theGameEndsWithTheLauncher()
+{
+    store(u"client/dir"_s, client->dir());
+    store(u"client/wine"_s, wine->path());
+    launcher->start();
+    launcher->clickPlay();
+    QTRY_COMPARE_WITH_TIMEOUT(wine->startCount(), 1, patienceMs);
+    launcher->clickCancel();
+    launcher->answer(mainTitle, u"alt+s"_s);
+    launcher->waitForEnd();
+    QVERIFY(::kill(pid_t(wine->pid()), 0) != 0);
+}
+
+void TestStartUp::nothingIsPrintedWhateverGoesWrong_data()
+{
+    using Answers = QList<std::pair<QString, QString>>;
+    QTest::addColumn<QVariantMap>("settings");
+    QTest::addColumn<Answers>("answers");
+    const Answers noticed = {{mainTitle, u"Return"_s}};
+    const Answers declined = {{u"Atualizacao"_s, u"Return"_s}, {u"Atualizacao"_s, u"alt+n"_s}};
+    QTest::newRow("client folder missing")
+        << QVariantMap{{u"client/dir"_s, u"/nowhere/at/all"_s}} << noticed;
+    QTest::newRow("client missing") << QVariantMap{{u"client/exe"_s, u"other.exe"_s}} << noticed;
+    QTest::newRow("client does not start") << QVariantMap{{u"client/useWine"_s, false}} << noticed;
+    QTest::newRow("update address invalid")
+        << QVariantMap{{u"patch/baseUrl"_s, u"http://["_s}} << declined;
+    QTest::newRow("update address without a scheme")
+        << QVariantMap{{u"patch/baseUrl"_s, u"example"_s}} << declined;
+    QTest::newRow("update server not there")
+        << QVariantMap{{u"patch/baseUrl"_s, u"http://127.0.0.1:1/"_s}} << declined;
+    QTest::newRow("update server not encrypted and silent")
+        << QVariantMap{{u"patch/baseUrl"_s, u"https"_s}} << Answers();
+}
+
+void TestStartUp::nothingIsPrintedWhateverGoesWrong()
+{
+    using Answers = QList<std::pair<QString, QString>>;
+    QFETCH(const QVariantMap, settings);
+    QFETCH(const Answers, answers);
+    const HttpServer server;
+    client->write(u"Launcher.bmp"_s, "no picture");
+    store(u"client/dir"_s, client->dir());
+    store(u"client/wine"_s, wine->path());
+    for (auto it = settings.begin(); it != settings.end(); ++it) {
+        store(it.key(), it.value());
+    }
+    const bool usesServer = settings.value(u"patch/baseUrl"_s) == u"https"_s;
+    if (usesServer) {
+        store(u"patch/baseUrl"_s, server.url().replace(u"http:"_s, u"https:"_s));
+    }
+    launcher->start();
+    launcher->clickPlay();
+    if (usesServer) {
+        QTRY_COMPARE_WITH_TIMEOUT(server.openConnections(), 1, patienceMs);
+    }
+    for (const auto &[title, key] : answers) {
+        launcher->answer(title, key);
+    }
+    close();
+}
+
+ZEL_GUI_TEST_MAIN(TestStartUp)
+
+#include "tst_startup.moc"

@@ -1,0 +1,129 @@
+#include "support/VirtualDisplay.h"
+
+#include <QDeadlineTimer>
+#include <QRegularExpression>
+#include <QThread>
+
+namespace
+{
+
+constexpr int patienceMs = 60'000;
+constexpr int pollMs = 20;
+
+QString digits(int number)
+{
+    return QString::number(number);
+}
+
+} // namespace
+
+VirtualDisplay::VirtualDisplay()
+{
+    // The server takes a free number and tells it on its standard output. Without "-noreset" it
+    // would begin anew, and turn clients away meanwhile, whenever its last client goes.
+    server.setStandardErrorFile(QProcess::nullDevice());
+    server.start(QStringLiteral("Xvfb"),
+                 {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),
+                  QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x1024x24"),
+                  QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    QByteArray number;
+    while (!number.endsWith('\n') && server.waitForReadyRead(patienceMs)) {
+        number += server.readAll();
+    }
+    if (number.endsWith('\n')) {
+        displayName = u':' + QString::fromLatin1(number.trimmed());
+    }
+}
+
+VirtualDisplay::~VirtualDisplay()
+{
+    server.terminate();
+    if (!server.waitForFinished(patienceMs)) {
+        server.kill();
+        server.waitForFinished();
+    }
+}
+
+QString VirtualDisplay::waitForWindow(const QString &title, const QStringList &known) const
+{
+    const QString pattern = u'^' + QRegularExpression::escape(title) + u'$';
+    const QDeadlineTimer deadline(patienceMs);
+    while (!deadline.hasExpired()) {
+        const QStringList windows = visibleWindows(pattern);
+        for (const QString &window : windows) {
+            if (!known.contains(window)) {
+                return window;
+            }
+        }
+        QThread::msleep(pollMs);
+    }
+    return {};
+}
+
+bool VirtualDisplay::click(const QString &window, QPoint place) const
+{
+    return !output(QStringLiteral("xdotool"),
+                   {QStringLiteral("mousemove"), QStringLiteral("--sync"),
+                    QStringLiteral("--window"), window, digits(place.x()), digits(place.y()),
+                    QStringLiteral("click"), QStringLiteral("1")})
+                .isNull();
+}
+
+bool VirtualDisplay::closeByKey(const QString &window, const QString &key) const
+{
+    constexpr int secondPressMs = 500;
+    const QDeadlineTimer deadline(patienceMs);
+    while (!deadline.hasExpired()) {
+        output(QStringLiteral("xdotool"),
+               {QStringLiteral("windowfocus"), QStringLiteral("--sync"), window,
+                QStringLiteral("key"), QStringLiteral("--clearmodifiers"), key});
+        const QDeadlineTimer closed(secondPressMs);
+        while (!closed.hasExpired()) {
+            if (!visibleWindows(QStringLiteral(".")).contains(window)) {
+                return true;
+            }
+            QThread::msleep(pollMs);
+        }
+    }
+    return false;
+}
+
+QColor VirtualDisplay::colorAt(const QString &window, QPoint place) const
+{
+    const QString pixel =
+        output(QStringLiteral("import"),
+               {QStringLiteral("-window"), window, QStringLiteral("-crop"),
+                QStringLiteral("1x1+%1+%2").arg(digits(place.x()), digits(place.y())),
+                QStringLiteral("-depth"), QStringLiteral("8"), QStringLiteral("txt:-")});
+    static const QRegularExpression hex(QStringLiteral("#[0-9A-Fa-f]{6}"));
+    return QColor(hex.match(pixel).captured());
+}
+
+QStringList VirtualDisplay::visibleWindows(const QString &pattern) const
+{
+    return output(QStringLiteral("xdotool"),
+                  {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                   QStringLiteral("--name"), pattern})
+        .split(u'\n', Qt::SkipEmptyParts);
+}
+
+/// What a program prints when it ends well, else null.
+QString VirtualDisplay::output(const QString &program, const QStringList &arguments) const
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DISPLAY"), displayName);
+    process.setProcessEnvironment(environment);
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.start(program, arguments);
+    if (!process.waitForFinished(patienceMs)) {
+        process.kill();
+        process.waitForFinished();
+        return {};
+    }
+    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
+        return {};
+    }
+    const QString text = QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+    return text.isNull() ? QLatin1String("") : text;
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QColor>
+#include <QPoint>
+#include <QProcess>
+#include <QString>
+
+/// An X server of the test's own that nobody sees, without a window manager, and a hand at its
+/// mouse and keyboard.
+class VirtualDisplay
+{
+public:
+    /// Starts the server; isRunning() tells whether that worked.
+    VirtualDisplay();
+    ~VirtualDisplay();
+    Q_DISABLE_COPY_MOVE(VirtualDisplay)
+
+    bool isRunning() const { return !displayName.isEmpty(); }
+    /// For the environment variable DISPLAY.
+    QString name() const { return displayName; }
+
+    /// Waits for a visible window other than the @p known whose title is just @p title. Returns its
+    /// id, or nothing when none came.
+    QString waitForWindow(const QString &title, const QStringList &known = {}) const;
+    /// Clicks a place in a window, in pixels from its upper left corner.
+    bool click(const QString &window, QPoint place) const;
+    /// Closes a window by a key, named like "Return" or "alt+y". The key is pressed again when the
+    /// window did not have the focus yet and so did not get it.
+    bool closeByKey(const QString &window, const QString &key) const;
+    /// The colour of a place in a window; invalid when it cannot be told.
+    QColor colorAt(const QString &window, QPoint place) const;
+
+private:
+    QStringList visibleWindows(const QString &pattern) const;
+    QString output(const QString &program, const QStringList &arguments) const;
+
+    QProcess server;
+    QString displayName;
+};
