@@ -1,0 +1,408 @@
+#include "support/TestMain.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+
+#include <memory>
+
+#include "gui/RealLauncher.h"
+#include "support/FakeClient.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+
+constexpr int patienceMs = 60'000;
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool writeFile(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
+/// A number in kB from a process's status, or -1.
+qint64 memoryOf(qint64 pid, const QByteArray &key)
+{
+    const QByteArrayList lines = contentOf(u"/proc/%1/status"_s.arg(pid)).split('\n');
+    for (const QByteArray &line : lines) {
+        if (line.startsWith(key + ':')) {
+            return line.mid(key.size() + 1).simplified().split(' ').first().toLongLong();
+        }
+    }
+    return -1;
+}
+
+/// How many processes have @p text in their command line.
+int processesWith(const QByteArray &text)
+{
+    int count = 0;
+    const QStringList entries = QDir(u"/proc"_s).entryList(QDir::Dirs);
+    for (const QString &entry : entries) {
+        count += contentOf(u"/proc/%1/cmdline"_s.arg(entry)).contains(text) ? 1 : 0;
+    }
+    return count;
+}
+
+/// Runs a program to its end; true when that is a good one.
+bool run(const QString &program, const QStringList &arguments,
+         const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.start(program, arguments);
+    return process.waitForFinished(10 * patienceMs) &&
+           process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
+/// A program that serves until the test ends it.
+class Service
+{
+public:
+    ~Service() { stop(); }
+
+    void start(const QString &program, const QStringList &arguments)
+    {
+        process.setStandardErrorFile(QProcess::nullDevice());
+        process.start(program, arguments, QIODevice::ReadOnly);
+        process.waitForStarted();
+    }
+    /// The first line that it prints.
+    QString firstLine()
+    {
+        QByteArray text;
+        while (!text.contains('\n') && process.waitForReadyRead(patienceMs)) {
+            text += process.readAllStandardOutput();
+        }
+        return QString::fromUtf8(text.split('\n').first());
+    }
+    void stop()
+    {
+        if (process.state() != QProcess::NotRunning) {
+            process.terminate();
+            process.waitForFinished(patienceMs);
+        }
+    }
+    bool isRunning() const { return process.state() == QProcess::Running; }
+
+private:
+    QProcess process;
+};
+
+/// A web server with a folder of files.
+class WebServer
+{
+public:
+    QString filePath(const QString &name) const { return QDir(root.path()).filePath(name); }
+    QString url() const { return u"http://127.0.0.1:%1/"_s.arg(port); }
+    /// The request lines so far.
+    QByteArrayList requests() const
+    {
+        QByteArrayList lines = contentOf(filePath(u"requests"_s)).split('\n');
+        lines.removeLast();
+        return lines;
+    }
+
+    /// Serves the folder "files"; false when that does not come about.
+    bool start()
+    {
+        QDir(root.path()).mkpath(u"files"_s);
+        for (int attempt = 0; attempt < 10; ++attempt) {
+            port = freePort();
+            if (!writeFile(filePath(u"nginx.conf"_s), configuration())) {
+                return false;
+            }
+            service.start(program(), {u"-p"_s, root.path(), u"-e"_s, filePath(u"errors"_s), u"-c"_s,
+                                      filePath(u"nginx.conf"_s)});
+            if (answers()) {
+                return true;
+            }
+            service.stop(); // somebody else was faster at the port
+        }
+        return false;
+    }
+    void stop() { service.stop(); }
+
+private:
+    static QString program()
+    {
+        // Debian keeps it out of a user's search path.
+        const QString found = QStandardPaths::findExecutable(u"nginx"_s);
+        return found.isEmpty() ? u"/usr/sbin/nginx"_s : found;
+    }
+
+    static quint16 freePort()
+    {
+        QTcpServer probe;
+        probe.listen(QHostAddress::LocalHost);
+        return probe.serverPort();
+    }
+
+    QByteArray configuration() const
+    {
+        QByteArray text = R"(
+daemon off;
+master_process off;
+pid nginx.pid;
+events {}
+http {
+    log_format request '$request';
+    access_log requests request;
+    client_body_temp_path body;
+    proxy_temp_path proxy;
+    fastcgi_temp_path fastcgi;
+    uwsgi_temp_path uwsgi;
+    scgi_temp_path scgi;
+    server {
+        listen 127.0.0.1:@PORT@;
+        root files;
+    }
+}
+)";
+        return text.replace("@PORT@", QByteArray::number(port));
+    }
+
+    bool answers()
+    {
+        return QTest::qWaitFor(
+                   [this] {
+                       QTcpSocket socket;
+                       socket.connectToHost(QHostAddress::LocalHost, port);
+                       return !service.isRunning() || socket.waitForConnected(1000);
+                   },
+                   patienceMs) &&
+               service.isRunning();
+    }
+
+    QTemporaryDir root;
+    Service service;
+    quint16 port = 0;
+};
+
+} // namespace
+
+/// The real program, a real web server, a real Windows program under a real Wine.
+class TestEndToEnd : public TestBase
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void cleanup();
+
+    void aNewClientIsDeliveredAndPlayed();
+    void theClientIsPlayedWithoutTheServerAndEndsWithTheLauncher();
+
+private:
+    void compileClient();
+    void prepareWine();
+    /// Gives the client folder an executable and none of what an earlier run left.
+    void resetClient(const QByteArray &exe);
+    /// Waits until the launcher shows a line of text that matches.
+    void waitForText(const QString &pattern);
+    /// Waits until the Windows program has done all but end.
+    void waitForTheClient();
+
+    QTemporaryDir work;
+    QProcessEnvironment wineEnvironment = QProcessEnvironment::systemEnvironment();
+    WebServer web;
+    Service bus;
+    QString busAddress;
+    // A name that the shell and Wine have to take as it is.
+    const FakeClient client{u"Jogo d'Orvandale 100% ação"_s};
+    std::unique_ptr<RealLauncher> launcher;
+};
+
+void TestEndToEnd::initTestCase()
+{
+    TestBase::init();
+    for (const QString &needed : {u"wine"_s, u"x86_64-w64-mingw32-gcc"_s}) {
+        if (QStandardPaths::findExecutable(needed).isEmpty()) {
+            QSKIP(qPrintable(u"there is no "_s + needed));
+        }
+    }
+    compileClient();
+    prepareWine();
+    QVERIFY2(web.start(), "nginx does not start");
+
+    bus.start(u"dbus-daemon"_s,
+              {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--print-address=1"_s});
+    busAddress = bus.firstLine();
+    QVERIFY2(!busAddress.isEmpty(), "dbus-daemon does not start");
+
+    launcher = std::make_unique<RealLauncher>(QStringLiteral(ZEL_LAUNCHER));
+    QVERIFY2(launcher->hasDisplay(), "Xvfb does not start");
+    // The window is read from outside like a screen reader does it.
+    launcher->setVariable(u"DBUS_SESSION_BUS_ADDRESS"_s, busAddress);
+    launcher->setVariable(u"QT_LINUX_ACCESSIBILITY_ALWAYS_ON"_s, u"1"_s);
+
+    QSettings settings(TestEnvironment::settingsFile(), QSettings::IniFormat);
+    settings.setValue(u"client/dir"_s, client.dir());
+    settings.setValue(u"patch/baseUrl"_s, web.url());
+    settings.setValue(u"server/name"_s, u"Alpha"_s);
+    settings.setValue(u"server/ip"_s, u"10.1.2.3"_s);
+    settings.setValue(u"server/channelCount"_s, 2);
+}
+
+void TestEndToEnd::cleanupTestCase()
+{
+    launcher.reset();
+    bus.stop();
+    web.stop();
+    if (QFile::exists(work.filePath(u"prefix"_s))) {
+        const QString server = QStandardPaths::findExecutable(u"wineserver"_s);
+        const QString found = server.isEmpty() ? u"/usr/lib/wine/wineserver64"_s : server;
+        run(found, {u"-k"_s}, wineEnvironment);
+        run(found, {u"-w"_s}, wineEnvironment);
+    }
+}
+
+void TestEndToEnd::cleanup()
+{
+    if (launcher) {
+        launcher->kill();
+    }
+}
+
+void TestEndToEnd::compileClient()
+{
+    QVERIFY(run(u"x86_64-w64-mingw32-gcc"_s,
+                {u"-municode"_s, u"-O1"_s, u"-Wall"_s, u"-Werror"_s, u"-o"_s,
+                 work.filePath(u"ZEL.exe"_s), QStringLiteral(ZEL_CLIENT_SOURCE)}));
+}
+
+void TestEndToEnd::prepareWine()
+{
+    // What the user of the launcher has in his login profile, and only there.
+    const QList<std::pair<QString, QString>> variables = {
+        {u"WINEPREFIX"_s, work.filePath(u"prefix"_s)},
+        {u"WINEDEBUG"_s, u"-all"_s},
+        {u"WINEDLLOVERRIDES"_s, u"mscoree,mshtml="_s},
+    };
+    QByteArray profile;
+    for (const auto &[name, value] : variables) {
+        wineEnvironment.insert(name, value);
+        qunsetenv(name.toUtf8().constData());
+        profile += u"export %1='%2'\n"_s.arg(name, value).toUtf8();
+    }
+    QVERIFY(writeFile(QDir(TestEnvironment::home()).filePath(u".bash_profile"_s), profile));
+    QVERIFY2(run(u"wine"_s, {u"wineboot"_s, u"--init"_s}, wineEnvironment),
+             "Wine cannot be prepared");
+}
+
+void TestEndToEnd::resetClient(const QByteArray &exe)
+{
+    QDir(client.filePath(u"seen"_s)).removeRecursively();
+    QFile::remove(client.filePath(u"end"_s));
+    client.write(u"ZEL.exe"_s, exe);
+    client.write(u"ZEL_patched.exe"_s, "stale");
+    client.write(u"Config.bin"_s, QByteArray(30, '\1'));
+}
+
+void TestEndToEnd::waitForText(const QString &pattern)
+{
+    if (QTest::currentTestFailed()) {
+        return;
+    }
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, busAddress);
+    environment.insert(u"DISPLAY"_s, launcher->display().name());
+    QVERIFY2(run(QStringLiteral(ZEL_SCREEN_READER),
+                 {u"label"_s, pattern, QString::number(patienceMs / 1000)}, environment),
+             qPrintable(u"the window never said "_s + pattern));
+}
+
+void TestEndToEnd::waitForTheClient()
+{
+    if (QTest::currentTestFailed()) {
+        return;
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(client.filePath(u"seen/ready"_s)), patienceMs);
+}
+
+void TestEndToEnd::aNewClientIsDeliveredAndPlayed()
+{
+    resetClient("the old client");
+    QVERIFY(QFile::copy(work.filePath(u"ZEL.exe"_s), web.filePath(u"files/ZEL.exe"_s)));
+    QVERIFY(QDir(web.filePath(u"files"_s)).mkpath(u"data/mapas"_s));
+    QVERIFY(writeFile(web.filePath(u"files/data/mapas/norte.bin"_s), QByteArray(300'000, '\7')));
+    QVERIFY(writeFile(web.filePath(u"files/manifest.json"_s), R"({
+        "version": "2.0",
+        "files": [ { "path": "ZEL.exe" }, { "path": "data/mapas/norte.bin" } ]
+    })"));
+
+    launcher->start();
+    waitForText(u"^Alpha  \\|  10\\.1\\.2\\.3  \\|  Versao 1\\.0\\.0$"_s);
+    launcher->clickPlay();
+    waitForText(u"^Atualizacao concluida\\.$"_s);
+    waitForText(u"^Alpha  \\|  10\\.1\\.2\\.3  \\|  Versao 2\\.0$"_s);
+    const qint64 memory = memoryOf(launcher->pid(), "VmRSS");
+    QVERIFY(memory > 0);
+    launcher->answer(u"Atualizacao"_s, u"Return"_s);
+    waitForText(u"^Jogo em execucao\\.\\.\\.$"_s);
+    waitForTheClient();
+    // What the program printed is not in the launcher.
+    const qint64 peak = memoryOf(launcher->pid(), "VmHWM");
+    QVERIFY2(peak - memory < 8 * 1024, qPrintable(u"%1 kB, then %2 kB"_s.arg(memory).arg(peak)));
+    client.write(u"end"_s, {});
+    waitForText(u"^Jogo encerrado \\(codigo 42\\)\\.$"_s);
+    launcher->clickCancel();
+    launcher->waitForEnd();
+
+    QCOMPARE(web.requests(), QByteArrayList({"GET /manifest.json HTTP/1.1", "GET /ZEL.exe HTTP/1.1",
+                                             "GET /data/mapas/norte.bin HTTP/1.1"}));
+    QCOMPARE(client.read(u"ZEL.exe"_s), contentOf(work.filePath(u"ZEL.exe"_s)));
+    QCOMPARE(client.read(u"data/mapas/norte.bin"_s), QByteArray(300'000, '\7'));
+    QVERIFY(!QFile::exists(client.filePath(u"ZEL_patched.exe"_s)));
+    QCOMPARE(QSettings(TestEnvironment::settingsFile(), QSettings::IniFormat)
+                 .value(u"patch/localVersion"_s)
+                 .toString(),
+             u"2.0"_s);
+
+    // What the Windows program was given: its folder, its own path and nothing more.
+    const QString folder = u"Z:"_s + QDir(client.dir()).path().replace(u'/', u'\\');
+    QCOMPARE(QString::fromUtf8(client.read(u"seen/about.txt"_s)).split(u'\n'),
+             QStringList({folder, folder + u"\\ZEL.exe"_s, QString()}));
+    QCOMPARE(client.read(u"seen/server.txt"_s), "10.1.2.3\n");
+    QCOMPARE(client.read(u"seen/serverlist.txt"_s), "0 0 10.1.2.3\n0 1 10.1.2.3\n0 2 10.1.2.3\n");
+    QVERIFY(client.read(u"seen/sn.bin"_s).startsWith("1 Alpha\n"));
+    QCOMPARE(client.read(u"seen/zel_login.ini"_s), "window=1\nserver_ip=10.1.2.3\nsound=0\n");
+    QCOMPARE(client.read(u"seen/Config.bin"_s), QByteArray(30, '\1'));
+}
+
+void TestEndToEnd::theClientIsPlayedWithoutTheServerAndEndsWithTheLauncher()
+{
+    resetClient(contentOf(work.filePath(u"ZEL.exe"_s)));
+    web.stop();
+
+    launcher->start();
+    launcher->clickPlay();
+    launcher->answer(u"Atualizacao"_s, u"Return"_s);
+    launcher->answer(u"Atualizacao"_s, u"alt+s"_s);
+    waitForText(u"^Jogo em execucao\\.\\.\\.$"_s);
+    waitForTheClient();
+    QVERIFY(processesWith(client.dir().toUtf8()) > 0);
+    launcher->clickCancel();
+    launcher->answer(u"ZEL Launcher"_s, u"alt+s"_s);
+    launcher->waitForEnd();
+    QTRY_COMPARE_WITH_TIMEOUT(processesWith(client.dir().toUtf8()), 0, patienceMs);
+}
+
+ZEL_GUI_TEST_MAIN(TestEndToEnd)
+
+#include "tst_endtoend.moc"
