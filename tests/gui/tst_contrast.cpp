@@ -10,6 +10,7 @@
 #include <QScrollArea>
 #include <QSlider>
 #include <QSpinBox>
+#include <QToolButton>
 
 #include <memory>
 
@@ -196,12 +197,20 @@ void TestContrast::theWholeDialogLooksTheSameOnEveryDesktop_data()
 void TestContrast::theWholeDialogLooksTheSameOnEveryDesktop()
 {
     QFETCH(const Mode, mode);
+    QApplication::setCursorFlashTime(0); // the text cursor must not blink between the pictures
     QImage first;
     for (const char *const color : {"#efefef", "#303030"}) {
         startUp(mode, desktop(color));
         SettingsDialog shown;
         shown.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&shown));
+        shown.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&shown));
+        for (const QLineEdit *edit : shown.findChildren<QLineEdit *>()) {
+            if (edit->isClearButtonEnabled() && !edit->text().isEmpty()) { // its button fades in
+                const auto *clear = edit->findChild<QToolButton *>();
+                QTRY_COMPARE(clear->property("opacity").toReal(), 1.0);
+            }
+        }
         auto *content = shown.findChild<QScrollArea *>()->widget();
         const QImage image = content->grab().toImage();
         if (first.isNull()) {
