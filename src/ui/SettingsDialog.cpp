@@ -171,8 +171,11 @@ QPushButton *createBrowseButton(const QString &purpose)
     return button;
 }
 
-QFormLayout *createForm(QGroupBox *group)
+/// Adds a group box and returns the layout of its rows.
+QFormLayout *addGroup(QVBoxLayout *groups, const QString &title)
 {
+    auto *group = new QGroupBox(title);
+    groups->addWidget(group);
     auto *form = new QFormLayout(group);
     form->setHorizontalSpacing(12);
     return form;
@@ -266,34 +269,34 @@ void SettingsDialog::setupUi()
 {
     useMarks();
 
-    auto *content = new QWidget;
-    auto *groups = new QVBoxLayout(content);
-    groups->addWidget(createClientGroup());
-    groups->addWidget(createServerGroup());
-    groups->addWidget(createVideoGroup());
-    groups->addWidget(createAudioGroup());
-    groups->addWidget(createGameGroup());
-    groups->addWidget(createPatchGroup());
-    groups->addStretch(1);
-
+    // From the outside in: a widget is styled anew whenever one that holds it gets a parent.
+    auto *layout = new QVBoxLayout(this);
     scrollArea = new QScrollArea;
     scrollArea->setWidgetResizable(true);
     scrollArea->setFrameShape(QFrame::NoFrame);
     scrollArea->setFocusPolicy(Qt::NoFocus); // its fields are what the user moves through
+    layout->addWidget(scrollArea, 1);
+
+    auto *content = new QWidget;
     scrollArea->setWidget(content);
     content->setAutoFillBackground(false); // the scroll area's own background shows
+    auto *groups = new QVBoxLayout(content);
+    fillClientGroup(addGroup(groups, QStringLiteral("Cliente")));
+    fillServerGroup(addGroup(groups, QStringLiteral("Servidor")));
+    fillVideoGroup(addGroup(groups, QStringLiteral("Video")));
+    fillAudioGroup(addGroup(groups, QStringLiteral("Audio")));
+    fillGameGroup(addGroup(groups, QStringLiteral("Jogo")));
+    fillPatchGroup(addGroup(groups, QStringLiteral("Patch / Links")));
+    groups->addStretch(1);
 
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     connect(buttons, &QDialogButtonBox::accepted, this, &SettingsDialog::onAccept);
     connect(buttons, &QDialogButtonBox::rejected, this, &SettingsDialog::reject);
-
-    auto *layout = new QVBoxLayout(this);
-    layout->addWidget(scrollArea, 1);
     layout->addWidget(buttons);
     buttons->button(QDialogButtonBox::Ok)->setDefault(true); // else it is the first "..."
 }
 
-QGroupBox *SettingsDialog::createClientGroup()
+void SettingsDialog::fillClientGroup(QFormLayout *form)
 {
     clientDirEdit = createLineEdit(ZelTheme::InputStyle::Path);
     clientExeEdit = createLineEdit(ZelTheme::InputStyle::Path);
@@ -308,8 +311,6 @@ QGroupBox *SettingsDialog::createClientGroup()
     auto *browseExe = createBrowseButton(QStringLiteral("Executavel do jogo"));
     auto *browseWine = createBrowseButton(QStringLiteral("Executavel do Wine"));
 
-    auto *group = new QGroupBox(QStringLiteral("Cliente"));
-    auto *form = createForm(group);
     addRow(form, clientDirTitle(), createFieldRow({clientDirEdit, browseDir}), clientDirEdit);
     addRow(form, QStringLiteral("Executavel"), createFieldRow({clientExeEdit, browseExe}),
            clientExeEdit);
@@ -323,10 +324,9 @@ QGroupBox *SettingsDialog::createClientGroup()
     connect(refreshWineButton, &QPushButton::clicked, this, &SettingsDialog::onRefreshWine);
     connect(wineCombo, &QComboBox::currentIndexChanged, this,
             &SettingsDialog::onWineSelectionChanged);
-    return group;
 }
 
-QGroupBox *SettingsDialog::createServerGroup()
+void SettingsDialog::fillServerGroup(QFormLayout *form)
 {
     serverNameEdit = createLineEdit();
     serverIpEdit = createLineEdit();
@@ -338,16 +338,13 @@ QGroupBox *SettingsDialog::createServerGroup()
     channelHintLabel->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     channelHintLabel->setStyleSheet(QStringLiteral("color: #a0a0b8; font-size: 11px;"));
 
-    auto *group = new QGroupBox(QStringLiteral("Servidor"));
-    auto *form = createForm(group);
     addRow(form, QStringLiteral("Nome exibido"), serverNameEdit);
     addRow(form, QStringLiteral("IP do servidor"), serverIpEdit);
     addRow(form, QStringLiteral("Canais"), channelSpin);
     addRow(form, channelHintLabel);
-    return group;
 }
 
-QGroupBox *SettingsDialog::createVideoGroup()
+void SettingsDialog::fillVideoGroup(QFormLayout *form)
 {
     resolutionCombo = createComboBox();
     for (const ResolutionEntry &entry : ConfigBin::resolutionEntries()) {
@@ -357,8 +354,6 @@ QGroupBox *SettingsDialog::createVideoGroup()
     brightnessSlider = createSlider();
     brightnessLabel = new ValueLabel;
 
-    auto *group = new QGroupBox(QStringLiteral("Video"));
-    auto *form = createForm(group);
     addRow(form, QStringLiteral("Resolucao"), resolutionCombo);
     addRow(form, windowModeCheck);
     addRow(form, QStringLiteral("Brilho"), makeSliderRow(brightnessSlider, brightnessLabel),
@@ -367,18 +362,15 @@ QGroupBox *SettingsDialog::createVideoGroup()
     connect(brightnessSlider, &QSlider::valueChanged, this, [this](int value) {
         setSliderWithLabel(brightnessSlider, brightnessLabel, value, percentSuffix());
     });
-    return group;
 }
 
-QGroupBox *SettingsDialog::createAudioGroup()
+void SettingsDialog::fillAudioGroup(QFormLayout *form)
 {
     effectsSlider = createSlider();
     effectsLabel = new ValueLabel;
     musicSlider = createSlider();
     musicLabel = new ValueLabel;
 
-    auto *group = new QGroupBox(QStringLiteral("Audio"));
-    auto *form = createForm(group);
     addRow(form, QStringLiteral("Efeitos"), makeSliderRow(effectsSlider, effectsLabel),
            effectsSlider);
     addRow(form, QStringLiteral("Musica"), makeSliderRow(musicSlider, musicLabel), musicSlider);
@@ -389,10 +381,9 @@ QGroupBox *SettingsDialog::createAudioGroup()
     connect(musicSlider, &QSlider::valueChanged, this, [this](int value) {
         setSliderWithLabel(musicSlider, musicLabel, value, volumeSuffix(value));
     });
-    return group;
 }
 
-QGroupBox *SettingsDialog::createGameGroup()
+void SettingsDialog::fillGameGroup(QFormLayout *form)
 {
     // The data are the client's own values, not the items' positions.
     modelQualityCombo = createComboBox();
@@ -410,8 +401,6 @@ QGroupBox *SettingsDialog::createGameGroup()
     dxtCheck = new QCheckBox(QStringLiteral("Texturas DXT (melhor desempenho)"));
     introVideoCheck = new QCheckBox(QStringLiteral("Reproduzir video de abertura"));
 
-    auto *group = new QGroupBox(QStringLiteral("Jogo"));
-    auto *form = createForm(group);
     addRow(form, QStringLiteral("Qualidade de modelos"), modelQualityCombo);
     addRow(form, QStringLiteral("Cursor"), cursorCombo);
     addRow(form, QStringLiteral("Teclado"), keyboardCombo);
@@ -419,21 +408,17 @@ QGroupBox *SettingsDialog::createGameGroup()
     addRow(form, cameraRotationCheck);
     addRow(form, dxtCheck);
     addRow(form, introVideoCheck);
-    return group;
 }
 
-QGroupBox *SettingsDialog::createPatchGroup()
+void SettingsDialog::fillPatchGroup(QFormLayout *form)
 {
     patchUrlEdit = createLineEdit();
     websiteEdit = createLineEdit();
     newsEdit = createLineEdit();
 
-    auto *group = new QGroupBox(QStringLiteral("Patch / Links"));
-    auto *form = createForm(group);
     addRow(form, QStringLiteral("URL base do patch"), patchUrlEdit);
     addRow(form, QStringLiteral("Site"), websiteEdit);
     addRow(form, QStringLiteral("Noticias (URL)"), newsEdit);
-    return group;
 }
 
 /// Gives check boxes, spin boxes and combo boxes back the marks that the global style sheet takes

@@ -8,7 +8,7 @@
 
 class QCheckBox;
 class QComboBox;
-class QGroupBox;
+class QFormLayout;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -46,12 +46,12 @@ private:
     static void setSliderWithLabel(QSlider *slider, QLabel *label, int value,
                                    const QString &suffix);
 
-    QGroupBox *createClientGroup();
-    QGroupBox *createServerGroup();
-    QGroupBox *createVideoGroup();
-    QGroupBox *createAudioGroup();
-    QGroupBox *createGameGroup();
-    QGroupBox *createPatchGroup();
+    void fillClientGroup(QFormLayout *form);
+    void fillServerGroup(QFormLayout *form);
+    void fillVideoGroup(QFormLayout *form);
+    void fillAudioGroup(QFormLayout *form);
+    void fillGameGroup(QFormLayout *form);
+    void fillPatchGroup(QFormLayout *form);
     void useMarks();
 
     QScrollArea *scrollArea = nullptr;
