@@ -34,6 +34,9 @@ int main(int argc, char *argv[])
 
     LauncherSettings::instance().load();
 
+    // No icons of the desktop's theme: Qt's own suit both modes, and a search for one that is
+    // missing takes longer than a window needs to open.
+    QIcon::setThemeSearchPaths({QStringLiteral(":/icons")});
     const ZelTheme::Mode mode = ZelTheme::loadPreferredMode();
     ZelTheme::apply(app, mode);
     // What the sheet leaves to the desktop: the other colours, the texts of standard widgets.

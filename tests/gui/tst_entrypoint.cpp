@@ -23,6 +23,7 @@ struct Dress {
     QPalette palette;
     QStringList fontFamilies;
     QString yes;
+    QStringList iconFolders;
 };
 
 /// Notes the dress at the window's first event, and closes the window when it is shown.
@@ -38,7 +39,8 @@ public:
                          qApp->styleSheet(),
                          QApplication::palette(),
                          QApplication::font().families(),
-                         QCoreApplication::translate("QPlatformTheme", "&Yes")};
+                         QCoreApplication::translate("QPlatformTheme", "&Yes"),
+                         QIcon::themeSearchPaths()};
             }
             if (event->type() == QEvent::Show) {
                 ++shown;
@@ -118,6 +120,7 @@ void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists()
     QCOMPARE(dress.palette, ZelPalette::forMode(mode));
     QCOMPARE(dress.fontFamilies.value(0), QStringLiteral("Inter"));
     QCOMPARE(dress.yes, QStringLiteral("&Sim"));
+    QCOMPARE(dress.iconFolders, QStringList{QStringLiteral(":/icons")}); // none of the desktop's
     // Nothing in the launcher stores a mode.
     const QSettings store(QStringLiteral("Orvandale"), QStringLiteral("ZEL"));
     QCOMPARE(store.value(QStringLiteral("theme")).toString(), stored);
