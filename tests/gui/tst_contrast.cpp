@@ -39,8 +39,6 @@ private slots:
     void aCheckedBoxDiffersFromAnUncheckedOne();
     void aDisabledControlDiffersFromAnEnabledOne_data() { addModesAndDesktops(); }
     void aDisabledControlDiffersFromAnEnabledOne();
-    void theWholeDialogLooksTheSameOnEveryDesktop_data();
-    void theWholeDialogLooksTheSameOnEveryDesktop();
 
 private:
     void open();
@@ -184,39 +182,6 @@ void TestContrast::aDisabledControlDiffersFromAnEnabledOne()
         const QImage enabled = picture(control, control->rect());
         control->setEnabled(false);
         QVERIFY(picture(control, control->rect()) != enabled);
-    }
-}
-
-void TestContrast::theWholeDialogLooksTheSameOnEveryDesktop_data()
-{
-    QTest::addColumn<Mode>("mode");
-    QTest::newRow("dark") << Mode::Dark;
-    QTest::newRow("light") << Mode::Light;
-}
-
-void TestContrast::theWholeDialogLooksTheSameOnEveryDesktop()
-{
-    QFETCH(const Mode, mode);
-    QApplication::setCursorFlashTime(0); // the text cursor must not blink between the pictures
-    QImage first;
-    for (const char *const color : {"#efefef", "#303030"}) {
-        startUp(mode, desktop(color));
-        SettingsDialog shown;
-        shown.show();
-        shown.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&shown));
-        for (const QLineEdit *edit : shown.findChildren<QLineEdit *>()) {
-            if (edit->isClearButtonEnabled() && !edit->text().isEmpty()) { // its button fades in
-                const auto *clear = edit->findChild<QToolButton *>();
-                QTRY_COMPARE(clear->property("opacity").toReal(), 1.0);
-            }
-        }
-        auto *content = shown.findChild<QScrollArea *>()->widget();
-        const QImage image = content->grab().toImage();
-        if (first.isNull()) {
-            first = image;
-        }
-        QVERIFY(image == first);
     }
 }
 
