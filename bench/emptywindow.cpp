@@ -1,0 +1,13 @@
+// The least that a program with a window of the launcher's size does.
+
+#include <QApplication>
+#include <QWidget>
+
+int main(int argc, char *argv[])
+{
+    const QApplication app(argc, argv);
+    QWidget window;
+    window.setFixedSize(960, 724);
+    window.show();
+    return QApplication::exec();
+}

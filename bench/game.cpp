@@ -1,0 +1,14 @@
+// Stands in for Wine: notes the moment at which it runs, in nanoseconds of the steady clock, in
+// the file that ZEL_BENCH_STAMP names.
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+int main()
+{
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    std::FILE *file = std::fopen(std::getenv("ZEL_BENCH_STAMP"), "w");
+    std::fprintf(file, "%lld", static_cast<long long>(std::chrono::nanoseconds(now).count()));
+    return std::fclose(file);
+}

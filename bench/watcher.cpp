@@ -1,0 +1,105 @@
+// Preloaded into a program with a window: ends it at a moment worth knowing, and tells on
+// descriptor 3 what there was. ZEL_BENCH_UNTIL names the moment:
+//
+//   window      the first paint of the window is on the screen; tells the colour that the middle
+//               of its upper half then has
+//   dialog      after that, the first paint of the dialog that a click on the button
+//               "Configuracao" opens; tells the milliseconds since the click
+
+#include <QAbstractButton>
+#include <QCoreApplication>
+#include <QDialog>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QImage>
+#include <QPixmap>
+#include <QScreen>
+#include <QWidget>
+
+#include <chrono>
+#include <cstdlib>
+#include <unistd.h>
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+[[noreturn]] void tell(const QByteArray &text)
+{
+    const bool isTold = ::write(3, text.constData(), size_t(text.size())) == text.size();
+    std::_Exit(isTold ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
+/// A pixel of @p window as the screen has it. The window system answers when it has drawn all
+/// that it was sent before.
+QColor pixelOnScreen(const QWidget &window)
+{
+    const QPixmap pixel = QGuiApplication::primaryScreen()->grabWindow(
+        window.winId(), window.width() / 2, window.height() / 4, 1, 1);
+    return pixel.toImage().pixelColor(0, 0);
+}
+
+class Watcher : public QObject
+{
+public:
+    using QObject::QObject;
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() != QEvent::Paint || !watched->isWidgetType()) {
+            return false;
+        }
+        const QWidget *window = static_cast<QWidget *>(watched)->window();
+        const bool isDialog = qobject_cast<const QDialog *>(window) != nullptr;
+        // Queued: the window system gets the picture when all of the window is painted.
+        if (isDialog && wantsDialog) {
+            wantsDialog = false;
+            QMetaObject::invokeMethod(
+                this, [this, window] { onDialogPainted(*window); }, Qt::QueuedConnection);
+        } else if (!isDialog && wantsWindow) {
+            wantsWindow = false;
+            QMetaObject::invokeMethod(
+                this, [this, window] { onWindowPainted(*window); }, Qt::QueuedConnection);
+        }
+        return false;
+    }
+
+private:
+    void onWindowPainted(const QWidget &window)
+    {
+        const QColor colour = pixelOnScreen(window);
+        if (qgetenv("ZEL_BENCH_UNTIL") == "window") {
+            tell(colour.name().toLatin1());
+        }
+        for (QAbstractButton *button : window.findChildren<QAbstractButton *>()) {
+            if (button->text() == QLatin1String("Configuracao")) {
+                wantsDialog = true;
+                click = Clock::now();
+                button->click();
+            }
+        }
+    }
+
+    [[noreturn]] void onDialogPainted(const QWidget &dialog) const
+    {
+        pixelOnScreen(dialog);
+        const std::chrono::duration<double, std::milli> elapsed = Clock::now() - click;
+        tell(QByteArray::number(elapsed.count()));
+    }
+
+    bool wantsWindow = true;
+    bool wantsDialog = false;
+    Clock::time_point click;
+};
+
+void watch()
+{
+    qunsetenv("LD_PRELOAD"); // not for what the program starts
+    QCoreApplication *app = QCoreApplication::instance();
+    app->installEventFilter(new Watcher(app));
+}
+
+} // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(watch)
