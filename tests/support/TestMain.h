@@ -7,7 +7,7 @@
 #include <QTest>
 
 /// What every test program does before its application object exists: an own home folder, own
-/// settings, no display, the launcher's two names.
+/// settings, no display, no session bus, the launcher's two names.
 class TestEnvironment
 {
 public:

@@ -135,14 +135,14 @@ bool PatchTest::runToEnd()
 
 bool PatchTest::waitForEnds(const std::function<int()> &count)
 {
-    if (log->finishedCount() < count()) {
+    QTimer patience;
+    patience.setSingleShot(true);
+    patience.start(patienceMs);
+    // A run may begin after an end that seemed the last.
+    while (log->finishedCount() < count() && patience.isActive()) {
         QEventLoop loop;
-        connect(manager.get(), &PatchManager::finished, &loop, [&] {
-            if (log->finishedCount() >= count()) {
-                loop.quit();
-            }
-        });
-        QTimer::singleShot(patienceMs, &loop, &QEventLoop::quit);
+        connect(manager.get(), &PatchManager::finished, &loop, &QEventLoop::quit);
+        connect(&patience, &QTimer::timeout, &loop, &QEventLoop::quit);
         loop.exec();
     }
     return settle() && log->finishedCount() == count();
