@@ -2,7 +2,7 @@
 
 #include <QString>
 
-struct ClientConfig;
+#include "client/ConfigBin.h"
 
 /// The server that the client is pointed at.
 struct ServerProfile {
@@ -22,7 +22,8 @@ public:
     ///
     /// Returns false and sets @p error (which may be null) when the folder does not exist or the
     /// file could not be written.
-    static bool writeGameConfig(const QString &clientDir, const ClientConfig &cfg, QString *error);
+    static bool writeGameConfig(const QString &clientDir, const ClientConfig &cfg,
+                                QString *error = nullptr);
 
     /// Points the client in @p clientDir at @p profile: writes "serverlist.txt", "sn.bin" (left
     /// as it is when it already carries the name), "server.txt" and the "server_ip=" lines of an
@@ -32,5 +33,5 @@ public:
     /// written stay written, the later ones are untouched. Failures on "zel_login.ini" and
     /// "ZEL_patched.exe" are silent.
     static bool writeServerFiles(const QString &clientDir, const ServerProfile &profile,
-                                 QString *error);
+                                 QString *error = nullptr);
 };

@@ -41,14 +41,14 @@ public:
     ///
     /// Returns false and sets @p error (which may be null) when @p cfg is null, the file cannot
     /// be opened or its size is not 30 bytes; @p cfg is then untouched.
-    static bool load(const QString &path, ClientConfig *cfg, QString *error);
+    static bool load(const QString &path, ClientConfig *cfg, QString *error = nullptr);
 
     /// Writes @p cfg to @p path, clamping the model quality (1..3), both volume levels (0..200)
     /// and the brightness (0..100). The file on disk is never read.
     ///
     /// Returns false and sets @p error (which may be null) when the file cannot be opened or
     /// written whole; a failed write may leave a truncated file.
-    static bool save(const QString &path, const ClientConfig &cfg, QString *error);
+    static bool save(const QString &path, const ClientConfig &cfg, QString *error = nullptr);
 
     /// Effects volume in percent, 0..100, of a stored level. Levels below 1 are mute.
     static int soundPercentFromLevel(int level);

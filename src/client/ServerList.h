@@ -20,7 +20,7 @@ public:
     ///
     /// Returns false and sets @p error (which may be null) when @p entries is null or the file
     /// cannot be opened.
-    static bool load(const QString &path, QList<ServerEntry> *entries, QString *error);
+    static bool load(const QString &path, QList<ServerEntry> *entries, QString *error = nullptr);
 
     /// Finds the address and the channel count (the highest channel number, at least 1) of the
     /// file's primary group. Returns false, with both out-parameters untouched, when one of them
@@ -34,5 +34,5 @@ public:
     /// trimmed @p ip is empty or holds a blank (the file is then untouched), or when the file
     /// cannot be opened or written whole.
     static bool writeMinimal(const QString &path, int group, const QString &ip, int channelCount,
-                             QString *error);
+                             QString *error = nullptr);
 };

@@ -28,5 +28,6 @@ public:
     ///
     /// Returns false and sets @p error (which may be null) when the group is out of range (the
     /// file is then untouched) or the file cannot be opened or written whole.
-    static bool writeMainGroup(const QString &path, int group, const QString &name, QString *error);
+    static bool writeMainGroup(const QString &path, int group, const QString &name,
+                               QString *error = nullptr);
 };

@@ -69,11 +69,11 @@ public:
     ///
     /// Returns false and sets @p error (which may be null) when the folder does not exist or at
     /// the first file that could not be written; files already written stay written.
-    bool syncClientFiles(QString *error) const;
+    bool syncClientFiles(QString *error = nullptr) const;
 
     /// Writes the server files in the client folder; "Config.bin" is untouched. Fails like
     /// syncClientFiles().
-    bool syncServerFilesOnly(QString *error) const;
+    bool syncServerFilesOnly(QString *error = nullptr) const;
 
 private:
     LauncherSettings() = default;

@@ -303,7 +303,6 @@ void SettingsDialog::fillClientGroup(QFormLayout *form)
     wineCombo = createComboBox<PathComboBox>();
     wineCombo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     wineCombo->setMinimumContentsLength(wineComboLength);
-    wineCombo->view()->setTextElideMode(Qt::ElideMiddle);
     refreshWineButton = new QPushButton(QStringLiteral("Buscar"));
     refreshWineButton->setCursor(Qt::PointingHandCursor);
     useWineCheck = new QCheckBox(QStringLiteral("Usar Wine no Linux"));

@@ -20,6 +20,10 @@ enum class Mode { Dark = 0, Light = 1 };
 /// The looks of an input widget.
 enum class InputStyle { Default = 0, Search = 1, Path = 2, Header = 3 };
 
+// ZelTheme::Light is short for ZelTheme::Mode::Light, and so on.
+using enum Mode;
+using enum InputStyle;
+
 /// The stored mode: Light when the store says "light" in just that spelling, else Dark.
 ///
 /// The store is one of the theme's own, not the launcher's settings file.

@@ -21,6 +21,24 @@
 
 using ZelTheme::Mode;
 
+namespace
+{
+
+/// Where @p widget has its text, without its arrows, its clear button or its mark.
+QRect textArea(const QWidget *widget)
+{
+    constexpr int frame = 4;
+    constexpr int marks = 32;
+    if (qobject_cast<const QCheckBox *>(widget) != nullptr) {
+        return widget->rect().adjusted(24, 0, 0, 0);
+    }
+    const bool isButton = qobject_cast<const QPushButton *>(widget) != nullptr;
+    const bool isLabel = qobject_cast<const QLabel *>(widget) != nullptr;
+    return widget->rect().adjusted(frame, frame, isButton || isLabel ? -frame : -marks, -frame);
+}
+
+} // namespace
+
 /// Every visible text of the windows against what is behind it.
 class TestContrast : public TestBase
 {
@@ -37,6 +55,8 @@ private slots:
     void theDialogsButtonsAreReadable();
     void aCheckedBoxDiffersFromAnUncheckedOne_data() { addModesAndDesktops(); }
     void aCheckedBoxDiffersFromAnUncheckedOne();
+    void aDisabledCheckBoxIsReadable_data() { addModesAndDesktops(); }
+    void aDisabledCheckBoxIsReadable();
     void aDisabledControlDiffersFromAnEnabledOne_data() { addModesAndDesktops(); }
     void aDisabledControlDiffersFromAnEnabledOne();
 
@@ -44,6 +64,8 @@ private:
     void open();
     /// A picture of @p widget, scrolled into view.
     QImage scrolledTo(QWidget *widget) const;
+    /// How well the text of @p widget can be read, scrolled into view.
+    double textContrast(QWidget *widget) const;
 
     std::unique_ptr<SettingsDialog> dialog;
     QScrollArea *scrollArea = nullptr;
@@ -70,6 +92,12 @@ QImage TestContrast::scrolledTo(QWidget *widget) const
 {
     scrollArea->ensureWidgetVisible(widget);
     return inside(widget);
+}
+
+double TestContrast::textContrast(QWidget *widget) const
+{
+    scrollArea->ensureWidgetVisible(widget);
+    return measuredContrast(picture(widget, textArea(widget)));
 }
 
 void TestContrast::theMainWindowIsReadable()
@@ -110,7 +138,7 @@ void TestContrast::everyTextOfTheDialogIsReadable()
             continue; // the hint's grey is the same in both modes on purpose
         }
         ++texts;
-        const double measured = measuredContrast(scrolledTo(widget));
+        const double measured = textContrast(widget);
         QVERIFY2(measured >= readable,
                  qPrintable(QStringLiteral("%1 \"%2\": %3")
                                 .arg(QLatin1String(widget->metaObject()->className()),
@@ -167,10 +195,21 @@ void TestContrast::aCheckedBoxDiffersFromAnUncheckedOne()
     }
 }
 
+void TestContrast::aDisabledCheckBoxIsReadable()
+{
+    open();
+    for (QCheckBox *box : dialog->findChildren<QCheckBox *>()) {
+        box->setEnabled(false);
+        QCOMPARE_GE(textContrast(box), readableWhenDisabled);
+    }
+}
+
 void TestContrast::aDisabledControlDiffersFromAnEnabledOne()
 {
     open();
-    QList<QWidget *> controls;
+    LauncherWindow launcher;
+    QVERIFY(QTest::qWaitForWindowExposed(&launcher.window));
+    QList<QWidget *> controls{launcher.play, launcher.settings};
     for (QCheckBox *box : dialog->findChildren<QCheckBox *>()) {
         controls.append(box);
     }

@@ -102,6 +102,7 @@ private slots:
     void cleanup();
 
     void theDialogHasItsTitleAndMinimumSize();
+    void theSlotsAreKnownByName();
     void theGroupsScrollAboveTheButtons();
     void theGroupsStandInTheirOrder();
     void thereAreNoTabs();
@@ -141,6 +142,8 @@ private slots:
     void theButtonsAcceptAndReject();
     void aLabelsFieldIsKnownToScreenReaders();
 
+    void theGroundBetweenTheGroupsIsTheThemes_data();
+    void theGroundBetweenTheGroupsIsTheThemes();
     void aCheckBoxShowsItsBox_data();
     void aCheckBoxShowsItsBox();
     void spinAndComboBoxesShowTheirArrows_data();
@@ -193,6 +196,14 @@ void TestSettingsDialog::theDialogHasItsTitleAndMinimumSize()
     QCOMPARE(dialog->windowTitle(), u"Configuracoes"_s);
     QCOMPARE(dialog->minimumSize(), QSize(620, 640));
     QVERIFY(dialog->testAttribute(Qt::WA_StyledBackground));
+}
+
+void TestSettingsDialog::theSlotsAreKnownByName()
+{
+    for (const char *slot : {"onBrowseClientDir()", "onBrowseClientExe()", "onBrowseWine()",
+                             "onRefreshWine()", "onWineSelectionChanged(int)", "onAccept()"}) {
+        QVERIFY2(dialog->metaObject()->indexOfSlot(slot) >= 0, slot);
+    }
 }
 
 void TestSettingsDialog::theGroupsScrollAboveTheButtons()
@@ -585,6 +596,7 @@ void TestSettingsDialog::theListOfWinesOpensAsWideAsItsPaths()
     open();
     fields->wine->showPopup();
     QVERIFY(fields->wine->view()->width() <= dialog->screen()->availableSize().width());
+    QCOMPARE(fields->wine->view()->textElideMode(), Qt::ElideMiddle);
     fields->wine->hidePopup();
 }
 
@@ -775,6 +787,21 @@ void TestSettingsDialog::aLabelsFieldIsKnownToScreenReaders()
     QCOMPARE(fields->browseClientDir->accessibleName(), u"Pasta do cliente"_s);
     QCOMPARE(fields->browseClientExe->accessibleName(), u"Executavel do jogo"_s);
     QCOMPARE(fields->browseWine->accessibleName(), u"Executavel do Wine"_s);
+}
+
+void TestSettingsDialog::theGroundBetweenTheGroupsIsTheThemes_data()
+{
+    theLabelsAreOnOneLineWithTheirFields_data();
+}
+
+void TestSettingsDialog::theGroundBetweenTheGroupsIsTheThemes()
+{
+    QFETCH(const ZelTheme::Mode, mode);
+    ZelTheme::apply(application(), mode);
+    open(); // in the palette of a desktop that knows nothing of the theme
+    const QImage corner = pictureOf(fields->scrollArea->widget(), QRect(1, 1, 1, 1));
+    QCOMPARE(corner.pixelColor(0, 0),
+             mode == ZelTheme::Mode::Dark ? QColor(0x1a, 0x1a, 0x2e) : QColor(0xf5, 0xf5, 0xf7));
 }
 
 void TestSettingsDialog::aCheckBoxShowsItsBox_data()

@@ -162,6 +162,7 @@ private slots:
     void aWineThatIsNotFoundIsAnItemOfItsOwn();
     void placeholdersInAWinePathStandAsTheyAre();
     void aChosenWineIsStoredByItsPath();
+    void theLastChoiceStandsWhenTheListHasNone();
     void aNewSearchKeepsTheChoice_data();
     void aNewSearchKeepsTheChoice();
     void aNewSearchFindsWhatIsNew();
@@ -815,6 +816,16 @@ void TestSettingsDialogData::aChosenWineIsStoredByItsPath()
     accept();
     QCOMPARE(settings.winePath, path);
     QCOMPARE(files().value(u"client/wine"_s), path);
+}
+
+void TestSettingsDialogData::theLastChoiceStandsWhenTheListHasNone()
+{
+    const QString path = host->addRunner(u"second"_s);
+    open();
+    SettingsFields::choose(fields->wine, u"Lutris (%1)"_s.arg(path));
+    fields->wine->setCurrentIndex(-1);
+    accept();
+    QCOMPARE(settings.winePath, path);
 }
 
 void TestSettingsDialogData::aNewSearchKeepsTheChoice_data()

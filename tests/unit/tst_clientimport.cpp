@@ -39,6 +39,7 @@ private slots:
 
     void theServerFilesAndTheOptionsAreWritten();
     void theServerFilesAloneAreWritten();
+    void theErrorTextIsOptional();
     void withoutAFolderNothingIsWritten_data();
     void withoutAFolderNothingIsWritten();
     void aServerFileThatIsNotWrittenEndsTheSync_data();
@@ -210,6 +211,15 @@ void TestClientImport::theServerFilesAloneAreWritten()
     Disk::write(at(u"Config.bin"_s), "the game's own options");
     QVERIFY(settings().syncServerFilesOnly(nullptr));
     QCOMPARE(Disk::read(at(u"Config.bin"_s)), QByteArray("the game's own options"));
+}
+
+void TestClientImport::theErrorTextIsOptional()
+{
+    QVERIFY(settings().syncServerFilesOnly());
+    QVERIFY(settings().syncClientFiles());
+    settings().clientDir.clear();
+    QVERIFY(!settings().syncServerFilesOnly());
+    QVERIFY(!settings().syncClientFiles());
 }
 
 void TestClientImport::withoutAFolderNothingIsWritten_data()

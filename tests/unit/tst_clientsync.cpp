@@ -6,7 +6,6 @@
 #include <limits>
 
 #include "client/ClientSync.h"
-#include "client/ConfigBin.h"
 
 using namespace Qt::StringLiterals;
 
@@ -58,6 +57,7 @@ private slots:
     void theFolderIsLookedAtBeforeTheAddress();
     void theChannelLinesAreLimited_data();
     void theChannelLinesAreLimited();
+    void theErrorTextIsOptional();
 
     void aNameThatTheFileCarriesLeavesItAsItIs_data();
     void aNameThatTheFileCarriesLeavesItAsItIs();
@@ -328,6 +328,14 @@ void TestClientSync::theChannelLinesAreLimited()
         expected += "0 " + QByteArray::number(channel) + " a\n";
     }
     QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), expected);
+}
+
+void TestClientSync::theErrorTextIsOptional()
+{
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile));
+    QVERIFY(!ClientSync::writeServerFiles(QString(), profile));
+    QVERIFY(ClientSync::writeGameConfig(folder(), ClientConfig()));
+    QVERIFY(!ClientSync::writeGameConfig(QString(), ClientConfig()));
 }
 
 // ---- the name

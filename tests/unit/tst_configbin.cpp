@@ -109,6 +109,7 @@ private slots:
     void theOldFileIsReplacedWithoutBeingRead();
     void loadingAMissingFileAndSavingWritesTheWordsOfANewFile();
     void loadingAndSavingKeepsAFile();
+    void theErrorTextIsOptional();
     void oddSwitchesAreSavedBackAsZeroOrOne();
     void aPathThatCannotBeOpenedFailsToSave_data();
     void aPathThatCannotBeOpenedFailsToSave();
@@ -532,6 +533,16 @@ void TestConfigBin::loadingAndSavingKeepsAFile()
     const ClientConfig copy = config;
     QVERIFY(ConfigBin::save(path(), copy, nullptr));
     QCOMPARE(Disk::read(path()), file);
+}
+
+void TestConfigBin::theErrorTextIsOptional()
+{
+    Disk::write(path(), bytesOf(otherFile));
+    ClientConfig config;
+    QVERIFY(ConfigBin::load(path(), &config));
+    QVERIFY(!ConfigBin::load(folder(), &config));
+    QVERIFY(ConfigBin::save(path(), config));
+    QVERIFY(!ConfigBin::save(folder(), config));
 }
 
 void TestConfigBin::oddSwitchesAreSavedBackAsZeroOrOne()

@@ -51,6 +51,7 @@ private slots:
     void theWrittenListHoldsOneGroup_data();
     void theWrittenListHoldsOneGroup();
     void theOldFileIsReplacedWhole();
+    void theErrorTextIsOptional();
     void badValuesAreRefusedAndTheFileIsUntouched_data();
     void badValuesAreRefusedAndTheFileIsUntouched();
     void aPathThatCannotBeOpenedFailsToWrite_data();
@@ -349,6 +350,15 @@ void TestServerList::theOldFileIsReplacedWhole()
     QVERIFY(ServerList::writeMinimal(path(), 0, u"a"_s, 1, nullptr));
     QCOMPARE(Disk::read(path()), QByteArray("0 0 a\n0 1 a\n"));
     QCOMPARE(Disk::names(folder()), QStringList{u"serverlist.txt"_s});
+}
+
+void TestServerList::theErrorTextIsOptional()
+{
+    QVERIFY(ServerList::writeMinimal(path(), 0, u"a"_s, 1));
+    QVERIFY(!ServerList::writeMinimal(path(), 10, u"a"_s, 1));
+    QList<ServerEntry> entries;
+    QVERIFY(ServerList::load(path(), &entries));
+    QVERIFY(!ServerList::load(folder(), &entries));
 }
 
 void TestServerList::badValuesAreRefusedAndTheFileIsUntouched_data()

@@ -34,6 +34,7 @@ private slots:
     void theWrittenFileHoldsTheGroupTheNameAndTenLines();
     void theExampleFileHas28Bytes();
     void theOldFileIsReplacedWhole();
+    void theErrorTextIsOptional();
     void aGroupOutOfRangeIsRefusedAndTheFileIsUntouched_data();
     void aGroupOutOfRangeIsRefusedAndTheFileIsUntouched();
     void aPathThatCannotBeOpenedFailsToWrite_data();
@@ -234,6 +235,12 @@ void TestSnBin::theOldFileIsReplacedWhole()
     QVERIFY(SnBin::writeMainGroup(path(), 1, u"New"_s, nullptr));
     QCOMPARE(Disk::read(path()), "1 New\n" + tail);
     QCOMPARE(Disk::names(folder()), QStringList{u"sn.bin"_s});
+}
+
+void TestSnBin::theErrorTextIsOptional()
+{
+    QVERIFY(SnBin::writeMainGroup(path(), 1, u"Alpha"_s));
+    QVERIFY(!SnBin::writeMainGroup(path(), 0, u"Alpha"_s));
 }
 
 void TestSnBin::aGroupOutOfRangeIsRefusedAndTheFileIsUntouched_data()

@@ -347,6 +347,7 @@ private slots:
     void init();
 
     void theModesAndInputStylesHaveTheirNumbers();
+    void theModesAndInputStylesHaveShortNames();
 
     void theStoredSpellingDecidesTheMode_data();
     void theStoredSpellingDecidesTheMode();
@@ -405,6 +406,16 @@ void TestZelTheme::theModesAndInputStylesHaveTheirNumbers()
     QCOMPARE(static_cast<int>(InputStyle::Search), 1);
     QCOMPARE(static_cast<int>(InputStyle::Path), 2);
     QCOMPARE(static_cast<int>(InputStyle::Header), 3);
+}
+
+void TestZelTheme::theModesAndInputStylesHaveShortNames()
+{
+    QCOMPARE(ZelTheme::Dark, Mode::Dark);
+    QCOMPARE(ZelTheme::Light, Mode::Light);
+    QCOMPARE(ZelTheme::Default, InputStyle::Default);
+    QCOMPARE(ZelTheme::Search, InputStyle::Search);
+    QCOMPARE(ZelTheme::Path, InputStyle::Path);
+    QCOMPARE(ZelTheme::Header, InputStyle::Header);
 }
 
 void TestZelTheme::theStoredSpellingDecidesTheMode_data()
