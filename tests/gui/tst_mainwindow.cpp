@@ -11,6 +11,7 @@
 #include "gui/LauncherWindow.h"
 #include "settings/LauncherSettings.h"
 #include "support/FakeClient.h"
+#include "support/OwnMethods.h"
 #include "support/StyleSheet.h"
 
 namespace
@@ -54,6 +55,7 @@ class TestMainWindow : public TestBase
 private slots:
     void init();
 
+    void hasSevenSlotsAndNoSignals();
     void theTitleNamesTheLauncher();
     void theSizeIsFixed();
     void theWindowIsAPictureAboveABar();
@@ -87,6 +89,18 @@ void TestMainWindow::init()
 {
     TestBase::init();
     FakeClient().useInLauncher(); // a folder that is gone again: no picture
+}
+
+void TestMainWindow::hasSevenSlotsAndNoSignals()
+{
+    QCOMPARE(ownMethods(MainWindow::staticMetaObject),
+             QStringList({QStringLiteral("slot onPlay()"), QStringLiteral("slot onOpenSettings()"),
+                          QStringLiteral("slot onCancel()"),
+                          QStringLiteral("slot onPatchStatus(QString) message"),
+                          QStringLiteral("slot onPatchProgress(int) percent"),
+                          QStringLiteral("slot onPatchFinished(bool,QString) success,message"),
+                          QStringLiteral("slot onProcessFinished(int,QProcess::ExitStatus) "
+                                         "exitCode,status")}));
 }
 
 void TestMainWindow::theTitleNamesTheLauncher()
