@@ -6,6 +6,7 @@
 
 #include <QEvent>
 #include <QFont>
+#include <QImageReader>
 #include <QPalette>
 #include <QSettings>
 
@@ -24,6 +25,7 @@ struct Dress {
     QStringList fontFamilies;
     QString yes;
     QStringList iconFolders;
+    QList<QSize> iconSizes;
 };
 
 /// Notes the dress at the window's first event, and closes the window when it is shown.
@@ -40,7 +42,8 @@ public:
                          QApplication::palette(),
                          QApplication::font().families(),
                          QCoreApplication::translate("QPlatformTheme", "&Yes"),
-                         QIcon::themeSearchPaths()};
+                         QIcon::themeSearchPaths(),
+                         QApplication::windowIcon().availableSizes()};
             }
             if (event->type() == QEvent::Show) {
                 ++shown;
@@ -121,6 +124,7 @@ void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists()
     QCOMPARE(dress.fontFamilies.value(0), QStringLiteral("Inter"));
     QCOMPARE(dress.yes, QStringLiteral("&Sim"));
     QCOMPARE(dress.iconFolders, QStringList{QStringLiteral(":/icons")}); // none of the desktop's
+    QVERIFY(dress.iconSizes.contains(QImageReader(QStringLiteral(":/Orvandale.ico")).size()));
     // Nothing in the launcher stores a mode.
     const QSettings store(QStringLiteral("Orvandale"), QStringLiteral("ZEL"));
     QCOMPARE(store.value(QStringLiteral("theme")).toString(), stored);
