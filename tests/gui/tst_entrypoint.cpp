@@ -9,6 +9,7 @@
 #include <QImageReader>
 #include <QPalette>
 #include <QSettings>
+#include <QTimer>
 
 #include <array>
 #include <optional>
@@ -28,7 +29,7 @@ struct Dress {
     QList<QSize> iconSizes;
 };
 
-/// Notes the dress at the window's first event, and closes the window when it is shown.
+/// Notes the dress at the window's first event, and ends the run when the window is shown.
 class Watcher : public QObject
 {
 public:
@@ -47,12 +48,17 @@ public:
             }
             if (event->type() == QEvent::Show) {
                 ++shown;
-                QMetaObject::invokeMethod(watched, "close", Qt::QueuedConnection);
+                if (exitStatus != 0) {
+                    QTimer::singleShot(0, qApp, [this] { QCoreApplication::exit(exitStatus); });
+                } else {
+                    QMetaObject::invokeMethod(watched, "close", Qt::QueuedConnection);
+                }
             }
         }
         return false;
     }
 
+    int exitStatus = 0; ///< What ends the event loop, if not the close of the window.
     std::optional<Dress> first;
     int shown = 0;
 };
@@ -65,7 +71,7 @@ void watchApplication()
 }
 Q_COREAPP_STARTUP_FUNCTION(watchApplication)
 
-/// One whole run of the launcher, ended by closing its window.
+/// One whole run of the launcher, ended by the watcher.
 int runLauncher(Watcher *watcher)
 {
     currentWatcher = watcher;
@@ -87,6 +93,7 @@ class TestEntryPoint : public TestBase
 private slots:
     void theApplicationIsDressedBeforeItsWindowExists_data();
     void theApplicationIsDressedBeforeItsWindowExists();
+    void theExitStatusIsThatOfTheEventLoop();
 };
 
 void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists_data()
@@ -128,6 +135,13 @@ void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists()
     // Nothing in the launcher stores a mode.
     const QSettings store(QStringLiteral("Orvandale"), QStringLiteral("ZEL"));
     QCOMPARE(store.value(QStringLiteral("theme")).toString(), stored);
+}
+
+void TestEntryPoint::theExitStatusIsThatOfTheEventLoop()
+{
+    Watcher watcher;
+    watcher.exitStatus = 3;
+    QCOMPARE(runLauncher(&watcher), 3);
 }
 
 int main(int argc, char *argv[])
