@@ -6,8 +6,10 @@
 
 #include <QEvent>
 #include <QFont>
+#include <QImageReader>
 #include <QPalette>
 #include <QSettings>
+#include <QTimer>
 
 #include <array>
 #include <optional>
@@ -24,9 +26,10 @@ struct Dress {
     QStringList fontFamilies;
     QString yes;
     QStringList iconFolders;
+    QList<QSize> iconSizes;
 };
 
-/// Notes the dress at the window's first event, and closes the window when it is shown.
+/// Notes the dress at the window's first event, and ends the run when the window is shown.
 class Watcher : public QObject
 {
 public:
@@ -40,16 +43,22 @@ public:
                          QApplication::palette(),
                          QApplication::font().families(),
                          QCoreApplication::translate("QPlatformTheme", "&Yes"),
-                         QIcon::themeSearchPaths()};
+                         QIcon::themeSearchPaths(),
+                         QApplication::windowIcon().availableSizes()};
             }
             if (event->type() == QEvent::Show) {
                 ++shown;
-                QMetaObject::invokeMethod(watched, "close", Qt::QueuedConnection);
+                if (exitStatus != 0) {
+                    QTimer::singleShot(0, qApp, [this] { QCoreApplication::exit(exitStatus); });
+                } else {
+                    QMetaObject::invokeMethod(watched, "close", Qt::QueuedConnection);
+                }
             }
         }
         return false;
     }
 
+    int exitStatus = 0; ///< What ends the event loop, if not the close of the window.
     std::optional<Dress> first;
     int shown = 0;
 };
@@ -62,7 +71,7 @@ void watchApplication()
 }
 Q_COREAPP_STARTUP_FUNCTION(watchApplication)
 
-/// One whole run of the launcher, ended by closing its window.
+/// One whole run of the launcher, ended by the watcher.
 int runLauncher(Watcher *watcher)
 {
     currentWatcher = watcher;
@@ -84,6 +93,7 @@ class TestEntryPoint : public TestBase
 private slots:
     void theApplicationIsDressedBeforeItsWindowExists_data();
     void theApplicationIsDressedBeforeItsWindowExists();
+    void theExitStatusIsThatOfTheEventLoop();
 };
 
 void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists_data()
@@ -121,9 +131,17 @@ void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists()
     QCOMPARE(dress.fontFamilies.value(0), QStringLiteral("Inter"));
     QCOMPARE(dress.yes, QStringLiteral("&Sim"));
     QCOMPARE(dress.iconFolders, QStringList{QStringLiteral(":/icons")}); // none of the desktop's
+    QVERIFY(dress.iconSizes.contains(QImageReader(QStringLiteral(":/Orvandale.ico")).size()));
     // Nothing in the launcher stores a mode.
     const QSettings store(QStringLiteral("Orvandale"), QStringLiteral("ZEL"));
     QCOMPARE(store.value(QStringLiteral("theme")).toString(), stored);
+}
+
+void TestEntryPoint::theExitStatusIsThatOfTheEventLoop()
+{
+    Watcher watcher;
+    watcher.exitStatus = 3;
+    QCOMPARE(runLauncher(&watcher), 3);
 }
 
 int main(int argc, char *argv[])

@@ -11,6 +11,7 @@
 #include "gui/LauncherWindow.h"
 #include "settings/LauncherSettings.h"
 #include "support/FakeClient.h"
+#include "support/OwnMethods.h"
 #include "support/StyleSheet.h"
 
 namespace
@@ -45,6 +46,29 @@ QImage inHalves(QSize size, Qt::Orientation split, QColor first, QColor second)
     return image;
 }
 
+/// Hands out a private operation of the window that no user's action runs alone.
+template<typename Tag, typename Tag::Type operation> struct Opened {
+    friend typename Tag::Type opened(Tag /*tag*/) { return operation; }
+};
+
+struct SetupUi {
+    using Type = void (MainWindow::*)();
+    friend Type opened(SetupUi tag);
+};
+template struct Opened<SetupUi, &MainWindow::setupUi>;
+
+struct LoadBackground {
+    using Type = void (MainWindow::*)();
+    friend Type opened(LoadBackground tag);
+};
+template struct Opened<LoadBackground, &MainWindow::loadBackground>;
+
+struct PrepareClientFiles {
+    using Type = bool (MainWindow::*)(QString *);
+    friend Type opened(PrepareClientFiles tag);
+};
+template struct Opened<PrepareClientFiles, &MainWindow::prepareClientFiles>;
+
 } // namespace
 
 class TestMainWindow : public TestBase
@@ -54,6 +78,7 @@ class TestMainWindow : public TestBase
 private slots:
     void init();
 
+    void hasSevenSlotsAndNoSignals();
     void theTitleNamesTheLauncher();
     void theSizeIsFixed();
     void theWindowIsAPictureAboveABar();
@@ -81,12 +106,28 @@ private slots:
     void withoutAPictureTheAreaIsBlack_data();
     void withoutAPictureTheAreaIsBlack();
     void theSummaryReplacesTheWarningOfAMissingPictureOnPurpose();
+    void theWarningOfAMissingPictureNamesItsPath();
+
+    void theStatusLineBeginsReady();
+    void theClientsFilesCanBePreparedAlone();
 };
 
 void TestMainWindow::init()
 {
     TestBase::init();
     FakeClient().useInLauncher(); // a folder that is gone again: no picture
+}
+
+void TestMainWindow::hasSevenSlotsAndNoSignals()
+{
+    QCOMPARE(ownMethods(MainWindow::staticMetaObject),
+             QStringList({QStringLiteral("slot onPlay()"), QStringLiteral("slot onOpenSettings()"),
+                          QStringLiteral("slot onCancel()"),
+                          QStringLiteral("slot onPatchStatus(QString) message"),
+                          QStringLiteral("slot onPatchProgress(int) percent"),
+                          QStringLiteral("slot onPatchFinished(bool,QString) success,message"),
+                          QStringLiteral("slot onProcessFinished(int,QProcess::ExitStatus) "
+                                         "exitCode,status")}));
 }
 
 void TestMainWindow::theTitleNamesTheLauncher()
@@ -466,6 +507,52 @@ void TestMainWindow::theSummaryReplacesTheWarningOfAMissingPictureOnPurpose()
     const LauncherWindow launcher;
     QVERIFY(launcher.picture->pixmap().isNull());
     QCOMPARE(launcher.status->text(), QStringLiteral("Orvandale  |  127.0.0.1  |  Versao 1.0.0"));
+}
+
+void TestMainWindow::theWarningOfAMissingPictureNamesItsPath()
+{
+    LauncherWindow launcher;
+    (launcher.window.*opened(LoadBackground()))();
+    QCOMPARE(launcher.status->text(), QStringLiteral("Launcher.bmp nao encontrado: ") +
+                                          QCoreApplication::applicationDirPath() +
+                                          QStringLiteral("/Launcher.bmp"));
+}
+
+void TestMainWindow::theStatusLineBeginsReady()
+{
+    MainWindow window;
+    (window.*opened(SetupUi()))();
+    QStringList texts;
+    const QList<QLabel *> labels = window.centralWidget()->findChildren<QLabel *>();
+    for (const QLabel *label : labels) {
+        texts.append(label->text());
+    }
+    QCOMPARE(texts, QStringList({QString(), QStringLiteral("Pronto para iniciar."),
+                                 QStringLiteral("ZEL Launcher - Orvandale")}));
+}
+
+void TestMainWindow::theClientsFilesCanBePreparedAlone()
+{
+    const FakeClient client;
+    client.useInLauncher();
+    client.write(QStringLiteral("Config.bin"), "options");
+    LauncherSettings &settings = LauncherSettings::instance();
+    settings.serverIp = QStringLiteral("10.1.2.3");
+    LauncherWindow launcher;
+    const auto prepare = [&](QString *error) {
+        return (launcher.window.*opened(PrepareClientFiles()))(error);
+    };
+    QString error = QStringLiteral("before");
+    QVERIFY(prepare(&error));
+    QCOMPARE(error, QStringLiteral("before"));
+    QCOMPARE(client.read(QStringLiteral("server.txt")), QByteArray("10.1.2.3\n"));
+    QCOMPARE(client.read(QStringLiteral("Config.bin")), QByteArray("options"));
+    QVERIFY(launcher.isIdle());
+
+    settings.serverIp.clear();
+    QVERIFY(!prepare(&error));
+    QCOMPARE(error, QStringLiteral("Informe o IP do servidor."));
+    QVERIFY(!prepare(nullptr));
 }
 
 ZEL_GUI_TEST_MAIN(TestMainWindow)
