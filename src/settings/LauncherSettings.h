@@ -5,15 +5,13 @@
 #include "client/ConfigBin.h"
 
 /// Everything the launcher remembers between runs. One object a process, used from the GUI
-/// thread only; its fields are read and assigned directly and reach the disk through save().
+/// thread only; its fields are read and assigned directly and reach the disk through save(). A
+/// copy keeps the fields of its moment, to be put back later.
 class LauncherSettings
 {
 public:
     /// The one object. Touches no file; load() does.
     static LauncherSettings &instance();
-
-    LauncherSettings(const LauncherSettings &) = delete;
-    LauncherSettings &operator=(const LauncherSettings &) = delete;
 
     QString clientDir; ///< Folder of the game client.
     /// Client executable: a file name inside clientDir, or a path.
@@ -77,7 +75,6 @@ public:
 
 private:
     LauncherSettings() = default;
-    ~LauncherSettings() = default;
 
     void loadFields();
     QString inClientDir(const QString &name) const;

@@ -173,6 +173,7 @@ private slots:
     void init();
 
     void thereIsOneObject();
+    void aCopyKeepsTheFieldsOfItsMoment();
     void aNewProcessHoldsTheInitialValuesAndTouchesNoFile_data();
     void aNewProcessHoldsTheInitialValuesAndTouchesNoFile();
 
@@ -237,6 +238,18 @@ void TestLauncherSettings::init()
 void TestLauncherSettings::thereIsOneObject()
 {
     QCOMPARE(&LauncherSettings::instance(), &LauncherSettings::instance());
+}
+
+void TestLauncherSettings::aCopyKeepsTheFieldsOfItsMoment()
+{
+    settings().serverName = u"before"_s;
+    settings().clientConfig.brightness = 3;
+    const LauncherSettings kept = settings();
+    settings().serverName = u"after"_s;
+    settings().clientConfig.brightness = 7;
+    settings() = kept;
+    QCOMPARE(settings().serverName, u"before"_s);
+    QCOMPARE(settings().clientConfig.brightness, 3);
 }
 
 void TestLauncherSettings::aNewProcessHoldsTheInitialValuesAndTouchesNoFile_data()
