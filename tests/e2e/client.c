@@ -1,7 +1,7 @@
 /* The game client of the end-to-end test, a Windows program.
  *
- * It tells in the folder "seen" what it was started with and copies there the files that a client
- * reads. Then it talks a lot, says that it is ready, and ends with the code 42 when told so. */
+ * It tells in the folder "seen" what it was started with, copies there the files that a client
+ * reads, and writes its options out as numbers. Then it talks a lot, says that it is ready, and ends with the code 42 when told so. */
 
 #include <stdio.h>
 #include <windows.h>
@@ -18,6 +18,24 @@ static void tell(FILE *file, const wchar_t *text)
     char utf8[4096] = "";
     WideCharToMultiByte(CP_UTF8, 0, text, -1, utf8, sizeof utf8, NULL, NULL);
     fprintf(file, "%s\n", utf8);
+}
+
+static void tell_options(void)
+{
+    short words[15] = {0};
+    FILE *options = _wfopen(L"Config.bin", L"rb");
+    FILE *file = _wfopen(L"seen\\options.txt", L"wb");
+    if (options && file && fread(words, sizeof *words, 15, options) == 15) {
+        for (int i = 0; i < 15; ++i) {
+            fprintf(file, i < 14 ? "%d " : "%d\n", words[i]);
+        }
+    }
+    if (options) {
+        fclose(options);
+    }
+    if (file) {
+        fclose(file);
+    }
 }
 
 static void talk(FILE *file)
@@ -51,6 +69,7 @@ int wmain(int argc, wchar_t **argv)
         tell(about, argv[i]);
     }
     fclose(about);
+    tell_options();
 
     talk(stdout);
     talk(stderr);

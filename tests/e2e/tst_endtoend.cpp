@@ -5,14 +5,18 @@
 #include <QProcess>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <memory>
 
+#include "gui/LauncherWindow.h"
 #include "gui/RealLauncher.h"
+#include "gui/SettingsFields.h"
+#include "settings/LauncherSettings.h"
 #include "support/FakeClient.h"
+#include "support/MessageBoxAnswerer.h"
+#include "support/NginxServer.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -103,96 +107,6 @@ private:
     QProcess process;
 };
 
-/// A web server with a folder of files.
-class WebServer
-{
-public:
-    QString filePath(const QString &name) const { return QDir(root.path()).filePath(name); }
-    QString url() const { return u"http://127.0.0.1:%1/"_s.arg(port); }
-    /// The request lines so far.
-    QByteArrayList requests() const
-    {
-        QByteArrayList lines = contentOf(filePath(u"requests"_s)).split('\n');
-        lines.removeLast();
-        return lines;
-    }
-
-    /// Serves the folder "files"; false when that does not come about.
-    bool start()
-    {
-        QDir(root.path()).mkpath(u"files"_s);
-        for (int attempt = 0; attempt < 10; ++attempt) {
-            port = freePort();
-            if (!writeFile(filePath(u"nginx.conf"_s), configuration())) {
-                return false;
-            }
-            service.start(program(), {u"-p"_s, root.path(), u"-e"_s, filePath(u"errors"_s), u"-c"_s,
-                                      filePath(u"nginx.conf"_s)});
-            if (answers()) {
-                return true;
-            }
-            service.stop(); // somebody else was faster at the port
-        }
-        return false;
-    }
-    void stop() { service.stop(); }
-
-private:
-    static QString program()
-    {
-        // Debian keeps it out of a user's search path.
-        const QString found = QStandardPaths::findExecutable(u"nginx"_s);
-        return found.isEmpty() ? u"/usr/sbin/nginx"_s : found;
-    }
-
-    static quint16 freePort()
-    {
-        QTcpServer probe;
-        probe.listen(QHostAddress::LocalHost);
-        return probe.serverPort();
-    }
-
-    QByteArray configuration() const
-    {
-        QByteArray text = R"(
-daemon off;
-master_process off;
-pid nginx.pid;
-events {}
-http {
-    log_format request '$request';
-    access_log requests request;
-    client_body_temp_path body;
-    proxy_temp_path proxy;
-    fastcgi_temp_path fastcgi;
-    uwsgi_temp_path uwsgi;
-    scgi_temp_path scgi;
-    server {
-        listen 127.0.0.1:@PORT@;
-        root files;
-    }
-}
-)";
-        return text.replace("@PORT@", QByteArray::number(port));
-    }
-
-    bool answers()
-    {
-        return QTest::qWaitFor(
-                   [this] {
-                       QTcpSocket socket;
-                       socket.connectToHost(QHostAddress::LocalHost, port);
-                       return !service.isRunning() || socket.waitForConnected(1000);
-                   },
-                   patienceMs) &&
-               service.isRunning();
-    }
-
-    QTemporaryDir root;
-    Service service;
-    quint16 port = 0;
-};
-
 } // namespace
 
 /// The real program, a real web server, a real Windows program under a real Wine.
@@ -207,10 +121,13 @@ private slots:
 
     void aNewClientIsDeliveredAndPlayed();
     void theClientIsPlayedWithoutTheServerAndEndsWithTheLauncher();
+    void theClientReadsWhatTheDialogSet();
 
 private:
     void compileClient();
     void prepareWine();
+    /// Publishes @p manifest, the Windows program and a file of 300,000 bytes.
+    void publish(const QByteArray &manifest);
     /// Gives the client folder an executable and none of what an earlier run left.
     void resetClient(const QByteArray &exe);
     /// Waits until the launcher shows a line of text that matches.
@@ -220,7 +137,7 @@ private:
 
     QTemporaryDir work;
     QProcessEnvironment wineEnvironment = QProcessEnvironment::systemEnvironment();
-    WebServer web;
+    NginxServer web;
     Service bus;
     QString busAddress;
     // A name that the shell and Wine have to take as it is.
@@ -238,7 +155,9 @@ void TestEndToEnd::initTestCase()
     }
     compileClient();
     prepareWine();
-    QVERIFY2(web.start(), "nginx does not start");
+    QString webError;
+    QVERIFY(QDir(work.path()).mkpath(u"files/data/mapas"_s));
+    QVERIFY2(web.start(work.filePath(u"files"_s), &webError), qPrintable(webError));
 
     bus.start(u"dbus-daemon"_s,
               {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--print-address=1"_s});
@@ -305,6 +224,14 @@ void TestEndToEnd::prepareWine()
              "Wine cannot be prepared");
 }
 
+void TestEndToEnd::publish(const QByteArray &manifest)
+{
+    const QDir files(work.filePath(u"files"_s));
+    QFile::copy(work.filePath(u"ZEL.exe"_s), files.filePath(u"ZEL.exe"_s));
+    QVERIFY(writeFile(files.filePath(u"data/mapas/norte.bin"_s), QByteArray(300'000, '\7')));
+    QVERIFY(writeFile(files.filePath(u"manifest.json"_s), manifest));
+}
+
 void TestEndToEnd::resetClient(const QByteArray &exe)
 {
     QDir(client.filePath(u"seen"_s)).removeRecursively();
@@ -338,13 +265,10 @@ void TestEndToEnd::waitForTheClient()
 void TestEndToEnd::aNewClientIsDeliveredAndPlayed()
 {
     resetClient("the old client");
-    QVERIFY(QFile::copy(work.filePath(u"ZEL.exe"_s), web.filePath(u"files/ZEL.exe"_s)));
-    QVERIFY(QDir(web.filePath(u"files"_s)).mkpath(u"data/mapas"_s));
-    QVERIFY(writeFile(web.filePath(u"files/data/mapas/norte.bin"_s), QByteArray(300'000, '\7')));
-    QVERIFY(writeFile(web.filePath(u"files/manifest.json"_s), R"({
+    publish(R"({
         "version": "2.0",
         "files": [ { "path": "ZEL.exe" }, { "path": "data/mapas/norte.bin" } ]
-    })"));
+    })");
 
     launcher->start();
     waitForText(u"^Alpha  \\|  10\\.1\\.2\\.3  \\|  Versao 1\\.0\\.0$"_s);
@@ -401,6 +325,69 @@ void TestEndToEnd::theClientIsPlayedWithoutTheServerAndEndsWithTheLauncher()
     launcher->answer(u"ZEL Launcher"_s, u"alt+s"_s);
     launcher->waitForEnd();
     QTRY_COMPARE_WITH_TIMEOUT(processesWith(client.dir().toUtf8()), 0, patienceMs);
+}
+
+void TestEndToEnd::theClientReadsWhatTheDialogSet()
+{
+    // A folder with nothing of a client but its picture and its login file.
+    const FakeClient fresh(u"Pasta nova"_s);
+    QVERIFY(QFile::remove(fresh.filePath(u"ZEL.exe"_s)));
+    fresh.write(u"Cliente.exe"_s, "the old client");
+    web.stop();
+    QString webError;
+    QVERIFY2(web.start(work.filePath(u"files"_s), &webError), qPrintable(webError));
+    publish(R"({"version": "3.0", "files": [ { "path": "Cliente.exe", "url": "ZEL.exe" } ]})");
+
+    LauncherWindow window;
+    QString wine;
+    QTimer::singleShot(0, this, [&] {
+        auto *dialog = qobject_cast<SettingsDialog *>(QApplication::activeModalWidget());
+        QVERIFY(dialog != nullptr);
+        const SettingsFields fields(*dialog);
+        using F = SettingsFields;
+        F::type(fields.clientDir, fresh.dir());
+        F::type(fields.clientExe, u"Cliente.exe"_s);
+        F::choose(fields.wine, fields.wine->itemText(fields.wine->count() - 1));
+        wine = fields.wine->currentData().toString();
+        F::set(fields.useWine, true);
+        F::type(fields.serverName, u"Aurora"_s);
+        F::type(fields.serverIp, u"10.0.0.5"_s);
+        F::type(fields.channels, 3);
+        F::choose(fields.resolution, u"1600 x 1080"_s);
+        F::set(fields.windowMode, false);
+        F::slide(fields.brightness, 30);
+        F::slide(fields.effects, 51);
+        F::slide(fields.music, 1);
+        F::choose(fields.modelQuality, u"Alta"_s);
+        F::choose(fields.cursor, u"Padrao do sistema"_s);
+        F::choose(fields.keyboard, u"Teclas alternativas"_s);
+        F::type(fields.cameraView, 3);
+        F::set(fields.cameraRotation, true);
+        F::set(fields.dxt, false);
+        F::set(fields.introVideo, false);
+        F::type(fields.patchUrl, web.url());
+        F::type(fields.website, u"http://site.test/"_s);
+        F::type(fields.news, u"http://news.test/"_s);
+        F::click(fields.ok);
+    });
+    LauncherWindow::click(window.settings);
+    QCOMPARE(window.status->text(), u"Aurora  |  10.0.0.5  |  Versao 1.0.0"_s);
+    QCOMPARE(LauncherSettings::instance().winePath, wine);
+
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    LauncherWindow::click(window.play);
+    QTRY_COMPARE_WITH_TIMEOUT(window.status->text(), u"Jogo em execucao..."_s, patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(fresh.filePath(u"seen/ready"_s)), patienceMs);
+    fresh.write(u"end"_s, {});
+    QTRY_COMPARE_WITH_TIMEOUT(window.status->text(), u"Jogo encerrado (codigo 42)."_s, patienceMs);
+
+    QCOMPARE(fresh.read(u"seen/options.txt"_s), "7000 11 3 150 100 -1 30 0 0 0 1 1 1 1 3\n");
+    QCOMPARE(fresh.read(u"seen/server.txt"_s), "10.0.0.5\n");
+    QCOMPARE(fresh.read(u"seen/serverlist.txt"_s),
+             "0 0 10.0.0.5\n0 1 10.0.0.5\n0 2 10.0.0.5\n0 3 10.0.0.5\n");
+    QCOMPARE(fresh.read(u"seen/sn.bin"_s), "1 Aurora\n" + QByteArray("0\n").repeated(10));
+    QCOMPARE(fresh.read(u"seen/zel_login.ini"_s), "window=1\nserver_ip=10.0.0.5\nsound=0\n");
 }
 
 ZEL_GUI_TEST_MAIN(TestEndToEnd)
