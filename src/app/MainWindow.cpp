@@ -178,6 +178,7 @@ void MainWindow::setupUi()
     backgroundLabel->setFixedSize(pictureSize);
     backgroundLabel->setScaledContents(true);
     backgroundLabel->setAccessibleName(QStringLiteral("Imagem do jogo"));
+    backgroundLabel->setAccessibleDescription(QStringLiteral("Launcher.bmp da pasta do cliente"));
 
     bottomFrame = new QFrame;
     bottomFrame->setObjectName(QStringLiteral("LauncherBottom"));
@@ -221,8 +222,10 @@ QLayout *MainWindow::createButtonRow()
     cancelButton = createButton(QStringLiteral("Cancelar"), 96, 12);
     progressBar = createProgressBar();
     progressBar->setAccessibleName(QStringLiteral("Progresso da atualizacao"));
+    progressBar->setAccessibleDescription(QStringLiteral("Quanto ja foi baixado, em porcentagem"));
     progressBarLead = createProgressBar();
     progressBarLead->setAccessibleName(QStringLiteral("Progresso da atualizacao, adiantado"));
+    progressBarLead->setAccessibleDescription(QStringLiteral("Um pouco a frente da outra barra"));
 
     auto *bars = new QVBoxLayout;
     bars->setSpacing(8);

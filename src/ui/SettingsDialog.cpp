@@ -20,6 +20,7 @@
 #include <QSpinBox>
 #include <QStyleOptionComboBox>
 #include <QStylePainter>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -132,12 +133,16 @@ QLineEdit *createLineEdit(ZelTheme::InputStyle style = ZelTheme::InputStyle::Def
 {
     auto *edit = new QLineEdit;
     ZelTheme::styleLineEdit(edit, style);
+    if (auto *clearButton = edit->findChild<QToolButton *>()) {
+        clearButton->setAccessibleName(QStringLiteral("Limpar"));
+    }
     return edit;
 }
 
-template<typename ComboBox = QComboBox> ComboBox *createComboBox()
+template<typename ComboBox = QComboBox> ComboBox *createComboBox(const QString &description)
 {
     auto *combo = guarded(new ComboBox);
+    combo->setAccessibleDescription(description);
     ZelTheme::styleComboBox(combo);
     return combo;
 }
@@ -163,11 +168,12 @@ QString startPath(const QString &path)
     return path.contains(QChar::Null) ? QString() : path;
 }
 
-QPushButton *createBrowseButton(const QString &purpose)
+QPushButton *createBrowseButton(const QString &purpose, const QString &description)
 {
     auto *button = new QPushButton(QStringLiteral("..."));
     button->setFixedWidth(browseButtonWidth);
     button->setAccessibleName(purpose);
+    button->setAccessibleDescription(description);
     return button;
 }
 
@@ -300,15 +306,17 @@ void SettingsDialog::fillClientGroup(QFormLayout *form)
 {
     clientDirEdit = createLineEdit(ZelTheme::InputStyle::Path);
     clientExeEdit = createLineEdit(ZelTheme::InputStyle::Path);
-    wineCombo = createComboBox<PathComboBox>();
+    wineCombo = createComboBox<PathComboBox>(QStringLiteral("Wine que inicia o jogo"));
     wineCombo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     wineCombo->setMinimumContentsLength(wineComboLength);
     refreshWineButton = new QPushButton(QStringLiteral("Buscar"));
     refreshWineButton->setCursor(Qt::PointingHandCursor);
     useWineCheck = new QCheckBox(QStringLiteral("Usar Wine no Linux"));
-    auto *browseDir = createBrowseButton(clientDirTitle());
-    auto *browseExe = createBrowseButton(QStringLiteral("Executavel do jogo"));
-    auto *browseWine = createBrowseButton(QStringLiteral("Executavel do Wine"));
+    auto *browseDir = createBrowseButton(clientDirTitle(), QStringLiteral("Escolher a pasta"));
+    auto *browseExe = createBrowseButton(QStringLiteral("Executavel do jogo"),
+                                         QStringLiteral("Escolher o arquivo"));
+    auto *browseWine = createBrowseButton(QStringLiteral("Executavel do Wine"),
+                                          QStringLiteral("Escolher o arquivo"));
 
     addRow(form, clientDirTitle(), createFieldRow({clientDirEdit, browseDir}), clientDirEdit);
     addRow(form, QStringLiteral("Executavel"), createFieldRow({clientExeEdit, browseExe}),
@@ -333,6 +341,7 @@ void SettingsDialog::fillServerGroup(QFormLayout *form)
     channelHintLabel = new QLabel(
         QStringLiteral("Cada canal e uma linha no serverlist.txt com o mesmo IP (max. %1).")
             .arg(maxChannels));
+    channelSpin->setAccessibleDescription(channelHintLabel->text());
     channelHintLabel->setWordWrap(true);
     channelHintLabel->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     channelHintLabel->setStyleSheet(QStringLiteral("color: #a0a0b8; font-size: 11px;"));
@@ -345,7 +354,7 @@ void SettingsDialog::fillServerGroup(QFormLayout *form)
 
 void SettingsDialog::fillVideoGroup(QFormLayout *form)
 {
-    resolutionCombo = createComboBox();
+    resolutionCombo = createComboBox(QStringLiteral("Largura e altura da imagem do jogo"));
     for (const ResolutionEntry &entry : ConfigBin::resolutionEntries()) {
         resolutionCombo->addItem(entry.label, entry.code);
     }
@@ -385,14 +394,14 @@ void SettingsDialog::fillAudioGroup(QFormLayout *form)
 void SettingsDialog::fillGameGroup(QFormLayout *form)
 {
     // The data are the client's own values, not the items' positions.
-    modelQualityCombo = createComboBox();
+    modelQualityCombo = createComboBox(QStringLiteral("Detalhe dos modelos do jogo"));
     modelQualityCombo->addItem(QStringLiteral("Baixa"), 1);
     modelQualityCombo->addItem(QStringLiteral("Media"), 2);
     modelQualityCombo->addItem(QStringLiteral("Alta"), 3);
-    cursorCombo = createComboBox();
+    cursorCombo = createComboBox(QStringLiteral("Ponteiro do mouse no jogo"));
     cursorCombo->addItem(QStringLiteral("Personalizado do jogo"), 2);
     cursorCombo->addItem(QStringLiteral("Padrao do sistema"), 0);
-    keyboardCombo = createComboBox();
+    keyboardCombo = createComboBox(QStringLiteral("Teclas que o jogo usa"));
     keyboardCombo->addItem(QStringLiteral("Teclas ZEL"), 0);
     keyboardCombo->addItem(QStringLiteral("Teclas alternativas"), 1);
     cameraViewSpin = createSpinBox(0, maxCameraView);

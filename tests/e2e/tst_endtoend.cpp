@@ -12,6 +12,7 @@
 
 #include "gui/LauncherWindow.h"
 #include "gui/RealLauncher.h"
+#include "gui/ScreenReader.h"
 #include "gui/SettingsFields.h"
 #include "settings/LauncherSettings.h"
 #include "support/FakeClient.h"
@@ -73,40 +74,6 @@ bool run(const QString &program, const QStringList &arguments,
            process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
-/// A program that serves until the test ends it.
-class Service
-{
-public:
-    ~Service() { stop(); }
-
-    void start(const QString &program, const QStringList &arguments)
-    {
-        process.setStandardErrorFile(QProcess::nullDevice());
-        process.start(program, arguments, QIODevice::ReadOnly);
-        process.waitForStarted();
-    }
-    /// The first line that it prints.
-    QString firstLine()
-    {
-        QByteArray text;
-        while (!text.contains('\n') && process.waitForReadyRead(patienceMs)) {
-            text += process.readAllStandardOutput();
-        }
-        return QString::fromUtf8(text.split('\n').first());
-    }
-    void stop()
-    {
-        if (process.state() != QProcess::NotRunning) {
-            process.terminate();
-            process.waitForFinished(patienceMs);
-        }
-    }
-    bool isRunning() const { return process.state() == QProcess::Running; }
-
-private:
-    QProcess process;
-};
-
 } // namespace
 
 /// The real program, a real web server, a real Windows program under a real Wine.
@@ -130,19 +97,16 @@ private:
     void publish(const QByteArray &manifest);
     /// Gives the client folder an executable and none of what an earlier run left.
     void resetClient(const QByteArray &exe);
-    /// Waits until the launcher shows a line of text that matches.
-    void waitForText(const QString &pattern);
     /// Waits until the Windows program has done all but end.
     void waitForTheClient();
 
     QTemporaryDir work;
     QProcessEnvironment wineEnvironment = QProcessEnvironment::systemEnvironment();
     NginxServer web;
-    Service bus;
-    QString busAddress;
     // A name that the shell and Wine have to take as it is.
     const FakeClient client{u"Jogo d'Orvandale 100% ação"_s};
     std::unique_ptr<RealLauncher> launcher;
+    std::unique_ptr<ScreenReader> reader;
 };
 
 void TestEndToEnd::initTestCase()
@@ -159,16 +123,10 @@ void TestEndToEnd::initTestCase()
     QVERIFY(QDir(work.path()).mkpath(u"files/data/mapas"_s));
     QVERIFY2(web.start(work.filePath(u"files"_s), &webError), qPrintable(webError));
 
-    bus.start(u"dbus-daemon"_s,
-              {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--print-address=1"_s});
-    busAddress = bus.firstLine();
-    QVERIFY2(!busAddress.isEmpty(), "dbus-daemon does not start");
-
     launcher = std::make_unique<RealLauncher>(QStringLiteral(ZEL_LAUNCHER));
     QVERIFY2(launcher->hasDisplay(), "Xvfb does not start");
-    // The window is read from outside like a screen reader does it.
-    launcher->setVariable(u"DBUS_SESSION_BUS_ADDRESS"_s, busAddress);
-    launcher->setVariable(u"QT_LINUX_ACCESSIBILITY_ALWAYS_ON"_s, u"1"_s);
+    reader = std::make_unique<ScreenReader>(*launcher);
+    QVERIFY2(reader->isRunning(), "dbus-daemon does not start");
 
     QSettings settings(TestEnvironment::settingsFile(), QSettings::IniFormat);
     settings.setValue(u"client/dir"_s, client.dir());
@@ -181,7 +139,7 @@ void TestEndToEnd::initTestCase()
 void TestEndToEnd::cleanupTestCase()
 {
     launcher.reset();
-    bus.stop();
+    reader.reset();
     web.stop();
     if (QFile::exists(work.filePath(u"prefix"_s))) {
         const QString server = QStandardPaths::findExecutable(u"wineserver"_s);
@@ -241,19 +199,6 @@ void TestEndToEnd::resetClient(const QByteArray &exe)
     client.write(u"Config.bin"_s, QByteArray(30, '\1'));
 }
 
-void TestEndToEnd::waitForText(const QString &pattern)
-{
-    if (QTest::currentTestFailed()) {
-        return;
-    }
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, busAddress);
-    environment.insert(u"DISPLAY"_s, launcher->display().name());
-    QVERIFY2(run(QStringLiteral(ZEL_SCREEN_READER),
-                 {u"label"_s, pattern, QString::number(patienceMs / 1000)}, environment),
-             qPrintable(u"the window never said "_s + pattern));
-}
-
 void TestEndToEnd::waitForTheClient()
 {
     if (QTest::currentTestFailed()) {
@@ -271,20 +216,20 @@ void TestEndToEnd::aNewClientIsDeliveredAndPlayed()
     })");
 
     launcher->start();
-    waitForText(u"^Alpha  \\|  10\\.1\\.2\\.3  \\|  Versao 1\\.0\\.0$"_s);
+    reader->waitForLabel(u"^Alpha  \\|  10\\.1\\.2\\.3  \\|  Versao 1\\.0\\.0$"_s);
     launcher->clickPlay();
-    waitForText(u"^Atualizacao concluida\\.$"_s);
-    waitForText(u"^Alpha  \\|  10\\.1\\.2\\.3  \\|  Versao 2\\.0$"_s);
+    reader->waitForLabel(u"^Atualizacao concluida\\.$"_s);
+    reader->waitForLabel(u"^Alpha  \\|  10\\.1\\.2\\.3  \\|  Versao 2\\.0$"_s);
     const qint64 memory = memoryOf(launcher->pid(), "VmRSS");
     QVERIFY(memory > 0);
     launcher->answer(u"Atualizacao"_s, u"Return"_s);
-    waitForText(u"^Jogo em execucao\\.\\.\\.$"_s);
+    reader->waitForLabel(u"^Jogo em execucao\\.\\.\\.$"_s);
     waitForTheClient();
     // What the program printed is not in the launcher.
     const qint64 peak = memoryOf(launcher->pid(), "VmHWM");
     QVERIFY2(peak - memory < 8 * 1024, qPrintable(u"%1 kB, then %2 kB"_s.arg(memory).arg(peak)));
     client.write(u"end"_s, {});
-    waitForText(u"^Jogo encerrado \\(codigo 42\\)\\.$"_s);
+    reader->waitForLabel(u"^Jogo encerrado \\(codigo 42\\)\\.$"_s);
     launcher->clickCancel();
     launcher->waitForEnd();
 
@@ -318,7 +263,7 @@ void TestEndToEnd::theClientIsPlayedWithoutTheServerAndEndsWithTheLauncher()
     launcher->clickPlay();
     launcher->answer(u"Atualizacao"_s, u"Return"_s);
     launcher->answer(u"Atualizacao"_s, u"alt+s"_s);
-    waitForText(u"^Jogo em execucao\\.\\.\\.$"_s);
+    reader->waitForLabel(u"^Jogo em execucao\\.\\.\\.$"_s);
     waitForTheClient();
     QVERIFY(processesWith(client.dir().toUtf8()) > 0);
     launcher->clickCancel();

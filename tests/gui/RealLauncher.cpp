@@ -6,6 +6,7 @@ namespace
 {
 
 constexpr int patienceMs = 60'000;
+constexpr QSize displaySize(1280, 1024);
 
 QPoint middleOf(const QPushButton *button, const MainWindow &window)
 {
@@ -14,17 +15,25 @@ QPoint middleOf(const QPushButton *button, const MainWindow &window)
 
 } // namespace
 
-RealLauncher::RealLauncher(const QString &programPath)
-    : program(programPath)
+RealLauncher::RealLauncher(const QString &programPath, qreal scaleFactor)
+    : scale(scaleFactor)
+    , screen(displaySize * scaleFactor)
+    , program(programPath)
 {
     const LauncherWindow twin;
     playPlace = middleOf(twin.play, twin.window);
+    settingsPlace = middleOf(twin.settings, twin.window);
     cancelPlace = middleOf(twin.cancel, twin.window);
 
     process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
     process.setWorkingDirectory(qEnvironmentVariable("HOME"));
     setVariable(QStringLiteral("DISPLAY"), screen.name());
     setVariable(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    // No desktop is asked for anything, and none is started.
+    setVariable(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("disabled:"));
+    if (scale != 1) {
+        setVariable(QStringLiteral("QT_SCALE_FACTOR"), QString::number(scale));
+    }
 }
 
 RealLauncher::~RealLauncher()
@@ -62,6 +71,11 @@ void RealLauncher::clickPlay()
     click(playPlace);
 }
 
+void RealLauncher::clickSettings()
+{
+    click(settingsPlace);
+}
+
 void RealLauncher::clickCancel()
 {
     click(cancelPlace);
@@ -95,10 +109,10 @@ void RealLauncher::waitForEnd()
         return;
     }
     QVERIFY(process.waitForFinished(patienceMs));
-    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(process.exitCode(), 0);
     QCOMPARE(process.readAllStandardOutput(), QByteArray());
     QCOMPARE(process.readAllStandardError(), QByteArray());
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
 }
 
 void RealLauncher::kill()
@@ -114,5 +128,5 @@ void RealLauncher::click(QPoint place)
     if (QTest::currentTestFailed()) {
         return;
     }
-    QVERIFY(screen.click(window, place));
+    QVERIFY(screen.click(window, place * scale));
 }

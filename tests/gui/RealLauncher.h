@@ -13,7 +13,8 @@
 class RealLauncher
 {
 public:
-    explicit RealLauncher(const QString &programPath);
+    /// A window is shown @p scale times as large as it says it is.
+    explicit RealLauncher(const QString &programPath, qreal scale = 1);
     /// Ends the program if it still runs.
     ~RealLauncher();
     Q_DISABLE_COPY_MOVE(RealLauncher)
@@ -27,10 +28,14 @@ public:
     /// Starts the program and waits for its window.
     void start(const QStringList &arguments = {});
     void clickPlay();
+    void clickSettings();
     void clickCancel();
-    /// Waits for the next message box. Returns its window.
+    /// The main window, for the display.
+    QString mainWindow() const { return window; }
+    /// Waits for the next message box or dialog. Returns its window.
     QString waitForBox(const QString &title);
-    /// Waits for the next message box and closes it by a key, named like "Return" or "alt+s".
+    /// Waits for the next message box or dialog and closes it by a key, named like "Return" or
+    /// "alt+s".
     void answer(const QString &title, const QString &key);
     /// Waits for the program's end, which must be a good one. It must have printed nothing.
     void waitForEnd();
@@ -40,11 +45,13 @@ public:
 private:
     void click(QPoint place);
 
+    qreal scale;
     VirtualDisplay screen;
     QString program;
     QProcess process;
     QString window;    // the main window
     QStringList known; // that, and the boxes so far
     QPoint playPlace;
+    QPoint settingsPlace;
     QPoint cancelPlace;
 };

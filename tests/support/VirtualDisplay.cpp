@@ -17,14 +17,15 @@ QString digits(int number)
 
 } // namespace
 
-VirtualDisplay::VirtualDisplay()
+VirtualDisplay::VirtualDisplay(QSize size)
 {
     // The server takes a free number and tells it on its standard output. Without "-noreset" it
     // would begin anew, and turn clients away meanwhile, whenever its last client goes.
     server.setStandardErrorFile(QProcess::nullDevice());
     server.start(QStringLiteral("Xvfb"),
                  {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),
-                  QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x1024x24"),
+                  QStringLiteral("-screen"), QStringLiteral("0"),
+                  QStringLiteral("%1x%2x24").arg(digits(size.width()), digits(size.height())),
                   QStringLiteral("-nolisten"), QStringLiteral("tcp")});
     QByteArray number;
     while (!number.endsWith('\n') && server.waitForReadyRead(patienceMs)) {
@@ -69,14 +70,27 @@ bool VirtualDisplay::click(const QString &window, QPoint place) const
                 .isNull();
 }
 
+bool VirtualDisplay::focus(const QString &window) const
+{
+    return !output(QStringLiteral("xdotool"),
+                   {QStringLiteral("windowfocus"), QStringLiteral("--sync"), window})
+                .isNull();
+}
+
+bool VirtualDisplay::pressKey(const QString &window, const QString &key) const
+{
+    return !output(QStringLiteral("xdotool"),
+                   {QStringLiteral("windowfocus"), QStringLiteral("--sync"), window,
+                    QStringLiteral("key"), QStringLiteral("--clearmodifiers"), key})
+                .isNull();
+}
+
 bool VirtualDisplay::closeByKey(const QString &window, const QString &key) const
 {
     constexpr int secondPressMs = 500;
     const QDeadlineTimer deadline(patienceMs);
     while (!deadline.hasExpired()) {
-        output(QStringLiteral("xdotool"),
-               {QStringLiteral("windowfocus"), QStringLiteral("--sync"), window,
-                QStringLiteral("key"), QStringLiteral("--clearmodifiers"), key});
+        pressKey(window, key);
         const QDeadlineTimer closed(secondPressMs);
         while (!closed.hasExpired()) {
             if (!visibleWindows(QStringLiteral(".")).contains(window)) {
@@ -99,6 +113,12 @@ QColor VirtualDisplay::colorAt(const QString &window, QPoint place) const
     return QColor(hex.match(pixel).captured());
 }
 
+QImage VirtualDisplay::imageOf(const QString &window) const
+{
+    return QImage::fromData(rawOutput(
+        QStringLiteral("import"), {QStringLiteral("-window"), window, QStringLiteral("ppm:-")}));
+}
+
 QStringList VirtualDisplay::visibleWindows(const QString &pattern) const
 {
     return output(QStringLiteral("xdotool"),
@@ -108,7 +128,7 @@ QStringList VirtualDisplay::visibleWindows(const QString &pattern) const
 }
 
 /// What a program prints when it ends well, else null.
-QString VirtualDisplay::output(const QString &program, const QStringList &arguments) const
+QByteArray VirtualDisplay::rawOutput(const QString &program, const QStringList &arguments) const
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -124,6 +144,17 @@ QString VirtualDisplay::output(const QString &program, const QStringList &argume
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
         return {};
     }
-    const QString text = QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+    const QByteArray bytes = process.readAllStandardOutput();
+    return bytes.isNull() ? QByteArray("") : bytes;
+}
+
+/// The same as one trimmed text.
+QString VirtualDisplay::output(const QString &program, const QStringList &arguments) const
+{
+    const QByteArray bytes = rawOutput(program, arguments);
+    if (bytes.isNull()) {
+        return {};
+    }
+    const QString text = QString::fromUtf8(bytes).trimmed();
     return text.isNull() ? QLatin1String("") : text;
 }

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <QColor>
+#include <QImage>
 #include <QPoint>
 #include <QProcess>
+#include <QSize>
 #include <QString>
 
 /// An X server of the test's own that nobody sees, without a window manager, and a hand at its
@@ -11,7 +13,7 @@ class VirtualDisplay
 {
 public:
     /// Starts the server; isRunning() tells whether that worked.
-    VirtualDisplay();
+    explicit VirtualDisplay(QSize size = {1280, 1024});
     ~VirtualDisplay();
     Q_DISABLE_COPY_MOVE(VirtualDisplay)
 
@@ -24,14 +26,21 @@ public:
     QString waitForWindow(const QString &title, const QStringList &known = {}) const;
     /// Clicks a place in a window, in pixels from its upper left corner.
     bool click(const QString &window, QPoint place) const;
-    /// Closes a window by a key, named like "Return" or "alt+y". The key is pressed again when the
-    /// window did not have the focus yet and so did not get it.
+    /// Gives a window the keyboard, for which nothing else cares here.
+    bool focus(const QString &window) const;
+    /// Presses a key, named like "Tab" or "alt+y", in a window.
+    bool pressKey(const QString &window, const QString &key) const;
+    /// Closes a window by a key. The key is pressed again when the window did not have the focus
+    /// yet and so did not get it.
     bool closeByKey(const QString &window, const QString &key) const;
     /// The colour of a place in a window; invalid when it cannot be told.
     QColor colorAt(const QString &window, QPoint place) const;
+    /// What a window shows, pixel by pixel; null when it cannot be told.
+    QImage imageOf(const QString &window) const;
 
 private:
     QStringList visibleWindows(const QString &pattern) const;
+    QByteArray rawOutput(const QString &program, const QStringList &arguments) const;
     QString output(const QString &program, const QStringList &arguments) const;
 
     QProcess server;

@@ -1,10 +1,13 @@
 #!/usr/bin/python3
 """Reads the launcher's windows from outside, the way a screen reader does.
 
-  screen_reader.py dump                      every widget: role, name, description
-  screen_reader.py label REGEX SECONDS       waits for a label whose text matches; prints it
-  screen_reader.py center ROLE NAME SECONDS  waits for a showing widget; prints the x and y of
-                                             its middle on the screen
+  screen_reader.py widgets WINDOW SECONDS      waits for a window by its title; prints the role,
+                                               the name and the description of all that it shows
+  screen_reader.py focused ROLE NAME SECONDS   waits until a widget has the keyboard
+  screen_reader.py label REGEX SECONDS         waits for a label whose text matches; prints it
+  screen_reader.py center ROLE NAME SECONDS    waits for a showing widget; prints the x and y of
+                                               its middle on the screen
+  screen_reader.py press ROLE NAME SECONDS     waits for a showing widget and presses it
 
 Ends with status 1 when the time is over. Needs a session bus, and the launcher started with
 QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1.
@@ -63,39 +66,93 @@ def matching_label(pattern):
     return None
 
 
-def center(role, name):
+def is_within(widget, ancestor):
+    while widget is not None and widget != ancestor:
+        widget = widget.get_parent()
+    return widget is not None
+
+
+def name_of(widget):
+    """What a widget is called: the text of its label, or its own name. Screen readers do not take
+    the group that a widget stands in for its label."""
+    for relation in widget.get_relation_set():
+        if relation.get_relation_type() != Atspi.RelationType.LABELLED_BY:
+            continue
+        for i in range(relation.get_n_targets()):
+            if not is_within(widget, relation.get_target(i)):
+                return relation.get_target(i).get_name()
+    return widget.get_name()
+
+
+def is_in_state(widget, state):
+    return widget.get_state_set().contains(state)
+
+
+def showing(role, name):
     """Of several the last counts, which is that of the window opened last."""
     found = None
     for widget in launcher_widgets():
         if widget.get_role_name() != role or widget.get_name() != name:
             continue
-        if not widget.get_state_set().contains(Atspi.StateType.SHOWING):
-            continue
-        box = widget.get_extents(Atspi.CoordType.SCREEN)
-        found = f"{box.x + box.width // 2} {box.y + box.height // 2}"
+        if is_in_state(widget, Atspi.StateType.SHOWING):
+            found = widget
     return found
 
 
-def dump():
-    lines = []
+def center(role, name):
+    widget = showing(role, name)
+    if widget is None:
+        return None
+    box = widget.get_extents(Atspi.CoordType.SCREEN)
+    return f"{box.x + box.width // 2} {box.y + box.height // 2}"
+
+
+def press(role, name):
+    widget = showing(role, name)
+    if widget is None:
+        return None
+    try:
+        widget.do_action(0)
+    except GLib.Error:
+        pass  # the press has ended the launcher before it could answer
+    return name
+
+
+def focused(role, name):
     for widget in launcher_widgets():
-        lines.append(
-            f"{widget.get_role_name()}\t{widget.get_name()}\t{widget.get_description()}"
-        )
+        if is_in_state(widget, Atspi.StateType.FOCUSED):
+            if widget.get_role_name() == role and name_of(widget) == name:
+                return name
+    return None
+
+
+def window_widgets(title):
+    lines = []
+    for window in launcher_widgets():
+        if window.get_name() == title and window.get_role_name() in ("frame", "dialog"):
+            for widget in widgets(window):
+                if is_in_state(widget, Atspi.StateType.SHOWING):
+                    words = (widget.get_role_name(), name_of(widget), widget.get_description())
+                    lines.append("\t".join(words))
     return "\n".join(lines) or None
 
 
+COMMANDS = {
+    "widgets": window_widgets,
+    "focused": focused,
+    "label": matching_label,
+    "center": center,
+    "press": press,
+}
+
+
 def main(arguments):
-    Atspi.init()
-    if arguments[:1] == ["dump"]:
-        found = dump()
-    elif arguments[:1] == ["label"]:
-        found = wait_for(lambda: matching_label(arguments[1]), float(arguments[2]))
-    elif arguments[:1] == ["center"]:
-        found = wait_for(lambda: center(arguments[1], arguments[2]), float(arguments[3]))
-    else:
+    find = COMMANDS.get(arguments[0]) if arguments else None
+    if find is None or len(arguments) < 3:
         print(__doc__, file=sys.stderr)
         return 2
+    Atspi.init()
+    found = wait_for(lambda: find(*arguments[1:-1]), float(arguments[-1]))
     if found is None:
         return 1
     print(found)
