@@ -1,0 +1,96 @@
+#include "support/TestMain.h"
+
+#include <QImage>
+#include <QSettings>
+
+#include <memory>
+
+#include "gui/RealLauncher.h"
+#include "support/FakeClient.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace
+{
+
+constexpr int patienceMs = 20'000;
+constexpr QSize windowSize(960, 724);
+constexpr QSize pictureSize(960, 592);
+constexpr QSize settingsSize(620, 640);
+
+/// Black and white pixels in turn, which no picture keeps that is scaled twice.
+QImage chequers(QSize size)
+{
+    QImage picture(size, QImage::Format_RGB32);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            picture.setPixel(x, y, (x + y) % 2 == 0 ? qRgb(0, 0, 0) : qRgb(255, 255, 255));
+        }
+    }
+    return picture;
+}
+
+} // namespace
+
+/// The real program on displays whose windows are shown larger than they say.
+class TestScaling : public TestBase
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void theWindowsGrowAndThePictureStaysSharp_data();
+    void theWindowsGrowAndThePictureStaysSharp();
+
+private:
+    const FakeClient client;
+};
+
+void TestScaling::init()
+{
+    TestBase::init();
+    QSettings(TestEnvironment::settingsFile(), QSettings::IniFormat)
+        .setValue(u"client/dir"_s, client.dir());
+}
+
+void TestScaling::theWindowsGrowAndThePictureStaysSharp_data()
+{
+    QTest::addColumn<qreal>("scale");
+    QTest::newRow("1") << 1.0;
+    QTest::newRow("1.5") << 1.5;
+    QTest::newRow("2") << 2.0;
+}
+
+void TestScaling::theWindowsGrowAndThePictureStaysSharp()
+{
+    QFETCH(const qreal, scale);
+    const QImage picture = chequers(pictureSize * scale);
+    client.writePicture(picture);
+    RealLauncher launcher(QStringLiteral(ZEL_LAUNCHER), scale);
+    QVERIFY2(launcher.hasDisplay(), "Xvfb does not start");
+    launcher.start();
+
+    QImage window;
+    const auto showsThePicture = [&] {
+        window = launcher.display().imageOf(launcher.mainWindow());
+        return window.copy(picture.rect()).convertToFormat(picture.format()) == picture;
+    };
+    QVERIFY2(QTest::qWaitFor(showsThePicture, patienceMs), "the picture is not as sharp as it is");
+    QCOMPARE(window.size(), windowSize * scale);
+    // The picture ends where the bar begins.
+    QCOMPARE(window.pixelColor(0, picture.height()), QColor(0x2a, 0x2a, 0x2a));
+    QCOMPARE(window.pixelColor(window.width() - 1, window.height() - 1), QColor(8, 8, 8));
+
+    launcher.clickSettings();
+    const QString settings = launcher.waitForBox(u"Configuracoes"_s);
+    QCOMPARE(launcher.display().imageOf(settings).size(), settingsSize * scale);
+    QVERIFY(launcher.display().closeByKey(settings, u"Escape"_s));
+    // The buttons are where they say.
+    launcher.clickCancel();
+    launcher.waitForEnd();
+}
+
+ZEL_GUI_TEST_MAIN(TestScaling)
+
+#include "tst_scaling.moc"
