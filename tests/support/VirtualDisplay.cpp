@@ -63,10 +63,12 @@ QString VirtualDisplay::waitForWindow(const QString &title, const QStringList &k
 
 bool VirtualDisplay::click(const QString &window, QPoint place) const
 {
+    // From the pixel beside it: the wait for a mouse that is there already would be a long one.
     return !output(QStringLiteral("xdotool"),
-                   {QStringLiteral("mousemove"), QStringLiteral("--sync"),
-                    QStringLiteral("--window"), window, digits(place.x()), digits(place.y()),
-                    QStringLiteral("click"), QStringLiteral("1")})
+                   {QStringLiteral("mousemove"), QStringLiteral("--window"), window,
+                    digits(place.x() - 1), digits(place.y()), QStringLiteral("mousemove"),
+                    QStringLiteral("--sync"), QStringLiteral("--window"), window, digits(place.x()),
+                    digits(place.y()), QStringLiteral("click"), QStringLiteral("1")})
                 .isNull();
 }
 
