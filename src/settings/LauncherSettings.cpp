@@ -113,6 +113,7 @@ void LauncherSettings::save() const
     if (!file.canStore(texts.size())) {
         return;
     }
+    file.removeLeftLock();
     file.setValue(Key::clientDir, clientDir);
     file.setValue(Key::clientExe, clientExe);
     file.setValue(Key::clientWine, winePath);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QLockFile>
 #include <QSettings>
 
 /// Drops what Qt has to say, as long as it exists.
@@ -26,4 +27,12 @@ class QuietSettings : private Silence, public QSettings
 {
 public:
     using QSettings::QSettings;
+
+    /// Removes the lock that a killed process left beside the file; the lock of a living one stays.
+    /// For one that was killed before it had signed its lock the library would wait half a minute,
+    /// at the next write, with the window frozen.
+    void removeLeftLock() const
+    {
+        QLockFile(fileName() + QStringLiteral(".lock")).removeStaleLockFile();
+    }
 };

@@ -366,7 +366,9 @@ ZelTheme::Mode ZelTheme::loadPreferredMode()
 
 void ZelTheme::savePreferredMode(Mode mode)
 {
-    PreferenceStore().setValue(themeKey, mode == Mode::Light ? lightName() : darkName());
+    PreferenceStore store;
+    store.removeLeftLock();
+    store.setValue(themeKey, mode == Mode::Light ? lightName() : darkName());
 }
 
 void ZelTheme::apply(QApplication &app, Mode mode)

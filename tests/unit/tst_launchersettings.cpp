@@ -3,14 +3,18 @@
 #include "support/Settings.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLockFile>
 #include <QSettings>
+#include <QThread>
 
 #include <cstdio>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -220,6 +224,8 @@ private slots:
     void aFullDiskKeepsTheOldFile_data();
     void aFullDiskKeepsTheOldFile();
     void aFullDiskMakesNoFile();
+    void aLockOfAKilledLauncherDelaysNoSave();
+    void theLockOfALivingLauncherIsWaitedFor();
     void aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne_data();
     void aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne();
 
@@ -859,6 +865,35 @@ void TestLauncherSettings::aFullDiskMakesNoFile()
     }
     QVERIFY(!QFile::exists(settingsPath()));
     QCOMPARE(Disk::names(QFileInfo(settingsPath()).path()), QStringList());
+}
+
+void TestLauncherSettings::aLockOfAKilledLauncherDelaysNoSave()
+{
+    // Killed before it had signed its lock.
+    Disk::write(settingsPath() + u".lock"_s, "");
+    QElapsedTimer clock;
+    clock.start();
+    settings().save();
+    QVERIFY2(clock.elapsed() < 15'000, qPrintable(QString::number(clock.elapsed())));
+    QCOMPARE(Disk::names(QFileInfo(settingsPath()).path()), QStringList{u"zel_launcher.ini"_s});
+}
+
+void TestLauncherSettings::theLockOfALivingLauncherIsWaitedFor()
+{
+    Disk::makeFolder(QFileInfo(settingsPath()).path());
+    QLockFile lock(settingsPath() + u".lock"_s);
+    QVERIFY(lock.lock());
+    bool wasSaved = true;
+    const std::unique_ptr<QThread> other(QThread::create([&] {
+        QThread::msleep(300);
+        wasSaved = QFile::exists(settingsPath());
+        lock.unlock();
+    }));
+    other->start();
+    settings().save();
+    other->wait();
+    QVERIFY(!wasSaved);
+    QCOMPARE(Disk::names(QFileInfo(settingsPath()).path()), QStringList{u"zel_launcher.ini"_s});
 }
 
 void TestLauncherSettings::aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne_data()

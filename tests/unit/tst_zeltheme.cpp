@@ -5,6 +5,7 @@
 
 #include <QComboBox>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFont>
 #include <QImage>
@@ -356,6 +357,7 @@ private slots:
     void aSavedModeIsLoadedAgain();
     void theModeLivesInAStoreOfItsOwn();
     void savingKeepsWhatElseTheStoreHolds();
+    void aLockOfAKilledLauncherDelaysNoSave();
 
     void theApplicationGetsStyleFontAndSheet_data();
     void theApplicationGetsStyleFontAndSheet();
@@ -498,6 +500,20 @@ void TestZelTheme::savingKeepsWhatElseTheStoreHolds()
     writeStore("[General]\nother=7\ntheme=dark\n");
     ZelTheme::savePreferredMode(Mode::Light);
     QCOMPARE(readStore(), QByteArray("[General]\nother=7\ntheme=light\n"));
+}
+
+void TestZelTheme::aLockOfAKilledLauncherDelaysNoSave()
+{
+    writeStore("[General]\ntheme=dark\n");
+    QFile lock(storePath() + QStringLiteral(".lock"));
+    QVERIFY(lock.open(QIODevice::WriteOnly));
+    lock.close();
+    QElapsedTimer clock;
+    clock.start();
+    ZelTheme::savePreferredMode(Mode::Light);
+    QVERIFY2(clock.elapsed() < 15'000, qPrintable(QString::number(clock.elapsed())));
+    QCOMPARE(readStore(), QByteArray("[General]\ntheme=light\n"));
+    QVERIFY(!lock.exists());
 }
 
 void TestZelTheme::theApplicationGetsStyleFontAndSheet_data()
