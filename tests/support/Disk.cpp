@@ -1,6 +1,7 @@
 #include "support/Disk.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 
@@ -52,6 +53,19 @@ QStringList Disk::names(const QString &path)
 {
     return QDir(path).entryList(
         QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+QMap<QString, QByteArray> Disk::files(const QString &path)
+{
+    QMap<QString, QByteArray> contents;
+    const QDir folder(path);
+    QDirIterator files(path, QDir::Files | QDir::Hidden | QDir::System,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString file = files.next();
+        contents.insert(folder.relativeFilePath(file), read(file));
+    }
+    return contents;
 }
 
 Disk::SizeLimit::SizeLimit(rlim_t bytes)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QMap>
 #include <QString>
 #include <QStringList>
 
@@ -27,6 +28,9 @@ void makeLink(const QString &path, const QString &target);
 void makeFull(const QString &path);
 /// What is in the folder at @p path, hidden files included, sorted.
 QStringList names(const QString &path);
+/// Content of every file below the folder at @p path, hidden ones included, by the name relative to
+/// it.
+QMap<QString, QByteArray> files(const QString &path);
 
 /// While it lives, no file of this process can grow beyond a size: a disk that fills up.
 class SizeLimit

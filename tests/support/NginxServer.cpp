@@ -31,6 +31,7 @@ http {
     server {
         listen 127.0.0.1:%2;
         root "%3";
+        limit_rate %4;
     }
 }
 )";
@@ -71,13 +72,24 @@ bool NginxServer::start(const QString &root, QString *error)
     return false;
 }
 
+bool NginxServer::restart()
+{
+    return startOn(port, servedRoot);
+}
+
 void NginxServer::stop()
 {
     process.terminate();
     if (!process.waitForFinished(10000)) {
-        process.kill();
-        process.waitForFinished();
+        kill();
     }
+}
+
+void NginxServer::kill()
+{
+    process.kill();
+    process.waitForFinished();
+    QFile::remove(pidFile()); // what start() goes by
 }
 
 QString NginxServer::url() const
@@ -96,16 +108,23 @@ QList<QByteArray> NginxServer::requests() const
     return lines;
 }
 
+QString NginxServer::pidFile() const
+{
+    return dir.path() + QStringLiteral("/nginx.pid");
+}
+
 bool NginxServer::startOn(quint16 freePort, const QString &root)
 {
     port = freePort;
+    servedRoot = root;
     const QString file = QDir(dir.path()).filePath(QStringLiteral("nginx.conf"));
     QFile config(file);
     if (!config.open(QIODevice::WriteOnly)) {
         return false;
     }
-    config.write(
-        QString::fromLatin1(configuration).arg(dir.path(), QString::number(port), root).toUtf8());
+    config.write(QString::fromLatin1(configuration)
+                     .arg(dir.path(), QString::number(port), root, QString::number(rate))
+                     .toUtf8());
     config.close();
     // Not even a test that is killed leaves it behind.
     process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
@@ -115,7 +134,7 @@ bool NginxServer::startOn(quint16 freePort, const QString &root)
     const QDeadlineTimer deadline(20000);
     while (!deadline.hasExpired() && !process.waitForFinished(10)) {
         // The file says that this nginx has the port, not another program.
-        if (QFile::exists(dir.path() + QStringLiteral("/nginx.pid"))) {
+        if (QFile::exists(pidFile())) {
             QTcpSocket socket;
             socket.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
             if (socket.waitForConnected(1000)) {

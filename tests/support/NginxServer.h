@@ -19,7 +19,14 @@ public:
 
     /// Serves @p root. Returns false, with what nginx says in @p error, when it does not start.
     bool start(const QString &root, QString *error);
+    /// Serves the same folder again, on the same port, after stop() or kill().
+    bool restart();
     void stop();
+    /// Ends it like a machine that loses its power, in the middle of whatever it does.
+    void kill();
+
+    /// Limits each answer to @p bytesPerSecond from the next start on; 0 is no limit.
+    void setRate(int bytesPerSecond) { rate = bytesPerSecond; }
 
     /// Base URL, with "/" at its end.
     QString url() const;
@@ -29,9 +36,12 @@ public:
     QList<QByteArray> requests() const;
 
 private:
+    QString pidFile() const;
     bool startOn(quint16 freePort, const QString &root);
 
     QTemporaryDir dir;
     QProcess process;
+    QString servedRoot;
     quint16 port = 0;
+    int rate = 0;
 };

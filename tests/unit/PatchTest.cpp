@@ -126,6 +126,36 @@ void PatchTest::publishText(const QByteArray &body)
     server->answer("/manifest.json", HttpAnswer::withLength(body));
 }
 
+void PatchTest::publishWhole(const Files &files)
+{
+    QList<Listed> listed;
+    for (auto file = files.begin(); file != files.end(); ++file) {
+        listed.append({file.key(), {}});
+        server->answer('/' + file.key().toUtf8(), HttpAnswer::withLength(file.value()));
+    }
+    publish(QStringLiteral("2"), listed);
+}
+
+void PatchTest::expectRecovery(const Files &left)
+{
+    const Files found = Disk::files(clientPath({}));
+    QCOMPARE(found.keys(), left.keys());
+    QVERIFY2(found == left, "a file is not as it should be");
+    QCOMPARE(LauncherSettings::instance().localVersion, QStringLiteral("1.0.0"));
+    QCOMPARE(savedVersion(), QStringLiteral("1.0.0"));
+
+    const Files fresh = {{QStringLiteral("a"), "a after the fault"},
+                         {QStringLiteral("data/b"), QByteArray(100'000, 'b')}};
+    manager->baseUrl = server->url();
+    publishWhole(fresh);
+    QVERIFY(runToEnd());
+    QCOMPARE(log->last(), QStringLiteral("finished true Atualizacao concluida."));
+    Files expected = left;
+    expected.insert(fresh);
+    QCOMPARE(Disk::files(clientPath({})), expected);
+    QCOMPARE(savedVersion(), QStringLiteral("2"));
+}
+
 bool PatchTest::runToEnd()
 {
     log->clear();

@@ -4,6 +4,7 @@
 #include "support/HttpServer.h"
 #include "support/TestMain.h"
 
+#include <QMap>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -47,6 +48,9 @@ struct Listed {
     std::optional<QString> url;
 };
 
+/// Content of files, by their names.
+using Files = QMap<QString, QByteArray>;
+
 /// Base of the tests of PatchManager: a web server in a thread of its own, an empty client folder,
 /// a manager that knows both, and the settings at version "1.0.0".
 class PatchTest : public TestBase
@@ -59,12 +63,18 @@ protected slots:
     void cleanup();
 
 protected:
-    static QStringList finished(bool success, const QString &message);
-
     /// Publishes a manifest with @p version and @p files.
     void publish(const QString &version, const QList<Listed> &files);
     /// Publishes @p body as the manifest.
     void publishText(const QByteArray &body);
+    /// Publishes @p files with their content and a manifest that lists them, with version "2". This
+    /// is where a subclass with another server brings that one into order.
+    virtual void publishWhole(const Files &files);
+
+    /// Holds a fault to its consequences. The client folder holds the files @p left and no other,
+    /// no temporary among them; the version is the old one; and a next run, with the server and the
+    /// disk in order, stores all of its files.
+    void expectRecovery(const Files &left);
 
     /// Starts a run, waits for its end and lets everything that is still under way arrive. False
     /// when it did not end, ended twice or said something after its end.
