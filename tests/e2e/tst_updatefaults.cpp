@@ -1,0 +1,255 @@
+#include "unit/PatchTest.h"
+
+#include <QDir>
+#include <QNetworkReply>
+#include <QRegularExpression>
+
+#include "gui/LauncherWindow.h"
+#include "settings/LauncherSettings.h"
+#include "support/MessageBoxAnswerer.h"
+#include "support/NginxServer.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr int megabyte = 1'000'000;
+// The rates, in bytes per second, at which a megabyte takes half a second and a quarter of a
+// minute.
+constexpr int slow = 700'000;
+constexpr int endless = 60'000;
+
+QString completeEnd()
+{
+    return u"finished true Atualizacao concluida."_s;
+}
+
+/// How a server ends.
+enum class Ending { Stopped, Killed };
+
+} // namespace
+
+Q_DECLARE_METATYPE(Ending)
+
+/// Faults of a real web server, and of a player who does not wait, in the middle of an update.
+class TestUpdateFaults : public PatchTest
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void aThrottledServerIsWaitedFor();
+    void aServerThatEndsInMidTransferEndsTheRun_data();
+    void aServerThatEndsInMidTransferEndsTheRun();
+    void aServerThatEndsBetweenTwoFilesEndsTheRun();
+    void aServerThatRestartsBetweenTwoFilesIsNotNoticed();
+
+    void aWindowClosedInAStalledUpdateLeavesEveryFileWhole_data();
+    void aWindowClosedInAStalledUpdateLeavesEveryFileWhole();
+
+private:
+    void publishWhole(const Files &files) override;
+
+    /// Writes the folder that nginx serves.
+    void writeSite(const Files &files, int manifestSize = 0);
+    /// Serves the new files, each of them at a rate; the client folder holds the old ones.
+    void startNginx(int bytesPerSecond, int manifestSize = 0);
+    void end(Ending ending);
+
+    std::unique_ptr<NginxServer> nginx; // where the test has one
+    const Files oldFiles = {{u"a"_s, "old a"}, {u"b"_s, "old b"}};
+    const Files newFiles = {{u"a"_s, "new a"}, {u"b"_s, QByteArray(megabyte, 'b')}};
+};
+
+void TestUpdateFaults::init()
+{
+    PatchTest::init();
+    for (auto file = oldFiles.begin(); file != oldFiles.end(); ++file) {
+        Disk::write(clientPath(file.key()), file.value());
+    }
+}
+
+void TestUpdateFaults::cleanup()
+{
+    nginx.reset();
+    PatchTest::cleanup();
+}
+
+void TestUpdateFaults::publishWhole(const Files &files)
+{
+    if (!nginx) {
+        PatchTest::publishWhole(files);
+        return;
+    }
+    writeSite(files);
+    nginx->stop();
+    nginx->setRate(0);
+    QVERIFY(nginx->restart());
+    manager->baseUrl = nginx->url();
+}
+
+void TestUpdateFaults::writeSite(const Files &files, int manifestSize)
+{
+    const QDir site(root->filePath(u"site"_s));
+    QByteArrayList listed;
+    for (auto file = files.begin(); file != files.end(); ++file) {
+        Disk::write(site.filePath(file.key()), file.value());
+        listed.append(R"({"path":")" + file.key().toUtf8() + R"("})");
+    }
+    const QByteArray manifest = R"({"version":"2","files":[)" + listed.join(',') + "]}";
+    Disk::write(site.filePath(u"manifest.json"_s), manifest.leftJustified(manifestSize));
+}
+
+void TestUpdateFaults::startNginx(int bytesPerSecond, int manifestSize)
+{
+    if (NginxServer::program().isEmpty()) {
+        QSKIP("nginx is not installed");
+    }
+    writeSite(newFiles, manifestSize);
+    nginx = std::make_unique<NginxServer>();
+    nginx->setRate(bytesPerSecond);
+    QString error;
+    QVERIFY2(nginx->start(root->filePath(u"site"_s), &error), qPrintable(error));
+    manager->baseUrl = nginx->url();
+}
+
+void TestUpdateFaults::end(Ending ending)
+{
+    if (ending == Ending::Killed) {
+        nginx->kill();
+    } else {
+        nginx->stop();
+    }
+}
+
+void TestUpdateFaults::aThrottledServerIsWaitedFor()
+{
+    startNginx(slow);
+    QVERIFY(runToEnd());
+    QCOMPARE(log->last(), completeEnd());
+    QCOMPARE(Disk::files(clientPath({})), newFiles);
+    // The second half of the bar is the file "b", which came little by little.
+    QVERIFY2(!log->lines().filter(QRegularExpression(u"^progress [5-8][1-9]$"_s)).isEmpty(),
+             qPrintable(log->lines().join(u'\n')));
+}
+
+void TestUpdateFaults::aServerThatEndsInMidTransferEndsTheRun_data()
+{
+    QTest::addColumn<Ending>("ending");
+    QTest::addColumn<bool>("isInManifest");
+    QTest::addColumn<bool>("isBackAtOnce");
+    QTest::newRow("stopped in the manifest") << Ending::Stopped << true << false;
+    QTest::newRow("killed in the manifest") << Ending::Killed << true << false;
+    QTest::newRow("restarted in the manifest") << Ending::Killed << true << true;
+    QTest::newRow("stopped in a file") << Ending::Stopped << false << false;
+    QTest::newRow("killed in a file") << Ending::Killed << false << false;
+    QTest::newRow("restarted in a file") << Ending::Killed << false << true;
+}
+
+void TestUpdateFaults::aServerThatEndsInMidTransferEndsTheRun()
+{
+    QFETCH(const Ending, ending);
+    QFETCH(const bool, isInManifest);
+    QFETCH(const bool, isBackAtOnce);
+    startNginx(endless, isInManifest ? megabyte : 0);
+    if (QTest::currentTestFailed()) {
+        return;
+    }
+    manager->checkAndUpdate();
+    if (isInManifest) {
+        QTRY_COMPARE(manager->findChildren<QNetworkReply *>().size(), 1);
+        const auto *reply = manager->findChild<QNetworkReply *>();
+        QTRY_VERIFY(reply->bytesAvailable() > 0);
+    } else {
+        QTRY_VERIFY(log->last().contains(QRegularExpression(u"^progress [5-9][1-9]$"_s)));
+    }
+    QCOMPARE(log->finishedCount(), 0);
+    end(ending);
+    if (isBackAtOnce) {
+        QVERIFY(nginx->restart());
+    }
+    QVERIFY(waitForEnds(1));
+    QCOMPARE(log->last(), isInManifest ? u"finished false Nao foi possivel baixar manifest.json: "
+                                         "Connection closed"_s
+                                       : u"finished false Falha ao baixar b: Connection closed"_s);
+    expectRecovery(isInManifest ? oldFiles : Files{{u"a"_s, "new a"}, {u"b"_s, "old b"}});
+}
+
+void TestUpdateFaults::aServerThatEndsBetweenTwoFilesEndsTheRun()
+{
+    startNginx(endless);
+    log->onLine = [this](const QString &line) {
+        if (line == u"status Baixando b (2/2)"_s) {
+            nginx->kill();
+        }
+    };
+    QVERIFY(runToEnd());
+    log->onLine = nullptr;
+    QCOMPARE(log->last(),
+             u"finished false Falha ao baixar b: "_s + libraryError(QUrl(nginx->url() + u'b')));
+    expectRecovery({{u"a"_s, "new a"}, {u"b"_s, "old b"}});
+}
+
+void TestUpdateFaults::aServerThatRestartsBetweenTwoFilesIsNotNoticed()
+{
+    startNginx(slow);
+    log->onLine = [this](const QString &line) {
+        if (line == u"status Baixando b (2/2)"_s) {
+            nginx->kill();
+            QVERIFY(nginx->restart());
+        }
+    };
+    QVERIFY(runToEnd());
+    QCOMPARE(log->last(), completeEnd());
+    QCOMPARE(Disk::files(clientPath({})), newFiles);
+}
+
+void TestUpdateFaults::aWindowClosedInAStalledUpdateLeavesEveryFileWhole_data()
+{
+    QTest::addColumn<QByteArray>("stalledPath");
+    QTest::addColumn<int>("position");
+    for (const char *path : {"/manifest.json", "/a", "/b"}) {
+        QTest::addRow("%s, no answer", path) << QByteArray(path) << int(HttpAnswer::beforeHeader);
+        QTest::addRow("%s, half a header", path)
+            << QByteArray(path) << int(HttpAnswer::insideHeader);
+        QTest::addRow("%s, half a body", path) << QByteArray(path) << 3;
+    }
+}
+
+void TestUpdateFaults::aWindowClosedInAStalledUpdateLeavesEveryFileWhole()
+{
+    QFETCH(const QByteArray, stalledPath);
+    QFETCH(const int, position);
+    Disk::write(clientPath(u"ZEL.exe"_s), "the client");
+    PatchTest::publishWhole(newFiles);
+    server->answer(stalledPath, HttpAnswer::withLength("stalled").heldAt(position));
+    LauncherSettings &settings = LauncherSettings::instance();
+    settings.clientDir = clientPath({});
+    settings.patchBaseUrl = server->url();
+    const MessageBoxAnswerer user; // who is asked nothing
+    {
+        LauncherWindow launcher;
+        LauncherWindow::click(launcher.play);
+        QVERIFY(waitForHold());
+        QVERIFY(launcher.isBusy());
+        QVERIFY(launcher.window.close());
+        QVERIFY(!launcher.window.isVisible());
+    }
+    QTRY_COMPARE(server->openConnections(), 0);
+    Files left = oldFiles;
+    left[u"ZEL.exe"_s] = "the client";
+    for (const QString &name : {u"serverlist.txt"_s, u"sn.bin"_s, u"server.txt"_s}) {
+        left[name] = clientFile(name); // written before the update began
+    }
+    if (stalledPath == "/b") {
+        left[u"a"_s] = "new a";
+    }
+    expectRecovery(left);
+}
+
+ZEL_GUI_TEST_MAIN(TestUpdateFaults)
+
+#include "tst_updatefaults.moc"
