@@ -1,0 +1,423 @@
+#include "support/TestMain.h"
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSettings>
+#include <QThread>
+
+#include <array>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "gui/RealLauncher.h"
+#include "patch/PatchManager.h"
+#include "settings/LauncherSettings.h"
+#include "support/Disk.h"
+#include "support/HttpServer.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr int patienceMs = 60'000;
+constexpr int largestSize = 1024 * 1024; // of three sizes, each 32 times the one before
+
+using Files = QMap<QString, QByteArray>;
+
+/// What an update brings.
+const std::array patchFiles = {u"ZEL.exe"_s, u"data/one.bin"_s, u"data/two.bin"_s};
+
+/// What the launcher writes in the client folder without a temporary file, so that it may be cut.
+const QStringList filesInPlace = {u"Config.bin"_s, u"serverlist.txt"_s, u"sn.bin"_s,
+                                  u"server.txt"_s, u"zel_login.ini"_s};
+
+// The lock of the settings file.
+const QString settingsLock = u"Orvandale/zel_launcher.ini.lock"_s;
+
+/// Matches a file in the making, which has the name that it is to get in front.
+const QRegularExpression &temporaryName()
+{
+    static const QRegularExpression pattern(u"^(.+)\\.[A-Za-z]{6}$"_s);
+    return pattern;
+}
+
+/// The client's own file, for either set of choices.
+QByteArray loginFile()
+{
+    return "window=1\nserver_ip=first.example.org\n" + QByteArray(5000, '#') + "\n";
+}
+
+/// The names that only one of two states has, or with another content, in one line.
+QString differences(const Files &one, const Files &other)
+{
+    QStringList names;
+    Files all = one;
+    all.insert(other);
+    for (auto file = all.begin(); file != all.end(); ++file) {
+        if (!one.contains(file.key()) || one[file.key()] != other.value(file.key())) {
+            names.append(file.key());
+        }
+    }
+    return names.join(u' ');
+}
+
+// ---- the process that is ended
+
+/// Stores a player's choices the way the settings dialog does. There are two sets of them.
+bool saveSettings(bool isSecond)
+{
+    const QString mark = isSecond ? u"second"_s : u"first"_s;
+    LauncherSettings &settings = LauncherSettings::instance();
+    settings.clientExe = mark + u".exe"_s;
+    settings.winePath = u"/opt/"_s + mark;
+    settings.useWine = isSecond;
+    settings.patchBaseUrl = u"https://example.org/"_s + mark;
+    settings.serverName = mark;
+    settings.serverIp = mark + u".example.org"_s;
+    settings.channelCount = isSecond ? 9 : 2;
+    settings.websiteUrl = mark;
+    settings.newsUrl = mark;
+    settings.clientConfig = ClientConfig();
+    settings.clientConfig.brightness = isSecond ? 80 : 20;
+    settings.save();
+    return settings.syncClientFiles(nullptr);
+}
+
+/// Does what a click on "Iniciar" does before the game starts.
+bool update(const QString &baseUrl)
+{
+    const LauncherSettings &settings = LauncherSettings::instance();
+    if (!settings.syncServerFilesOnly(nullptr)) {
+        return false;
+    }
+    PatchManager manager;
+    manager.clientDir = settings.clientDir;
+    manager.baseUrl = baseUrl;
+    bool isDone = false;
+    QEventLoop loop;
+    QObject::connect(
+        &manager, &PatchManager::finished, &loop,
+        [&](bool success) {
+            isDone = success;
+            loop.quit();
+        },
+        Qt::QueuedConnection);
+    manager.checkAndUpdate();
+    loop.exec();
+    return isDone;
+}
+
+/// Starts like the launcher, then does what each line of the standard input asks for and answers
+/// with a line: "first" or "second" for a save, a URL for an update from there.
+int serveAsChild()
+{
+    LauncherSettings::instance().load();
+    std::puts(qPrintable(LauncherSettings::instance().websiteUrl));
+    std::fflush(stdout);
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        const QString job = QString::fromStdString(line);
+        const bool isDone = job.startsWith(u"http:") ? update(job) : saveSettings(job == u"second");
+        std::puts(isDone ? "done" : "failed");
+        std::fflush(stdout);
+    }
+    return 0;
+}
+
+/// This program again, as serveAsChild().
+class Victim
+{
+public:
+    Victim()
+    {
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process.start(QCoreApplication::applicationFilePath(), {u"--child"_s});
+    }
+    ~Victim() { kill(); }
+    Q_DISABLE_COPY_MOVE(Victim)
+
+    /// Its next line; nothing when none comes.
+    QByteArray answer()
+    {
+        while (!process.canReadLine() && process.waitForReadyRead(patienceMs)) {
+        }
+        return process.readLine().trimmed();
+    }
+    void ask(const QByteArray &jobs)
+    {
+        process.write(jobs);
+        process.waitForBytesWritten(patienceMs);
+    }
+    void kill()
+    {
+        process.kill();
+        process.waitForFinished(patienceMs);
+    }
+
+private:
+    QProcess process;
+};
+
+} // namespace
+
+/// The launcher killed in the middle of what it does, as by a power cut to it alone: what it wrote
+/// is in the system's hands. The next start finds every file whole, but for a few that can be cut,
+/// and goes on as if nothing had been.
+class TestSuddenEnd : public TestBase
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void everyMomentLeavesWholeFiles_data();
+    void everyMomentLeavesWholeFiles();
+    void everyMomentOfTheProgramLeavesWholeFiles();
+
+private:
+    /// Serves a patch below @p path, each of its files full of @p content, and @p version.
+    void publish(const QByteArray &path, const QByteArray &version, char content);
+    QString clientDir() const { return root->filePath(u"client"_s); }
+    QString configDir() const { return TestEnvironment::configHome(); }
+    /// Everything that the launcher may write.
+    Files written() const;
+    /// Lets a job be done whole and returns what is then written.
+    Files outcomeOf(Victim *victim, const QByteArray &job);
+    /// Compares what a kill left with the two states that the launcher was between.
+    void expectWhole(const Files &left, const Files &before, const Files &after);
+    /// Does what only a player can: removes what a kill left beside the files, and brings back what
+    /// it cut of the client's own.
+    void putRight();
+
+    quint32 seed = 0;
+    QRandomGenerator random;
+    std::unique_ptr<HttpServer> server;
+    std::unique_ptr<QTemporaryDir> root;
+    int temporaries = 0;
+    int locks = 0;
+    int cuts = 0;
+};
+
+void TestSuddenEnd::initTestCase()
+{
+    for (const char *name : {"http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"}) {
+        qunsetenv(name);
+    }
+    const QByteArray wanted = qgetenv("ZEL_SEED");
+    seed = wanted.isEmpty() ? QRandomGenerator::global()->generate() : wanted.toUInt();
+    random.seed(seed);
+}
+
+void TestSuddenEnd::init()
+{
+    TestBase::init();
+    root = std::make_unique<QTemporaryDir>();
+    server = std::make_unique<HttpServer>();
+    temporaries = locks = cuts = 0;
+    for (const QString &name : patchFiles) {
+        Disk::write(clientDir() + u'/' + name, "of an older patch");
+    }
+    Disk::write(clientDir() + u"/zel_login.ini"_s, loginFile());
+    publish("/first", "1", '1');
+    publish("/second", "2", '2');
+    QFile::remove(TestEnvironment::settingsFile());
+    QSettings(TestEnvironment::settingsFile(), QSettings::IniFormat)
+        .setValue(u"client/dir"_s, clientDir());
+}
+
+void TestSuddenEnd::cleanup()
+{
+    if (QTest::currentTestFailed()) {
+        qInfo("the same moments again, as far as a machine can: ZEL_SEED=%u", seed);
+    }
+    server.reset();
+    root.reset();
+}
+
+void TestSuddenEnd::publish(const QByteArray &path, const QByteArray &version, char content)
+{
+    QByteArrayList listed;
+    int size = largestSize / (32 * 32);
+    for (const QString &name : patchFiles) {
+        listed.append(R"({"path":")" + name.toUtf8() + R"("})");
+        server->answer(path + '/' + name.toUtf8(),
+                       HttpAnswer::withLength(QByteArray(size, content)));
+        size *= 32;
+    }
+    server->answer(path + "/manifest.json",
+                   HttpAnswer::withLength(R"({"version":")" + version + R"(","files":[)" +
+                                          listed.join(',') + "]}"));
+}
+
+Files TestSuddenEnd::written() const
+{
+    Files files = Disk::files(clientDir());
+    files.insert(Disk::files(configDir()));
+    return files;
+}
+
+Files TestSuddenEnd::outcomeOf(Victim *victim, const QByteArray &job)
+{
+    victim->ask(job + '\n');
+    const QByteArray answer = victim->answer();
+    if (answer != "done") {
+        QTest::qFail(qPrintable(u"%1: %2"_s.arg(QString::fromUtf8(job), QString::fromUtf8(answer))),
+                     __FILE__, __LINE__);
+    }
+    return written();
+}
+
+void TestSuddenEnd::expectWhole(const Files &left, const Files &before, const Files &after)
+{
+    for (auto file = before.begin(); file != before.end(); ++file) {
+        QVERIFY2(left.contains(file.key()), qPrintable(file.key()));
+    }
+    for (auto file = left.begin(); file != left.end(); ++file) {
+        const QString &name = file.key();
+        const QByteArray &content = file.value();
+        if (name == settingsLock) {
+            ++locks;
+        } else if (!before.contains(name)) {
+            const QRegularExpressionMatch match = temporaryName().match(name);
+            QVERIFY2(match.hasMatch() && before.contains(match.captured(1)), qPrintable(name));
+            ++temporaries;
+        } else if (content != before[name] && content != after[name]) {
+            QVERIFY2(filesInPlace.contains(name) &&
+                         (before[name].startsWith(content) || after[name].startsWith(content)),
+                     qPrintable(name));
+            ++cuts;
+        }
+    }
+}
+
+void TestSuddenEnd::putRight()
+{
+    for (const QString &folder : {clientDir(), configDir()}) {
+        const QStringList names = Disk::files(folder).keys();
+        for (const QString &name : names) {
+            if (temporaryName().match(name).hasMatch()) {
+                QFile::remove(folder + u'/' + name);
+            }
+        }
+    }
+    Disk::write(clientDir() + u"/zel_login.ini"_s, loginFile());
+}
+
+void TestSuddenEnd::everyMomentLeavesWholeFiles_data()
+{
+    QTest::addColumn<QByteArray>("first");
+    QTest::addColumn<QByteArray>("second");
+    QTest::newRow("save") << QByteArray("first") << QByteArray("second");
+    QTest::newRow("update") << QByteArray("/first") << QByteArray("/second");
+}
+
+void TestSuddenEnd::everyMomentLeavesWholeFiles()
+{
+    constexpr int moments = 100;
+    QFETCH(QByteArray, first);
+    QFETCH(QByteArray, second);
+    const QByteArray url = server->url().toUtf8();
+    if (first.startsWith('/')) {
+        first.prepend(url);
+        second.prepend(url);
+    }
+
+    auto victim = std::make_unique<Victim>();
+    victim->answer();
+    outcomeOf(victim.get(), "first");
+    const Files before = outcomeOf(victim.get(), url + "/first");
+    QElapsedTimer clock;
+    clock.start();
+    const Files after = outcomeOf(victim.get(), second);
+    const auto jobUs = quint32(clock.nsecsElapsed() / 1000);
+
+    int between = 0;
+    for (int moment = 0; moment < moments && !QTest::currentTestFailed(); ++moment) {
+        victim->ask((second + '\n' + first + '\n').repeated(10));
+        QThread::usleep(random.bounded(2 * jobUs));
+        victim->kill();
+        const Files left = written();
+        expectWhole(left, before, after);
+        between += left != before && left != after ? 1 : 0;
+        putRight();
+
+        // The next start knows one of the two choices, and the next save and update do their work.
+        victim = std::make_unique<Victim>();
+        const QByteArray known = victim->answer();
+        QVERIFY2(known == "first" || known == "second", known.constData());
+        outcomeOf(victim.get(), "first");
+        QCOMPARE(differences(outcomeOf(victim.get(), url + "/first"), before), QString());
+    }
+    QVERIFY2(between > 0, "no moment was in the middle of the job");
+    qInfo("%d moments, %d of them in the middle; %d cut files, %d locks, %d temporaries", moments,
+          between, cuts, locks, temporaries);
+}
+
+void TestSuddenEnd::everyMomentOfTheProgramLeavesWholeFiles()
+{
+    constexpr int moments = 6;
+    QSettings(TestEnvironment::settingsFile(), QSettings::IniFormat)
+        .setValue(u"patch/baseUrl"_s, server->url(u"/patch"_s));
+    RealLauncher launcher(QStringLiteral(ZEL_LAUNCHER));
+    QVERIFY2(launcher.hasDisplay(), "Xvfb does not start");
+
+    const auto startUpdate = [&](const QByteArray &version, char content) {
+        publish("/patch", version, content);
+        if (version == "2") {
+            // The last file takes a third of a second.
+            const HttpAnswer slowly = HttpAnswer::withLength(QByteArray(largestSize, content));
+            server->answer("/patch/data/two.bin", slowly.inBlocks(largestSize / 16, 20));
+        }
+        launcher.start();
+        launcher.clickPlay();
+    };
+    const auto updateWhole = [&](const QByteArray &version, char content) {
+        startUpdate(version, content);
+        launcher.waitForBox(u"Atualizacao"_s);
+        launcher.kill();
+        return written();
+    };
+    const Files before = updateWhole("1", '1');
+    const Files after = updateWhole("2", '2');
+    QCOMPARE(differences(before, after),
+             u"Orvandale/zel_launcher.ini ZEL.exe data/one.bin data/two.bin"_s);
+
+    for (int moment = 0; moment < moments && !QTest::currentTestFailed(); ++moment) {
+        QCOMPARE(differences(updateWhole("1", '1'), before), QString());
+        startUpdate("2", '2');
+        QThread::msleep(random.bounded(500U));
+        launcher.kill();
+        expectWhole(written(), before, after);
+        putRight();
+    }
+    QCOMPARE(differences(updateWhole("1", '1'), before), QString());
+}
+
+int main(int argc, char *argv[])
+{
+    if (argc == 2 && QByteArrayView(argv[1]) == "--child") {
+        const QCoreApplication app(argc, argv);
+        TestEnvironment::nameApplication();
+        return serveAsChild();
+    }
+    // In memory where the machine has one: every save waits for its disk.
+    if (QFileInfo(QStringLiteral("/dev/shm")).isWritable()) {
+        qputenv("TMPDIR", "/dev/shm");
+    }
+    const TestEnvironment environment;
+    const QApplication app(argc, argv);
+    TestEnvironment::nameApplication();
+    TestSuddenEnd test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_suddenend.moc"
