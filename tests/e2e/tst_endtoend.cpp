@@ -18,6 +18,7 @@
 #include "support/FakeClient.h"
 #include "support/MessageBoxAnswerer.h"
 #include "support/NginxServer.h"
+#include "support/ProcessTable.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -36,18 +37,6 @@ bool writeFile(const QString &path, const QByteArray &content)
 {
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
-/// A number in kB from a process's status, or -1.
-qint64 memoryOf(qint64 pid, const QByteArray &key)
-{
-    const QByteArrayList lines = contentOf(u"/proc/%1/status"_s.arg(pid)).split('\n');
-    for (const QByteArray &line : lines) {
-        if (line.startsWith(key + ':')) {
-            return line.mid(key.size() + 1).simplified().split(' ').first().toLongLong();
-        }
-    }
-    return -1;
 }
 
 /// How many processes have @p text in their command line.
@@ -220,13 +209,13 @@ void TestEndToEnd::aNewClientIsDeliveredAndPlayed()
     launcher->clickPlay();
     reader->waitForLabel(u"^Atualizacao concluida\\.$"_s);
     reader->waitForLabel(u"^Alpha  \\|  10\\.1\\.2\\.3  \\|  Versao 2\\.0$"_s);
-    const qint64 memory = memoryOf(launcher->pid(), "VmRSS");
+    const qint64 memory = ProcessTable::memory(launcher->pid(), "VmRSS");
     QVERIFY(memory > 0);
     launcher->answer(u"Atualizacao"_s, u"Return"_s);
     reader->waitForLabel(u"^Jogo em execucao\\.\\.\\.$"_s);
     waitForTheClient();
     // What the program printed is not in the launcher.
-    const qint64 peak = memoryOf(launcher->pid(), "VmHWM");
+    const qint64 peak = ProcessTable::memory(launcher->pid(), "VmHWM");
     QVERIFY2(peak - memory < 8 * 1024, qPrintable(u"%1 kB, then %2 kB"_s.arg(memory).arg(peak)));
     client.write(u"end"_s, {});
     reader->waitForLabel(u"^Jogo encerrado \\(codigo 42\\)\\.$"_s);

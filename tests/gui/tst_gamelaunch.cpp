@@ -8,41 +8,29 @@
 #include <csignal>
 #include <memory>
 
+#include <sys/stat.h>
+
 #include "gui/LauncherWindow.h"
 #include "settings/LauncherSettings.h"
+#include "support/Disk.h"
 #include "support/FakeClient.h"
+#include "support/FakeSystem.h"
 #include "support/MessageBoxAnswerer.h"
+#include "support/ProcessTable.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
 
-bool isAlive(qint64 pid)
-{
-    return ::kill(pid_t(pid), 0) == 0;
-}
+/// Set in a child that runs a test function where a FakeSystem stands in.
+constexpr const char *insideVariable = "ZEL_TEST_INSIDE_FAKE_SYSTEM";
 
 void writeProfile(const QByteArray &text)
 {
     QFile profile(QDir(TestEnvironment::home()).filePath(u".bash_profile"_s));
     QVERIFY(profile.open(QIODevice::WriteOnly));
     profile.write(text);
-}
-
-/// A number in kB from the program's own status, or -1.
-qint64 memoryNow(const QByteArray &key)
-{
-    QFile status(u"/proc/self/status"_s);
-    if (status.open(QIODevice::ReadOnly)) {
-        const QByteArrayList lines = status.readAll().split('\n');
-        for (const QByteArray &line : lines) {
-            if (line.startsWith(key + ':')) {
-                return line.mid(key.size() + 1).simplified().split(' ').first().toLongLong();
-            }
-        }
-    }
-    return -1;
 }
 
 /// Lets the peak memory count anew from here.
@@ -80,7 +68,16 @@ private slots:
     void aClientThatDoesNotStartIsShown_data();
     void aClientThatDoesNotStartIsShown();
     void aFailedStartUnderWineNamesTheShellOnPurpose();
+    void aFolderInTheClientsPlaceDoesNotStart();
+    void anUnusableWineShowsAsTheShellsExitCode_data();
     void anUnusableWineShowsAsTheShellsExitCode();
+    void withoutAnyWineTheShellsExitCodeIsShown();
+    void aFailingProfileShowsAsTheShellsExitCode_data();
+    void aFailingProfileShowsAsTheShellsExitCode();
+    void aFaultyProfileDoesNotHinderTheGame_data();
+    void aFaultyProfileDoesNotHinderTheGame();
+    void aClientFolderWhoseNameIsNoTextIsNotThere();
+    void aFileWhoseNameIsNoTextDoesNotMatter();
     void boxesShowMarkUpAsItStands();
 
     void theWindowIsBusyWhileTheGameRuns();
@@ -91,13 +88,18 @@ private slots:
     void aGameThatEndsAtOnceIsNotMissed();
     void theGameCanBeStartedAgain();
     void theGameKeepsItsInputOpen();
-    void whatTheGamePrintsTakesNoMemory();
+    void whatIsPrintedTakesNoMemory_data();
+    void whatIsPrintedTakesNoMemory();
+    void whatTheGameLeavesBehindIsNotWaitedFor();
 
     void cancelClosesAnIdleWindow();
     void cancelAsksWhileTheGameRuns();
     void cancelAnsweredYesEndsTheGame();
     void theGameMayEndWhileTheQuestionIsOpen();
     void closingTheFrameAsksNothing();
+    void aGameThatIgnoresTerminationEndsWithTheLauncher();
+    void aStoppedGameEndsWithTheLauncher();
+    void aProfileThatHangsLeavesTheWindowUsable();
 
 private:
     /// Clicks "Iniciar" and waits until the program has recorded its start.
@@ -426,13 +428,177 @@ void TestGameLaunch::aFailedStartUnderWineNamesTheShellOnPurpose()
     QVERIFY(launcher.isIdle());
 }
 
+void TestGameLaunch::aFolderInTheClientsPlaceDoesNotStart()
+{
+    const QString exe = client->filePath(u"ZEL.exe"_s);
+    QVERIFY(QFile::remove(exe));
+    Disk::makeFolder(exe);
+    LauncherSettings::instance().useWine = false;
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    LauncherWindow::click(launcher.play);
+    QVERIFY(user.isDone());
+    QCOMPARE(user.last().text, u"Nao foi possivel iniciar o cliente:\n"_s + exe);
+    QCOMPARE(launcher.status->text(), u"Falha ao iniciar o jogo."_s);
+    QVERIFY(launcher.isIdle());
+}
+
+void TestGameLaunch::anUnusableWineShowsAsTheShellsExitCode_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<bool>("isExecutable");
+    QTest::newRow("not executable") << QByteArray("#!/bin/sh\n") << false;
+    QTest::newRow("no program") << QByteArray("\x7f"
+                                              "ELF\0\0and nothing more",
+                                              22)
+                                << true;
+    QTest::newRow("a folder") << QByteArray() << true;
+}
+
 void TestGameLaunch::anUnusableWineShowsAsTheShellsExitCode()
 {
-    LauncherSettings::instance().winePath = client->filePath(u"zel_login.ini"_s);
+    QFETCH(const QByteArray, content);
+    QFETCH(const bool, isExecutable);
+    const QString path = client->filePath(u"unusable"_s);
+    if (content.isNull()) {
+        Disk::makeFolder(path);
+    } else {
+        Disk::write(path, content);
+        QVERIFY(QFile::setPermissions(
+            path, QFile::ReadOwner | (isExecutable ? QFile::ExeOwner : QFile::ReadOwner)));
+    }
+    LauncherSettings::instance().winePath = path;
     LauncherWindow launcher;
     LauncherWindow::click(launcher.play);
     QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 126)."_s);
     QVERIFY(launcher.isIdle());
+    LauncherSettings::instance().winePath = wine->path();
+    startGame(launcher, *wine);
+}
+
+void TestGameLaunch::withoutAnyWineTheShellsExitCodeIsShown()
+{
+    if (!qEnvironmentVariableIsSet(insideVariable)) {
+        NEEDS_A_FAKE_SYSTEM();
+        const FakeSystem system;
+        QVERIFY(QFile::copy(u"/bin/bash"_s, system.path(u"/usr/bin/bash"_s)));
+        qputenv(insideVariable, "1");
+        const QString complaint = system.runSelf({QLatin1String(QTest::currentTestFunction())});
+        qunsetenv(insideVariable);
+        QVERIFY2(complaint.isEmpty(), qPrintable(complaint));
+        return;
+    }
+    LauncherSettings &settings = LauncherSettings::instance();
+    settings.winePath = u"/opt/gone/bin/wine"_s;
+    QCOMPARE(settings.resolvedWine(), u"wine"_s);
+    LauncherWindow launcher;
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 127)."_s);
+    QVERIFY(launcher.isIdle());
+}
+
+void TestGameLaunch::aFailingProfileShowsAsTheShellsExitCode_data()
+{
+    QTest::addColumn<QByteArray>("profile");
+    QTest::addColumn<int>("code");
+    QTest::newRow("leaves") << QByteArray("exit 3\n") << 3;
+    QTest::newRow("leaves without a complaint") << QByteArray("exit 0\n") << 0;
+    QTest::newRow("stops at its first failure") << QByteArray("set -e\nfalse\n") << 1;
+    QTest::newRow("becomes another program") << QByteArray("exec /bin/false\n") << 1;
+    QTest::newRow("kills its shell") << QByteArray("kill -KILL $$\n") << SIGKILL;
+}
+
+void TestGameLaunch::aFailingProfileShowsAsTheShellsExitCode()
+{
+    QFETCH(const QByteArray, profile);
+    QFETCH(const int, code);
+    writeProfile(profile);
+    LauncherWindow launcher;
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo %1)."_s.arg(code));
+    QVERIFY(launcher.isIdle());
+    QCOMPARE(wine->startCount(), 0);
+}
+
+void TestGameLaunch::aFaultyProfileDoesNotHinderTheGame_data()
+{
+    QTest::addColumn<QByteArray>("profile");
+    QTest::newRow("a syntax error") << QByteArray("if then fi (\n");
+    QTest::newRow("an open quote") << QByteArray("echo 'no end\n");
+    QTest::newRow("no text") << QByteArray("\xff\xfe\0\x01\n", 5);
+    QTest::newRow("a failure at its end") << QByteArray("false\n");
+    QTest::newRow("an early return") << QByteArray("return 3\n");
+    QTest::newRow("strict from here on") << QByteArray("set -eu\n");
+    QTest::newRow("each command is printed") << QByteArray("set -x\n");
+    QTest::newRow("nothing to print to") << QByteArray("exec >&- 2>&-\n");
+    QTest::newRow("nothing to read from") << QByteArray("exec <&-\n");
+}
+
+void TestGameLaunch::aFaultyProfileDoesNotHinderTheGame()
+{
+    QFETCH(const QByteArray, profile);
+    writeProfile(profile);
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    QCOMPARE(wine->workingFolder(), client->dir());
+    QCOMPARE(wine->arguments(), QStringList(client->filePath(u"ZEL.exe"_s)));
+    wine->exitWith(5);
+    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 5)."_s);
+}
+
+/// File systems take names that are no UTF-8. The launcher's texts cannot hold them.
+void TestGameLaunch::aClientFolderWhoseNameIsNoTextIsNotThere()
+{
+    const QByteArray bytes = QFile::encodeName(client->dir()) + "/cli\xff\xc3"
+                                                                "ent";
+    QCOMPARE(::mkdir(bytes.constData(), S_IRWXU), 0);
+    const QString name = QFile::decodeName(bytes);
+    QVERIFY(QFile::encodeName(name) != bytes);
+    const QStringList before = Disk::names(client->dir());
+
+    LauncherSettings &settings = LauncherSettings::instance();
+    settings.clientDir = name;
+    settings.clientExe = client->filePath(u"ZEL.exe"_s);
+    settings.save();
+    settings.load();
+    QCOMPARE(settings.clientDir, name);
+    LauncherWindow launcher;
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    LauncherWindow::click(launcher.play);
+    QVERIFY(user.isDone());
+    QCOMPARE(user.last().text, u"Configure a pasta do cliente."_s);
+    QVERIFY(launcher.isIdle());
+
+    // The same for the executable alone.
+    settings.clientDir = client->dir();
+    settings.clientExe = name + u"/ZEL.exe"_s;
+    user.expect(QMessageBox::Ok);
+    LauncherWindow::click(launcher.play);
+    QVERIFY(user.isDone());
+    QCOMPARE(user.last().text, u"Executavel nao encontrado:\n"_s + settings.clientExe);
+    QVERIFY(launcher.isIdle());
+    QCOMPARE(launcher.process->state(), QProcess::NotRunning);
+
+    // Nothing was made under a name that only looks alike.
+    QStringList after = Disk::names(client->dir());
+    for (const QString &written : {u"server.txt"_s, u"serverlist.txt"_s, u"sn.bin"_s}) {
+        QCOMPARE(after.removeAll(written), 1);
+    }
+    QCOMPARE(after, before);
+    QCOMPARE(::rmdir(bytes.constData()), 0);
+}
+
+void TestGameLaunch::aFileWhoseNameIsNoTextDoesNotMatter()
+{
+    const QByteArray bytes = QFile::encodeName(client->dir()) + "/SN\xff.BIN";
+    QCOMPARE(::mknod(bytes.constData(), S_IFREG | S_IRWXU, 0), 0);
+    LauncherWindow launcher;
+    startGame(launcher, *wine);
+    wine->exitWith(0);
+    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 0)."_s);
+    QCOMPARE(::unlink(bytes.constData()), 0);
 }
 
 void TestGameLaunch::boxesShowMarkUpAsItStands()
@@ -545,24 +711,68 @@ void TestGameLaunch::theGameKeepsItsInputOpen()
     QCOMPARE(client->read(u"heard"_s), "hello\n");
 }
 
-void TestGameLaunch::whatTheGamePrintsTakesNoMemory()
+void TestGameLaunch::whatIsPrintedTakesNoMemory_data()
 {
+    const QByteArray flood = "head -c 134217728 /dev/zero\nhead -c 134217728 /dev/zero >&2\n";
+    QTest::addColumn<QByteArray>("profile");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<bool>("useWine");
+    QTest::newRow("by Wine") << QByteArray() << flood << true;
+    QTest::newRow("by the client alone") << QByteArray() << flood << false;
+    QTest::newRow("by the profile") << flood << QByteArray() << true;
+}
+
+void TestGameLaunch::whatIsPrintedTakesNoMemory()
+{
+    QFETCH(const QByteArray, profile);
+    QFETCH(const QByteArray, body);
+    QFETCH(const bool, useWine);
     constexpr qint64 allowedKb = 8 * 1024;
-    const FakeProgram talker(client->filePath(u"talker"_s),
-                             "head -c 536870912 /dev/zero\nhead -c 536870912 /dev/zero >&2");
+    const FakeProgram talker(client->filePath(u"ZEL.exe"_s), body);
+    LauncherSettings &settings = LauncherSettings::instance();
     LauncherWindow launcher;
     startGame(launcher, *wine); // what is needed once is loaded from here on
     wine->exitWith(0);
     QTRY_COMPARE(launcher.process->state(), QProcess::NotRunning);
 
-    LauncherSettings::instance().winePath = talker.path();
-    const qint64 before = memoryNow("VmRSS");
+    writeProfile(profile);
+    settings.useWine = useWine;
+    settings.winePath = talker.path();
+    const qint64 before = ProcessTable::memory("VmRSS");
     QVERIFY(before > 0);
     QVERIFY(resetPeakMemory());
     LauncherWindow::click(launcher.play);
     QTRY_COMPARE_WITH_TIMEOUT(talker.startCount(), 1, 60'000);
-    const qint64 peak = memoryNow("VmHWM");
+    const qint64 peak = ProcessTable::memory("VmHWM");
     QVERIFY2(peak - before < allowedKb, qPrintable(u"%1 kB, then %2 kB"_s.arg(before).arg(peak)));
+    QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+}
+
+void TestGameLaunch::whatTheGameLeavesBehindIsNotWaitedFor()
+{
+    // Like a starter that leaves the game to itself. Ended by the test, whatever happens.
+    const FakeProgram starter(client->filePath(u"starter"_s),
+                              "sleep 600 &\necho $! >child\nexit 7\n");
+    LauncherSettings::instance().winePath = starter.path();
+    qint64 child = 0;
+    const auto endChild = qScopeGuard([&] {
+        if (child > 0) {
+            ::kill(pid_t(child), SIGKILL);
+        }
+    });
+    {
+        LauncherWindow launcher;
+        LauncherWindow::click(launcher.play);
+        QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 7)."_s);
+        child = client->read(u"child"_s).trimmed().toLongLong();
+        QVERIFY(child > 0);
+        QVERIFY(ProcessTable::isAlive(child));
+        QVERIFY(launcher.isIdle());
+
+        LauncherSettings::instance().winePath = wine->path();
+        startGame(launcher, *wine);
+    }
+    QVERIFY(ProcessTable::isAlive(child));
 }
 
 void TestGameLaunch::cancelClosesAnIdleWindow()
@@ -591,7 +801,7 @@ void TestGameLaunch::cancelAsksWhileTheGameRuns()
     QVERIFY(launcher.window.isVisible());
     QVERIFY(launcher.isBusy());
     QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
-    QVERIFY(isAlive(wine->pid()));
+    QVERIFY(ProcessTable::isAlive(wine->pid()));
 }
 
 void TestGameLaunch::cancelAnsweredYesEndsTheGame()
@@ -606,9 +816,9 @@ void TestGameLaunch::cancelAnsweredYesEndsTheGame()
         LauncherWindow::click(launcher.cancel);
         QVERIFY(user.isDone());
         QVERIFY(!launcher.window.isVisible());
-        QVERIFY(isAlive(pid));
+        QVERIFY(ProcessTable::isAlive(pid));
     }
-    QVERIFY(!isAlive(pid));
+    QVERIFY(!ProcessTable::isAlive(pid));
 }
 
 void TestGameLaunch::theGameMayEndWhileTheQuestionIsOpen()
@@ -637,7 +847,72 @@ void TestGameLaunch::closingTheFrameAsksNothing()
         QVERIFY(launcher.window.close());
         QVERIFY(!launcher.window.isVisible());
     }
-    QVERIFY(!isAlive(pid));
+    QVERIFY(!ProcessTable::isAlive(pid));
+}
+
+void TestGameLaunch::aGameThatIgnoresTerminationEndsWithTheLauncher()
+{
+    const FakeProgram stubborn(client->filePath(u"stubborn"_s),
+                               "trap 'echo heard >>heard' TERM HUP INT QUIT\n"
+                               "echo ready >ready\n"
+                               "while :; do sleep 0.01; done\n");
+    LauncherSettings::instance().winePath = stubborn.path();
+    qint64 pid = 0;
+    {
+        LauncherWindow launcher;
+        LauncherWindow::click(launcher.play);
+        QTRY_COMPARE(client->read(u"ready"_s), "ready\n");
+        pid = stubborn.pid();
+        QByteArray heard;
+        for (const int signal : {SIGTERM, SIGHUP}) {
+            QCOMPARE(::kill(pid_t(pid), signal), 0);
+            heard += "heard\n";
+            QTRY_COMPARE(client->read(u"heard"_s), heard);
+        }
+        QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+        QVERIFY(launcher.isBusy());
+        QVERIFY(launcher.window.close());
+    }
+    QVERIFY(!ProcessTable::isAlive(pid));
+}
+
+void TestGameLaunch::aStoppedGameEndsWithTheLauncher()
+{
+    qint64 pid = 0;
+    {
+        LauncherWindow launcher;
+        startGame(launcher, *wine);
+        pid = wine->pid();
+        QCOMPARE(::kill(pid_t(pid), SIGSTOP), 0);
+        MessageBoxAnswerer user;
+        user.expect(QMessageBox::Yes);
+        LauncherWindow::click(launcher.cancel);
+        QVERIFY(user.isDone());
+        QVERIFY(!launcher.window.isVisible());
+    }
+    QVERIFY(!ProcessTable::isAlive(pid));
+}
+
+void TestGameLaunch::aProfileThatHangsLeavesTheWindowUsable()
+{
+    writeProfile("echo hanging >\"$HOME/hanging\"\nkill -STOP $$\n");
+    const QString mark = QDir(TestEnvironment::home()).filePath(u"hanging"_s);
+    qint64 pid = 0;
+    {
+        LauncherWindow launcher;
+        LauncherWindow::click(launcher.play);
+        QTRY_VERIFY(QFile::exists(mark));
+        pid = launcher.process->processId();
+        QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
+        MessageBoxAnswerer user;
+        user.expect(QMessageBox::Yes);
+        LauncherWindow::click(launcher.cancel);
+        QVERIFY(user.isDone());
+        QVERIFY(!launcher.window.isVisible());
+    }
+    QVERIFY(!ProcessTable::isAlive(pid));
+    QCOMPARE(wine->startCount(), 0);
+    QVERIFY(QFile::remove(mark));
 }
 
 ZEL_GUI_TEST_MAIN(TestGameLaunch)

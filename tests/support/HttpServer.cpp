@@ -2,6 +2,8 @@
 
 #include <QHostAddress>
 #include <QMutexLocker>
+#include <QSslConfiguration>
+#include <QSslServer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
@@ -317,13 +319,19 @@ HttpServer::HttpServer(Place place)
     : listener(new QTcpServer)
 {
     if (place == Place::OwnThread) {
-        listener->moveToThread(&thread);
-        thread.start();
-        QMetaObject::invokeMethod(
-            listener, [this] { listen(); }, Qt::BlockingQueuedConnection);
+        startThread();
     } else {
         listen();
     }
+}
+
+HttpServer::HttpServer(const QSslConfiguration &tls)
+    : scheme(QStringLiteral("https"))
+{
+    auto *server = new QSslServer;
+    server->setSslConfiguration(tls);
+    listener = server;
+    startThread();
 }
 
 HttpServer::~HttpServer()
@@ -337,9 +345,17 @@ HttpServer::~HttpServer()
     }
 }
 
+void HttpServer::startThread()
+{
+    listener->moveToThread(&thread);
+    thread.start();
+    QMetaObject::invokeMethod(
+        listener, [this] { listen(); }, Qt::BlockingQueuedConnection);
+}
+
 void HttpServer::listen()
 {
-    connect(listener, &QTcpServer::newConnection, listener, [this] {
+    connect(listener, &QTcpServer::pendingConnectionAvailable, listener, [this] {
         while (QTcpSocket *socket = listener->nextPendingConnection()) {
             new HttpConnection(this, socket);
         }
@@ -352,7 +368,7 @@ void HttpServer::listen()
 
 QString HttpServer::url(const QString &path) const
 {
-    return QStringLiteral("http://127.0.0.1:%1").arg(listenPort) + path;
+    return QStringLiteral("%1://127.0.0.1:%2").arg(scheme).arg(listenPort) + path;
 }
 
 void HttpServer::answer(const QByteArray &path, const HttpAnswer &answer)

@@ -8,6 +8,7 @@
 #include <QString>
 #include <QThread>
 
+class QSslConfiguration;
 class QTcpServer;
 
 /// What the server sends for one request, byte by byte, and how it ends.
@@ -94,10 +95,12 @@ public:
     };
 
     explicit HttpServer(Place place = Place::OwnThread);
+    /// Speaks TLS, in a thread of its own.
+    explicit HttpServer(const QSslConfiguration &tls);
     ~HttpServer() override;
 
     quint16 port() const { return listenPort; }
-    /// "http://127.0.0.1:port" followed by @p path.
+    /// "http://127.0.0.1:port", or "https", followed by @p path.
     QString url(const QString &path = {}) const;
 
     /// Sets the answer to every request of @p path from now on.
@@ -137,6 +140,7 @@ private:
         int held = 0;
     };
 
+    void startThread();
     void listen();
 
     mutable QMutex mutex;
@@ -144,6 +148,7 @@ private:
     QThread thread;
     QTcpServer *listener = nullptr;
     quint16 listenPort = 0;
+    QString scheme = QStringLiteral("http");
 };
 
 Q_DECLARE_METATYPE(HttpAnswer)
