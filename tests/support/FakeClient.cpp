@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "settings/LauncherSettings.h"
+#include "support/Settings.h"
 
 namespace
 {
@@ -64,19 +65,9 @@ void FakeClient::writePicture(const QImage &picture) const
 
 void FakeClient::useInLauncher() const
 {
-    LauncherSettings &settings = LauncherSettings::instance();
-    settings.clientDir = folder;
-    settings.clientExe = QStringLiteral("ZEL.exe");
-    settings.winePath.clear();
-    settings.useWine = false;
-    settings.patchBaseUrl.clear();
-    settings.serverName = QStringLiteral("Orvandale");
-    settings.serverIp = QStringLiteral("127.0.0.1");
-    settings.channelCount = 1;
-    settings.websiteUrl.clear();
-    settings.newsUrl.clear();
-    settings.localVersion = QStringLiteral("1.0.0");
-    settings.clientConfig = {};
+    resetFields();
+    LauncherSettings::instance().clientDir = folder;
+    LauncherSettings::instance().useWine = false;
 }
 
 FakeProgram::FakeProgram(const QString &path, const QByteArray &body)
