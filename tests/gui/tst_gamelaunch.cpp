@@ -713,7 +713,7 @@ void TestGameLaunch::theGameKeepsItsInputOpen()
 
 void TestGameLaunch::whatIsPrintedTakesNoMemory_data()
 {
-    const QByteArray flood = "head -c 134217728 /dev/zero\nhead -c 134217728 /dev/zero >&2\n";
+    const QByteArray flood = "head -c 536870912 /dev/zero\nhead -c 536870912 /dev/zero >&2\n";
     QTest::addColumn<QByteArray>("profile");
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<bool>("useWine");

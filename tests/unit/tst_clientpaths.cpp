@@ -176,8 +176,8 @@ void TestClientPaths::theExecutableIsFound()
     for (const QString &file : files) {
         Disk::write(at(u"client/"_s + file), "MZ");
     }
-    Disk::makeFolder(at(u"work"_s));
-    const Disk::WorkingFolder working(at(u"work"_s));
+    Disk::makeFolder(at(u"here"_s));
+    const Disk::WorkingFolder working(at(u"here"_s));
     settings().clientDir = at(u"client"_s);
     settings().clientExe = clientExe;
     const QString expected = QDir::cleanPath(at(u"client/"_s + found));
@@ -188,13 +188,13 @@ void TestClientPaths::theExecutableIsFound()
 void TestClientPaths::anExecutableInTheWorkingFolderComesFirst()
 {
     Disk::write(at(u"client/ZEL.exe"_s), "MZ");
-    Disk::write(at(u"work/ZEL.exe"_s), "MZ");
-    const Disk::WorkingFolder working(at(u"work"_s));
+    Disk::write(at(u"here/ZEL.exe"_s), "MZ");
+    const Disk::WorkingFolder working(at(u"here"_s));
     settings().clientDir = at(u"client"_s);
-    QCOMPARE(settings().baseClientExePath(), at(u"work/ZEL.exe"_s));
+    QCOMPARE(settings().baseClientExePath(), at(u"here/ZEL.exe"_s));
 
-    settings().clientExe = u"../work/./ZEL.exe"_s;
-    QCOMPARE(settings().baseClientExePath(), at(u"work/ZEL.exe"_s));
+    settings().clientExe = u"../here/./ZEL.exe"_s;
+    QCOMPARE(settings().baseClientExePath(), at(u"here/ZEL.exe"_s));
 }
 
 void TestClientPaths::anAbsoluteExecutableNeedsNoClientFolder()
