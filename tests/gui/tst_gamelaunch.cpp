@@ -104,6 +104,8 @@ private slots:
 private:
     /// Clicks "Iniciar" and waits until the program has recorded its start.
     static void startGame(LauncherWindow &launcher, const FakeProgram &program);
+    /// Clicks "Cancelar" and answers the question with yes, which closes the window.
+    static void cancelAndAgree(LauncherWindow &launcher);
 
     std::unique_ptr<FakeClient> client;
     std::unique_ptr<FakeProgram> wine;
@@ -132,6 +134,15 @@ void TestGameLaunch::startGame(LauncherWindow &launcher, const FakeProgram &prog
     LauncherWindow::click(launcher.play);
     QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
     QTRY_COMPARE(program.startCount(), before + 1);
+}
+
+void TestGameLaunch::cancelAndAgree(LauncherWindow &launcher)
+{
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Yes);
+    LauncherWindow::click(launcher.cancel);
+    QVERIFY(user.isDone());
+    QVERIFY(!launcher.window.isVisible());
 }
 
 void TestGameLaunch::wineIsStartedByALoginShell()
@@ -811,11 +822,7 @@ void TestGameLaunch::cancelAnsweredYesEndsTheGame()
         LauncherWindow launcher;
         startGame(launcher, *wine);
         pid = wine->pid();
-        MessageBoxAnswerer user;
-        user.expect(QMessageBox::Yes);
-        LauncherWindow::click(launcher.cancel);
-        QVERIFY(user.isDone());
-        QVERIFY(!launcher.window.isVisible());
+        cancelAndAgree(launcher);
         QVERIFY(ProcessTable::isAlive(pid));
     }
     QVERIFY(!ProcessTable::isAlive(pid));
@@ -884,11 +891,7 @@ void TestGameLaunch::aStoppedGameEndsWithTheLauncher()
         startGame(launcher, *wine);
         pid = wine->pid();
         QCOMPARE(::kill(pid_t(pid), SIGSTOP), 0);
-        MessageBoxAnswerer user;
-        user.expect(QMessageBox::Yes);
-        LauncherWindow::click(launcher.cancel);
-        QVERIFY(user.isDone());
-        QVERIFY(!launcher.window.isVisible());
+        cancelAndAgree(launcher);
     }
     QVERIFY(!ProcessTable::isAlive(pid));
 }
@@ -904,11 +907,7 @@ void TestGameLaunch::aProfileThatHangsLeavesTheWindowUsable()
         QTRY_VERIFY(QFile::exists(mark));
         pid = launcher.process->processId();
         QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
-        MessageBoxAnswerer user;
-        user.expect(QMessageBox::Yes);
-        LauncherWindow::click(launcher.cancel);
-        QVERIFY(user.isDone());
-        QVERIFY(!launcher.window.isVisible());
+        cancelAndAgree(launcher);
     }
     QVERIFY(!ProcessTable::isAlive(pid));
     QCOMPARE(wine->startCount(), 0);
