@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <functional>
+#include <iterator>
 
 class QWindow;
 
@@ -50,7 +51,7 @@ private:
     bool chance(int percent) { return random.bounded(100) < percent; }
     template<typename List> auto oneOf(const List &list)
     {
-        return list[size_t(random.bounded(int(list.size())))];
+        return *std::next(list.begin(), random.bounded(int(list.size())));
     }
 
     QRandomGenerator random;
