@@ -8,8 +8,14 @@ namespace
 int show(QMessageBox::Icon icon, const QString &title, const QString &text,
          QMessageBox::StandardButtons buttons, QWidget *parent)
 {
-    QMessageBox box(icon, title, text, buttons, parent);
+    QMessageBox box(parent);
+    box.setStyleSheet(MessageBox::buttonSheet());
+    box.ensurePolished(); // the part that makes the buttons was styled before the sheet was there
+    box.setWindowTitle(title);
+    box.setIcon(icon);
     box.setTextFormat(Qt::PlainText);
+    box.setText(text);
+    box.setStandardButtons(buttons);
     return box.exec();
 }
 
@@ -29,4 +35,9 @@ bool MessageBox::ask(QWidget *parent, const QString &title, const QString &text)
 {
     return show(QMessageBox::Question, title, text, QMessageBox::Yes | QMessageBox::No, parent) ==
            QMessageBox::Yes;
+}
+
+QString MessageBox::buttonSheet()
+{
+    return QStringLiteral("QDialogButtonBox { dialogbuttonbox-buttons-have-icons: 0; }");
 }

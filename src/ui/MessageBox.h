@@ -18,4 +18,8 @@ void information(QWidget *parent, const QString &title, const QString &text);
 /// Asks a question with the buttons Yes and No; true when the answer is Yes.
 bool ask(QWidget *parent, const QString &title, const QString &text);
 
+/// The style sheet that leaves the pictures off the standard buttons of a box or dialog, set before
+/// these are made. Their words say enough, and the window opens sooner.
+QString buttonSheet();
+
 } // namespace MessageBox

@@ -39,8 +39,8 @@ constexpr int maxCameraView = 3;
 constexpr int browseButtonWidth = 36;
 /// What the handle of a slider needs: the groove and what it stands out above and below it.
 constexpr int sliderHeight = 24;
-/// Characters of a Wine entry that must fit; a long path is cut instead of widening the dialog.
-constexpr int wineComboLength = 20;
+/// Characters that a combo box must have room for.
+constexpr int comboLength = 20;
 
 QString dialogTitle()
 {
@@ -68,6 +68,8 @@ QString volumeSuffix(int volume)
 class ValueLabel : public QLabel
 {
 public:
+    using QLabel::QLabel;
+
     QSize sizeHint() const override
     {
         const int widest = fontMetrics().horizontalAdvance(QString::number(0) + volumeSuffix(0));
@@ -75,11 +77,15 @@ public:
     }
 };
 
-/// A list of labels that may be far longer than the box: they are cut in the middle, and the list
-/// opens as wide as they are.
-class PathComboBox : public QComboBox
+/// A list whose labels, paths among them, may be far longer than the box: the form alone decides
+/// how wide the box is, the labels are cut in the middle, and the list opens as wide as they are.
+class FieldComboBox : public QComboBox
 {
 public:
+    using QComboBox::QComboBox;
+
+    QSize sizeHint() const override { return minimumSizeHint(); }
+
     void showPopup() override
     {
         const int room = 2 * view()->style()->pixelMetric(QStyle::PM_ScrollBarExtent);
@@ -129,9 +135,10 @@ template<typename Field> Field *guarded(Field *field)
     return field;
 }
 
-QLineEdit *createLineEdit(ZelTheme::InputStyle style = ZelTheme::InputStyle::Default)
+QLineEdit *createLineEdit(QWidget *parent,
+                          ZelTheme::InputStyle style = ZelTheme::InputStyle::Default)
 {
-    auto *edit = new QLineEdit;
+    auto *edit = new QLineEdit(parent);
     ZelTheme::styleLineEdit(edit, style);
     if (auto *clearButton = edit->findChild<QToolButton *>()) {
         clearButton->setAccessibleName(QStringLiteral("Limpar"));
@@ -139,25 +146,26 @@ QLineEdit *createLineEdit(ZelTheme::InputStyle style = ZelTheme::InputStyle::Def
     return edit;
 }
 
-template<typename ComboBox = QComboBox> ComboBox *createComboBox(const QString &description)
+QComboBox *createComboBox(QWidget *parent, const QString &description)
 {
-    auto *combo = guarded(new ComboBox);
+    auto *combo = guarded(new FieldComboBox(parent));
+    combo->setMinimumContentsLength(comboLength);
     combo->setAccessibleDescription(description);
     ZelTheme::styleComboBox(combo);
     return combo;
 }
 
-QSpinBox *createSpinBox(int minimum, int maximum)
+QSpinBox *createSpinBox(QWidget *parent, int minimum, int maximum)
 {
-    auto *spin = guarded(new QSpinBox);
+    auto *spin = guarded(new QSpinBox(parent));
     spin->setRange(minimum, maximum);
     ZelTheme::styleSpinBox(spin);
     return spin;
 }
 
-QSlider *createSlider()
+QSlider *createSlider(QWidget *parent)
 {
-    auto *slider = guarded(new QSlider(Qt::Horizontal));
+    auto *slider = guarded(new QSlider(Qt::Horizontal, parent));
     slider->setRange(0, 100);
     return slider;
 }
@@ -168,9 +176,9 @@ QString startPath(const QString &path)
     return path.contains(QChar::Null) ? QString() : path;
 }
 
-QPushButton *createBrowseButton(const QString &purpose, const QString &description)
+QPushButton *createBrowseButton(QWidget *parent, const QString &purpose, const QString &description)
 {
-    auto *button = new QPushButton(QStringLiteral("..."));
+    auto *button = new QPushButton(QStringLiteral("..."), parent);
     button->setFixedWidth(browseButtonWidth);
     button->setAccessibleName(purpose);
     button->setAccessibleDescription(description);
@@ -180,7 +188,7 @@ QPushButton *createBrowseButton(const QString &purpose, const QString &descripti
 /// Adds a group box and returns the layout of its rows.
 QFormLayout *addGroup(QVBoxLayout *groups, const QString &title)
 {
-    auto *group = new QGroupBox(title);
+    auto *group = new QGroupBox(title, groups->parentWidget());
     groups->addWidget(group);
     auto *form = new QFormLayout(group);
     form->setHorizontalSpacing(12);
@@ -192,9 +200,10 @@ QFormLayout *addGroup(QVBoxLayout *groups, const QString &title)
 template<typename Field>
 void addRow(QFormLayout *form, const QString &text, Field *field, QWidget *chief)
 {
-    auto *label = new QLabel(text);
+    auto *label = new QLabel(text, form->parentWidget());
     label->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
     label->setBuddy(chief);
+    label->stackUnder(chief); // a screen reader reads them in this order
     form->addRow(label, field);
 }
 
@@ -267,7 +276,10 @@ SettingsDialog::SettingsDialog(QWidget *parent)
     setWindowTitle(dialogTitle());
     setMinimumSize(620, 640);
     setAttribute(Qt::WA_StyledBackground);
+    // The search waits for the user's login shell; the widgets are made and styled meanwhile.
+    firstSearch = std::async(WineDiscovery::discover);
     setupUi();
+    ensurePolished();
     loadFromSettings();
 }
 
@@ -275,9 +287,10 @@ void SettingsDialog::setupUi()
 {
     useMarks();
 
-    // From the outside in: a widget is styled anew whenever one that holds it gets a parent.
+    // From the outside in, each widget made inside the one that holds it: it would be styled anew
+    // if it, or one that holds it, got a parent later.
     auto *layout = new QVBoxLayout(this);
-    scrollArea = new QScrollArea;
+    scrollArea = new QScrollArea(this);
     scrollArea->setWidgetResizable(true);
     scrollArea->setFrameShape(QFrame::NoFrame);
     scrollArea->setFocusPolicy(Qt::NoFocus); // its fields are what the user moves through
@@ -295,7 +308,7 @@ void SettingsDialog::setupUi()
     fillPatchGroup(addGroup(groups, QStringLiteral("Patch / Links")));
     groups->addStretch(1);
 
-    auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &SettingsDialog::onAccept);
     connect(buttons, &QDialogButtonBox::rejected, this, &SettingsDialog::reject);
     layout->addWidget(buttons);
@@ -304,19 +317,20 @@ void SettingsDialog::setupUi()
 
 void SettingsDialog::fillClientGroup(QFormLayout *form)
 {
-    clientDirEdit = createLineEdit(ZelTheme::InputStyle::Path);
-    clientExeEdit = createLineEdit(ZelTheme::InputStyle::Path);
-    wineCombo = createComboBox<PathComboBox>(QStringLiteral("Wine que inicia o jogo"));
-    wineCombo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    wineCombo->setMinimumContentsLength(wineComboLength);
-    refreshWineButton = new QPushButton(QStringLiteral("Buscar"));
-    refreshWineButton->setCursor(Qt::PointingHandCursor);
-    useWineCheck = new QCheckBox(QStringLiteral("Usar Wine no Linux"));
-    auto *browseDir = createBrowseButton(clientDirTitle(), QStringLiteral("Escolher a pasta"));
-    auto *browseExe = createBrowseButton(QStringLiteral("Executavel do jogo"),
+    QWidget *group = form->parentWidget();
+    // In the order of the rows, which is the order of the tab key.
+    clientDirEdit = createLineEdit(group, ZelTheme::InputStyle::Path);
+    auto *browseDir =
+        createBrowseButton(group, clientDirTitle(), QStringLiteral("Escolher a pasta"));
+    clientExeEdit = createLineEdit(group, ZelTheme::InputStyle::Path);
+    auto *browseExe = createBrowseButton(group, QStringLiteral("Executavel do jogo"),
                                          QStringLiteral("Escolher o arquivo"));
-    auto *browseWine = createBrowseButton(QStringLiteral("Executavel do Wine"),
+    wineCombo = createComboBox(group, QStringLiteral("Wine que inicia o jogo"));
+    refreshWineButton = new QPushButton(QStringLiteral("Buscar"), group);
+    refreshWineButton->setCursor(Qt::PointingHandCursor);
+    auto *browseWine = createBrowseButton(group, QStringLiteral("Executavel do Wine"),
                                           QStringLiteral("Escolher o arquivo"));
+    useWineCheck = new QCheckBox(QStringLiteral("Usar Wine no Linux"), group);
 
     addRow(form, clientDirTitle(), createFieldRow({clientDirEdit, browseDir}), clientDirEdit);
     addRow(form, QStringLiteral("Executavel"), createFieldRow({clientExeEdit, browseExe}),
@@ -335,12 +349,14 @@ void SettingsDialog::fillClientGroup(QFormLayout *form)
 
 void SettingsDialog::fillServerGroup(QFormLayout *form)
 {
-    serverNameEdit = createLineEdit();
-    serverIpEdit = createLineEdit();
-    channelSpin = createSpinBox(1, maxChannels);
+    QWidget *group = form->parentWidget();
+    serverNameEdit = createLineEdit(group);
+    serverIpEdit = createLineEdit(group);
+    channelSpin = createSpinBox(group, 1, maxChannels);
     channelHintLabel = new QLabel(
         QStringLiteral("Cada canal e uma linha no serverlist.txt com o mesmo IP (max. %1).")
-            .arg(maxChannels));
+            .arg(maxChannels),
+        group);
     channelSpin->setAccessibleDescription(channelHintLabel->text());
     channelHintLabel->setWordWrap(true);
     channelHintLabel->setAlignment(Qt::AlignLeft | Qt::AlignTop);
@@ -354,13 +370,14 @@ void SettingsDialog::fillServerGroup(QFormLayout *form)
 
 void SettingsDialog::fillVideoGroup(QFormLayout *form)
 {
-    resolutionCombo = createComboBox(QStringLiteral("Largura e altura da imagem do jogo"));
+    QWidget *group = form->parentWidget();
+    resolutionCombo = createComboBox(group, QStringLiteral("Largura e altura da imagem do jogo"));
     for (const ResolutionEntry &entry : ConfigBin::resolutionEntries()) {
         resolutionCombo->addItem(entry.label, entry.code);
     }
-    windowModeCheck = new QCheckBox(QStringLiteral("Modo janela"));
-    brightnessSlider = createSlider();
-    brightnessLabel = new ValueLabel;
+    windowModeCheck = new QCheckBox(QStringLiteral("Modo janela"), group);
+    brightnessSlider = createSlider(group);
+    brightnessLabel = new ValueLabel(group);
 
     addRow(form, QStringLiteral("Resolucao"), resolutionCombo);
     addRow(form, windowModeCheck);
@@ -374,10 +391,11 @@ void SettingsDialog::fillVideoGroup(QFormLayout *form)
 
 void SettingsDialog::fillAudioGroup(QFormLayout *form)
 {
-    effectsSlider = createSlider();
-    effectsLabel = new ValueLabel;
-    musicSlider = createSlider();
-    musicLabel = new ValueLabel;
+    QWidget *group = form->parentWidget();
+    effectsSlider = createSlider(group);
+    effectsLabel = new ValueLabel(group);
+    musicSlider = createSlider(group);
+    musicLabel = new ValueLabel(group);
 
     addRow(form, QStringLiteral("Efeitos"), makeSliderRow(effectsSlider, effectsLabel),
            effectsSlider);
@@ -393,21 +411,22 @@ void SettingsDialog::fillAudioGroup(QFormLayout *form)
 
 void SettingsDialog::fillGameGroup(QFormLayout *form)
 {
+    QWidget *group = form->parentWidget();
     // The data are the client's own values, not the items' positions.
-    modelQualityCombo = createComboBox(QStringLiteral("Detalhe dos modelos do jogo"));
+    modelQualityCombo = createComboBox(group, QStringLiteral("Detalhe dos modelos do jogo"));
     modelQualityCombo->addItem(QStringLiteral("Baixa"), 1);
     modelQualityCombo->addItem(QStringLiteral("Media"), 2);
     modelQualityCombo->addItem(QStringLiteral("Alta"), 3);
-    cursorCombo = createComboBox(QStringLiteral("Ponteiro do mouse no jogo"));
+    cursorCombo = createComboBox(group, QStringLiteral("Ponteiro do mouse no jogo"));
     cursorCombo->addItem(QStringLiteral("Personalizado do jogo"), 2);
     cursorCombo->addItem(QStringLiteral("Padrao do sistema"), 0);
-    keyboardCombo = createComboBox(QStringLiteral("Teclas que o jogo usa"));
+    keyboardCombo = createComboBox(group, QStringLiteral("Teclas que o jogo usa"));
     keyboardCombo->addItem(QStringLiteral("Teclas ZEL"), 0);
     keyboardCombo->addItem(QStringLiteral("Teclas alternativas"), 1);
-    cameraViewSpin = createSpinBox(0, maxCameraView);
-    cameraRotationCheck = new QCheckBox(QStringLiteral("Rotacao de camera"));
-    dxtCheck = new QCheckBox(QStringLiteral("Texturas DXT (melhor desempenho)"));
-    introVideoCheck = new QCheckBox(QStringLiteral("Reproduzir video de abertura"));
+    cameraViewSpin = createSpinBox(group, 0, maxCameraView);
+    cameraRotationCheck = new QCheckBox(QStringLiteral("Rotacao de camera"), group);
+    dxtCheck = new QCheckBox(QStringLiteral("Texturas DXT (melhor desempenho)"), group);
+    introVideoCheck = new QCheckBox(QStringLiteral("Reproduzir video de abertura"), group);
 
     addRow(form, QStringLiteral("Qualidade de modelos"), modelQualityCombo);
     addRow(form, QStringLiteral("Cursor"), cursorCombo);
@@ -420,9 +439,10 @@ void SettingsDialog::fillGameGroup(QFormLayout *form)
 
 void SettingsDialog::fillPatchGroup(QFormLayout *form)
 {
-    patchUrlEdit = createLineEdit();
-    websiteEdit = createLineEdit();
-    newsEdit = createLineEdit();
+    QWidget *group = form->parentWidget();
+    patchUrlEdit = createLineEdit(group);
+    websiteEdit = createLineEdit(group);
+    newsEdit = createLineEdit(group);
 
     addRow(form, QStringLiteral("URL base do patch"), patchUrlEdit);
     addRow(form, QStringLiteral("Site"), websiteEdit);
@@ -430,13 +450,14 @@ void SettingsDialog::fillPatchGroup(QFormLayout *form)
 }
 
 /// Gives check boxes, spin boxes and combo boxes back the marks that the global style sheet takes
-/// from them. The pictures are part of the program; without them everything stays as it is.
+/// from them, and the clear buttons one that suits both modes. The pictures are part of the
+/// program; without them everything stays as it is.
 void SettingsDialog::useMarks()
 {
     if (!QFile::exists(QStringLiteral(":/marks/check.png"))) {
         return;
     }
-    setStyleSheet(QStringLiteral(R"(
+    setStyleSheet(MessageBox::buttonSheet() + QStringLiteral(R"(
 QCheckBox:focus, QSlider:focus { background: rgba(91, 141, 239, 0.2); border-radius: 4px; }
 QCheckBox::indicator {
     width: 16px;
@@ -457,6 +478,7 @@ QComboBox#ZelInput::down-arrow { image: url(:/marks/down.png); width: 12px; heig
 QSpinBox#ZelInput::up-button { border: none; width: 18px; margin: 3px 3px 0 0; }
 QSpinBox#ZelInput::down-button { border: none; width: 18px; margin: 0 3px 3px 0; }
 QSpinBox#ZelInput::up-arrow { image: url(:/marks/up.png); width: 12px; height: 12px; }
+QLineEdit { lineedit-clear-button-icon: url(:/marks/clear.png); }
 QSpinBox#ZelInput::down-arrow { image: url(:/marks/down.png); width: 12px; height: 12px; }
 )"));
 }
@@ -547,7 +569,7 @@ void SettingsDialog::refreshWineInstallations(const QString &preferredPath)
     {
         const QSignalBlocker blocker(wineCombo);
         wineCombo->clear();
-        wineInstallations = WineDiscovery::discover();
+        wineInstallations = firstSearch.valid() ? firstSearch.get() : WineDiscovery::discover();
         for (const WineInstallation &wine : std::as_const(wineInstallations)) {
             wineCombo->addItem(wine.label, wine.path);
         }

@@ -4,6 +4,8 @@
 #include <QList>
 #include <QString>
 
+#include <future>
+
 #include "wine/WineDiscovery.h"
 
 class QCheckBox;
@@ -82,6 +84,7 @@ private:
     QCheckBox *introVideoCheck = nullptr;
     QLineEdit *websiteEdit = nullptr;
     QLineEdit *newsEdit = nullptr;
+    std::future<QList<WineInstallation>> firstSearch; ///< Until its result is taken.
     QList<WineInstallation> wineInstallations; ///< As in wineCombo, without one of the user's own.
     QString currentWinePath;                   ///< The Wine chosen; stands when wineCombo is empty.
 };

@@ -18,7 +18,7 @@ public:
     /// listed once, with the label of the first route that reached it.
     ///
     /// Blocks up to 2000 ms for the login shell, which is ended when it needs longer. Nothing is
-    /// reported: what is missing, unreadable or hangs contributes no entry.
+    /// reported: what is missing, unreadable or hangs contributes no entry. From any thread.
     static QList<WineInstallation> discover();
 
     /// Index of the first of @p installations that is the same file as @p path, symbolic links

@@ -1,6 +1,7 @@
 #include "support/TestMain.h"
 
 #include <QAbstractItemView>
+#include <QFileDialog>
 #include <QImage>
 #include <QLayout>
 #include <QRegularExpression>
@@ -9,6 +10,7 @@
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTabBar>
+#include <QToolButton>
 #include <QWheelEvent>
 
 #include <memory>
@@ -18,7 +20,9 @@
 #include "settings/LauncherSettings.h"
 #include "support/FakeClient.h"
 #include "support/FakeWineHost.h"
+#include "support/MessageBoxAnswerer.h"
 #include "support/StyleSheet.h"
+#include "ui/MessageBox.h"
 #include "ui/ZelTheme.h"
 
 using namespace Qt::StringLiterals;
@@ -153,6 +157,8 @@ private slots:
     void theSlidersHandleIsWhole();
     void aFieldShowsThatItHasTheFocus_data();
     void aFieldShowsThatItHasTheFocus();
+    void theClearButtonShowsItsMark();
+    void theStandardButtonsHaveWordsAlone();
     void everyPictureOfTheSheetExists();
     void theSheetLeavesOtherWindowsAlone();
     void withoutThePicturesTheDialogStaysSilent();
@@ -931,6 +937,49 @@ void TestSettingsDialog::aFieldShowsThatItHasTheFocus()
     QVERIFY(pictureOf(field, field->rect()) != before);
 }
 
+void TestSettingsDialog::theClearButtonShowsItsMark()
+{
+    for (const QLineEdit *edit : {fields->clientDir, fields->clientExe}) {
+        const auto *button = edit->findChild<QToolButton *>();
+        QVERIFY(button);
+        const QIcon mark(u":/marks/clear.png"_s);
+        QCOMPARE(button->icon().pixmap({16, 16}, 1).toImage(), mark.pixmap({16, 16}, 1).toImage());
+    }
+}
+
+void TestSettingsDialog::theStandardButtonsHaveWordsAlone()
+{
+    // A desktop that wants pictures, as most do.
+    const auto restore = qScopeGuard([] { ZelTheme::apply(application(), ZelTheme::Mode::Dark); });
+    application().setStyleSheet(application().styleSheet() +
+                                u"QDialogButtonBox { dialogbuttonbox-buttons-have-icons: 1; }"_s);
+    const QDialogButtonBox plain(QDialogButtonBox::Ok);
+    QVERIFY(!plain.button(QDialogButtonBox::Ok)->icon().isNull());
+
+    open();
+    QVERIFY(fields->ok->icon().isNull());
+    QVERIFY(fields->cancel->icon().isNull());
+
+    const QFileDialog chooser(dialog.get());
+    const QList<QDialogButtonBox *> boxes = chooser.findChildren<QDialogButtonBox *>();
+    QCOMPARE(boxes.size(), 1);
+    QVERIFY(boxes.first()->buttons().size() == 2);
+    for (const QAbstractButton *button : boxes.first()->buttons()) {
+        QVERIFY(button->icon().isNull());
+    }
+
+    const auto look = [](const QMessageBox &box) {
+        for (const QAbstractButton *button : box.buttons()) {
+            QVERIFY(button->icon().isNull());
+        }
+    };
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::No, look);
+    user.expect(QMessageBox::Ok, look);
+    QVERIFY(!MessageBox::ask(nullptr, u"Titulo"_s, u"Texto"_s));
+    MessageBox::information(nullptr, u"Titulo"_s, u"Texto"_s);
+}
+
 void TestSettingsDialog::everyPictureOfTheSheetExists()
 {
     static const QRegularExpression url(u"url\\(([^)]*)\\)"_s);
@@ -944,7 +993,7 @@ void TestSettingsDialog::everyPictureOfTheSheetExists()
         QCOMPARE(twice.size(), single.size() * 2);
         ++pictures;
     }
-    QCOMPARE(pictures, 4);
+    QCOMPARE(pictures, 5);
 }
 
 void TestSettingsDialog::theSheetLeavesOtherWindowsAlone()

@@ -166,6 +166,7 @@ private slots:
     void aNewSearchKeepsTheChoice_data();
     void aNewSearchKeepsTheChoice();
     void aNewSearchFindsWhatIsNew();
+    void eachSearchAsksTheLoginShellOnce();
     void aNewSearchKeepsAChoiceThatIsGone();
     void aSearchTellsNobodyWhileItFillsTheList();
     void onAMachineWithoutWineTheCommandItselfIsOffered();
@@ -862,6 +863,22 @@ void TestSettingsDialogData::aNewSearchFindsWhatIsNew()
     SettingsFields::click(fields->refreshWine);
     QVERIFY(SettingsFields::data(fields->wine).contains(path));
     QCOMPARE(fields->wine->currentData().toString(), chosen);
+}
+
+void TestSettingsDialogData::eachSearchAsksTheLoginShellOnce()
+{
+    QFile shell(host->filePath(u"bin/bash"_s));
+    QVERIFY(shell.open(QIODevice::Append));
+    shell.write("echo asked >> \"$HOME/asked\"\n");
+    shell.close();
+    const auto asked = [this] {
+        QFile file(host->filePath(u"home/asked"_s));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    open();
+    QCOMPARE(asked(), "asked\n");
+    SettingsFields::click(fields->refreshWine);
+    QCOMPARE(asked(), "asked\nasked\n");
 }
 
 void TestSettingsDialogData::aNewSearchKeepsAChoiceThatIsGone()
