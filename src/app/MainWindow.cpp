@@ -67,9 +67,9 @@ QPushButton:disabled { background: #3a3a3a; color: #888888; border-color: #55555
     return sheet.arg(fontPx) + QStringLiteral(" QPushButton { min-width: %1px; }").arg(minWidthPx);
 }
 
-QPushButton *createButton(const QString &text, int width, int fontPx)
+QPushButton *createButton(QWidget *parent, const QString &text, int width, int fontPx)
 {
-    auto *button = new QPushButton(text);
+    auto *button = new QPushButton(text, parent);
     // With its padding and border the sheet's minimum is the wider of the two, and wins.
     button->setFixedSize(width, 54);
     button->setCursor(Qt::PointingHandCursor);
@@ -77,9 +77,9 @@ QPushButton *createButton(const QString &text, int width, int fontPx)
     return button;
 }
 
-QProgressBar *createProgressBar()
+QProgressBar *createProgressBar(QWidget *parent)
 {
-    auto *bar = new QProgressBar;
+    auto *bar = new QProgressBar(parent);
     bar->setRange(0, 100);
     bar->setTextVisible(false);
     bar->setFixedHeight(12);
@@ -169,18 +169,20 @@ MainWindow::~MainWindow()
 
 void MainWindow::setupUi()
 {
-    auto *root = new QWidget;
+    // Each widget is made inside the one that holds it: it would be styled anew if it got its
+    // parent later.
+    auto *root = new QWidget(this);
     root->setObjectName(QStringLiteral("LauncherRoot"));
     root->setStyleSheet(QStringLiteral("QWidget#LauncherRoot { background-color: #000000; }"));
     setCentralWidget(root);
 
-    backgroundLabel = new QLabel;
+    backgroundLabel = new QLabel(root);
     backgroundLabel->setFixedSize(pictureSize);
     backgroundLabel->setScaledContents(true);
     backgroundLabel->setAccessibleName(QStringLiteral("Imagem do jogo"));
     backgroundLabel->setAccessibleDescription(QStringLiteral("Launcher.bmp da pasta do cliente"));
 
-    bottomFrame = new QFrame;
+    bottomFrame = new QFrame(root);
     bottomFrame->setObjectName(QStringLiteral("LauncherBottom"));
     bottomFrame->setFixedHeight(barHeight);
     bottomFrame->setStyleSheet(QStringLiteral("QFrame#LauncherBottom {  background-color: #080808;"
@@ -192,21 +194,21 @@ void MainWindow::setupUi()
     rootLayout->addWidget(backgroundLabel);
     rootLayout->addWidget(bottomFrame);
 
-    statusLabel = new QLabel(QStringLiteral("Pronto para iniciar."));
-    statusLabel->setTextFormat(Qt::PlainText);
-    statusLabel->setStyleSheet(
-        QStringLiteral("color: #9a9a9a; font-size: 11px; background: transparent;"));
-
-    footerLabel = new QLabel(QStringLiteral("ZEL Launcher - Orvandale"));
-    footerLabel->setAlignment(Qt::AlignCenter);
-    footerLabel->setStyleSheet(
-        QStringLiteral("color: #666666; font-size: 9px; background: transparent;"));
-
     auto *bottomLayout = new QVBoxLayout(bottomFrame);
     bottomLayout->setContentsMargins(14, 10, 14, 6);
     bottomLayout->setSpacing(6);
     bottomLayout->addLayout(createButtonRow());
+
+    statusLabel = new QLabel(QStringLiteral("Pronto para iniciar."), bottomFrame);
+    statusLabel->setTextFormat(Qt::PlainText);
+    statusLabel->setStyleSheet(
+        QStringLiteral("color: #9a9a9a; font-size: 11px; background: transparent;"));
     bottomLayout->addWidget(statusLabel);
+
+    footerLabel = new QLabel(QStringLiteral("ZEL Launcher - Orvandale"), bottomFrame);
+    footerLabel->setAlignment(Qt::AlignCenter);
+    footerLabel->setStyleSheet(
+        QStringLiteral("color: #666666; font-size: 9px; background: transparent;"));
     bottomLayout->addWidget(footerLabel);
 
     connect(playButton, &QPushButton::clicked, this, &MainWindow::onPlay);
@@ -217,15 +219,15 @@ void MainWindow::setupUi()
 /// The buttons, with the progress bars between them.
 QLayout *MainWindow::createButtonRow()
 {
-    playButton = createButton(QStringLiteral("Iniciar"), 136, 17);
-    settingsButton = createButton(QStringLiteral("Configuracao"), 112, 12);
-    cancelButton = createButton(QStringLiteral("Cancelar"), 96, 12);
-    progressBar = createProgressBar();
+    playButton = createButton(bottomFrame, QStringLiteral("Iniciar"), 136, 17);
+    progressBar = createProgressBar(bottomFrame);
     progressBar->setAccessibleName(QStringLiteral("Progresso da atualizacao"));
     progressBar->setAccessibleDescription(QStringLiteral("Quanto ja foi baixado, em porcentagem"));
-    progressBarLead = createProgressBar();
+    progressBarLead = createProgressBar(bottomFrame);
     progressBarLead->setAccessibleName(QStringLiteral("Progresso da atualizacao, adiantado"));
     progressBarLead->setAccessibleDescription(QStringLiteral("Um pouco a frente da outra barra"));
+    settingsButton = createButton(bottomFrame, QStringLiteral("Configuracao"), 112, 12);
+    cancelButton = createButton(bottomFrame, QStringLiteral("Cancelar"), 96, 12);
 
     auto *bars = new QVBoxLayout;
     bars->setSpacing(8);
@@ -291,7 +293,7 @@ void MainWindow::onPatchProgress(int percent)
 {
     progressBar->setValue(percent);
     // The lower bar runs ahead of the upper one on purpose; both reach 100 together.
-    progressBarLead->setValue(std::min(percent + progressLead, 100));
+    progressBarLead->setValue(std::min(percent, 100 - progressLead) + progressLead);
 }
 
 void MainWindow::onPlay()

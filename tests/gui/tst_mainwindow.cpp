@@ -5,8 +5,11 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QMap>
 #include <QPainter>
 #include <QScopeGuard>
+
+#include <limits>
 
 #include "gui/LauncherWindow.h"
 #include "settings/LauncherSettings.h"
@@ -83,6 +86,7 @@ private slots:
     void theSizeIsFixed();
     void theWindowIsAPictureAboveABar();
     void theBarHoldsButtonsStatusAndFooter();
+    void beforeItIsShownEachPartHasItsOwnSize();
     void theProgressBarsTakeTheWidthThatTheButtonsLeave();
     void eachButtonHasItsLook_data();
     void eachButtonHasItsLook();
@@ -95,6 +99,7 @@ private slots:
     void aStatusReportReplacesTheStatusLine();
     void theLowerBarRunsAheadOnPurpose_data();
     void theLowerBarRunsAheadOnPurpose();
+    void aPercentageOutOfRangeDoesNoHarm();
     void theSummaryIsFilledInOnePass_data();
     void theSummaryIsFilledInOnePass();
     void theStatusLineShowsMarkUpAsItStands();
@@ -206,6 +211,29 @@ void TestMainWindow::theBarHoldsButtonsStatusAndFooter()
     QCOMPARE(bars->count(), 2);
     QCOMPARE(bars->itemAt(0)->widget(), launcher.upperBar);
     QCOMPARE(bars->itemAt(1)->widget(), launcher.lowerBar);
+}
+
+void TestMainWindow::beforeItIsShownEachPartHasItsOwnSize()
+{
+    const MainWindow window;
+    const QMap<QString, QSize> expected{{QStringLiteral("Iniciar"), {136, 54}},
+                                        {QStringLiteral("Configuracao"), {112, 54}},
+                                        {QStringLiteral("Cancelar"), {96, 54}}};
+    QMap<QString, QSize> smallest;
+    QMap<QString, QSize> largest;
+    for (const QPushButton *button : window.findChildren<QPushButton *>()) {
+        smallest.insert(button->text(), button->minimumSize());
+        largest.insert(button->text(), button->maximumSize());
+    }
+    QCOMPARE(smallest, expected);
+    QCOMPARE(largest, expected);
+
+    const QList<QProgressBar *> bars = window.findChildren<QProgressBar *>();
+    QCOMPARE(bars.size(), 2);
+    for (const QProgressBar *bar : bars) {
+        QCOMPARE(bar->minimumHeight(), 12);
+        QCOMPARE(bar->maximumHeight(), 12);
+    }
 }
 
 void TestMainWindow::theProgressBarsTakeTheWidthThatTheButtonsLeave()
@@ -376,6 +404,16 @@ void TestMainWindow::theLowerBarRunsAheadOnPurpose()
     emit launcher.patchManager->progressChanged(percent);
     QCOMPARE(launcher.progress(), QList<int>({percent, lower}));
     QCOMPARE(launcher.status->text(), status);
+}
+
+void TestMainWindow::aPercentageOutOfRangeDoesNoHarm()
+{
+    const LauncherWindow launcher;
+    emit launcher.patchManager->progressChanged(50);
+    emit launcher.patchManager->progressChanged(std::numeric_limits<int>::max());
+    QCOMPARE(launcher.progress(), QList<int>({50, 100}));
+    emit launcher.patchManager->progressChanged(std::numeric_limits<int>::min());
+    QCOMPARE(launcher.progress(), QList<int>({50, 100}));
 }
 
 void TestMainWindow::theSummaryIsFilledInOnePass_data()
