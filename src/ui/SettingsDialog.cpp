@@ -276,8 +276,8 @@ SettingsDialog::SettingsDialog(QWidget *parent)
     setWindowTitle(dialogTitle());
     setMinimumSize(620, 640);
     setAttribute(Qt::WA_StyledBackground);
-    // The search waits for the user's login shell; the widgets are made and styled meanwhile.
-    firstSearch = std::async(WineDiscovery::discover);
+    // The search for Wine waits for the shell; the widgets are made and styled while it runs.
+    firstShell.emplace();
     setupUi();
     ensurePolished();
     loadFromSettings();
@@ -569,7 +569,9 @@ void SettingsDialog::refreshWineInstallations(const QString &preferredPath)
     {
         const QSignalBlocker blocker(wineCombo);
         wineCombo->clear();
-        wineInstallations = firstSearch.valid() ? firstSearch.get() : WineDiscovery::discover();
+        wineInstallations =
+            firstShell ? WineDiscovery::discoverWith(*firstShell) : WineDiscovery::discover();
+        firstShell.reset();
         for (const WineInstallation &wine : std::as_const(wineInstallations)) {
             wineCombo->addItem(wine.label, wine.path);
         }

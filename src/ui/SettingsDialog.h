@@ -4,8 +4,9 @@
 #include <QList>
 #include <QString>
 
-#include <future>
+#include <optional>
 
+#include "wine/LoginShell.h"
 #include "wine/WineDiscovery.h"
 
 class QCheckBox;
@@ -84,7 +85,7 @@ private:
     QCheckBox *introVideoCheck = nullptr;
     QLineEdit *websiteEdit = nullptr;
     QLineEdit *newsEdit = nullptr;
-    std::future<QList<WineInstallation>> firstSearch; ///< Until its result is taken.
+    std::optional<LoginShell> firstShell; ///< Runs while the dialog is made, until it is asked.
     QList<WineInstallation> wineInstallations; ///< As in wineCombo, without one of the user's own.
     QString currentWinePath;                   ///< The Wine chosen; stands when wineCombo is empty.
 };

@@ -347,7 +347,6 @@ QLineEdit#ZelInputHeader {
 QLineEdit#ZelInputHeader:focus { border: 2px solid #007AFF; padding: 8px 13px; }
 QTextEdit#ZelTextArea {
     background: #FFFFFF;
-    color: #1D1D1F;
     border: 1px solid #D2D2D7;
     border-radius: 10px;
     padding: 10px 14px;

@@ -1,23 +1,21 @@
 #include "wine/WineDiscovery.h"
 
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFileInfo>
-#include <QProcess>
 #include <QSet>
 #include <QStandardPaths>
 #include <QStringTokenizer>
 
 #include <algorithm>
 
+#include "wine/LoginShell.h"
+
 namespace
 {
 
-constexpr int shellTimeoutMs = 2000;
-// A shell's answer comes last, whatever the user's profile prints before. Of a flood the end is
-// enough: so many bytes are remembered and so many different lines looked up.
-constexpr qsizetype shellOutputLimit = 16'000'000;
-constexpr qsizetype shellLineLimit = 5000;
+// The shell's answer comes last, whatever the user's profile prints before. Of a flood the end is
+// enough: so many different lines are looked up.
+constexpr qsizetype shellLineLimit = 20'000;
 
 /// False for a path that cannot be handed to the system at all.
 bool isUsable(const QString &path)
@@ -99,40 +97,10 @@ void appendGlobDir(QList<WineInstallation> &list, QSet<QString> &seen, const QSt
     }
 }
 
-/// What the user's login shell answers to the question for Wine; empty when it is not done in
-/// time.
-QByteArray loginShellOutput()
-{
-    QProcess shell;
-    shell.setStandardErrorFile(QProcess::nullDevice());
-    shell.start(QStringLiteral("bash"),
-                {QStringLiteral("-lc"), QStringLiteral("command -v wine64; command -v wine")});
-
-    // Read as it comes: waiting for the end alone would never time out, nor stop to gather,
-    // while the shell keeps printing.
-    const QDeadlineTimer deadline(shellTimeoutMs);
-    QByteArray output;
-    while (!deadline.hasExpired() && shell.waitForReadyRead(int(deadline.remainingTime()))) {
-        output += shell.readAllStandardOutput();
-        if (output.size() > 2 * shellOutputLimit) {
-            output = output.last(shellOutputLimit);
-        }
-    }
-    if (shell.state() != QProcess::NotRunning) {
-        shell.kill();
-        shell.waitForFinished(); // an object destroyed with its child running would complain
-        return {};
-    }
-    if (shell.error() == QProcess::FailedToStart) {
-        return {};
-    }
-    return output + shell.readAllStandardOutput();
-}
-
 /// Adds what the user's login shell finds. A profile may print lines of its own.
-void appendFromLoginShell(QList<WineInstallation> &list, QSet<QString> &seen)
+void appendFromLoginShell(QList<WineInstallation> &list, QSet<QString> &seen, LoginShell &shell)
 {
-    const QString output = QString::fromUtf8(loginShellOutput());
+    const QString output = QString::fromUtf8(shell.output());
     QList<QStringView> lines;
     QSet<QStringView> known;
     for (const QStringView part : qTokenize(output, u'\n', Qt::SkipEmptyParts)) {
@@ -150,6 +118,12 @@ void appendFromLoginShell(QList<WineInstallation> &list, QSet<QString> &seen)
 } // namespace
 
 QList<WineInstallation> WineDiscovery::discover()
+{
+    LoginShell shell;
+    return discoverWith(shell);
+}
+
+QList<WineInstallation> WineDiscovery::discoverWith(LoginShell &shell)
 {
     QList<WineInstallation> list;
     QSet<QString> seen;
@@ -175,7 +149,7 @@ QList<WineInstallation> WineDiscovery::discover()
             appendBuild(list, seen, runners.filePath(name), QStringLiteral("Lutris"));
         }
     }
-    appendFromLoginShell(list, seen);
+    appendFromLoginShell(list, seen, shell);
     return list;
 }
 

@@ -524,7 +524,7 @@ void TestWineDiscovery::aFloodBeforeTheAnswerDoesNoHarm_data()
 
     QTest::newRow("many equal lines") << QByteArray("/usr/bin/yes | /usr/bin/head -n 200000");
     QTest::newRow("many lines") << QByteArray("/usr/bin/seq 2000");
-    QTest::newRow("more lines than are looked up") << QByteArray("/usr/bin/seq 20000");
+    QTest::newRow("more lines than are looked up") << QByteArray("/usr/bin/seq 30000");
     QTest::newRow("more than is remembered")
         << QByteArray("/usr/bin/yes | /usr/bin/head -c 36000000");
 }
@@ -541,7 +541,7 @@ void TestWineDiscovery::anAnswerBeforeTheUsualNoiseIsHeard()
 {
     makeWine(at(u"elsewhere/wine"_s));
     fakeShell("echo " + at(u"elsewhere/wine"_s).toLocal8Bit() +
-              "; /usr/bin/seq 2000; /usr/bin/yes | /usr/bin/head -c 1000000");
+              "; /usr/bin/seq 10000; /usr/bin/yes | /usr/bin/head -c 1000000");
     QCOMPARE(discovered(), QStringList{bareEntry(at(u"elsewhere/wine"_s))});
 }
 
