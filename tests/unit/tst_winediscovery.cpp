@@ -1,5 +1,6 @@
 #include "support/TestMain.h"
 
+#include "wine/LoginShell.h"
 #include "wine/WineDiscovery.h"
 
 #include <QDir>
@@ -139,6 +140,8 @@ private slots:
     void aFloodBeforeTheAnswerDoesNoHarm();
     void anAnswerBeforeTheUsualNoiseIsHeard();
     void aSlowShellIsEndedAfterTwoSeconds();
+    void theTimeOfAShellBeginsWithItsStart();
+    void aShellThatNobodyAskedIsEnded();
     void anEndlessFloodIsEndedAfterTwoSeconds_data();
     void anEndlessFloodIsEndedAfterTwoSeconds();
     void aBackgroundProcessOfTheShellIsNotWaitedFor();
@@ -558,6 +561,28 @@ void TestWineDiscovery::aSlowShellIsEndedAfterTwoSeconds()
     const qint64 pid = contentOf(at(u"pid"_s)).trimmed().toLongLong();
     QVERIFY(pid > 0);
     QVERIFY(!isAlive(pid));
+}
+
+void TestWineDiscovery::theTimeOfAShellBeginsWithItsStart()
+{
+    fakeShell("exec /bin/sleep 60");
+    LoginShell shell;
+    QTest::qSleep(1500);
+    QElapsedTimer timer;
+    timer.start();
+    WineDiscovery::discoverWith(shell);
+    QVERIFY(timer.elapsed() >= 300);
+    QVERIFY(timer.elapsed() < 1500);
+}
+
+void TestWineDiscovery::aShellThatNobodyAskedIsEnded()
+{
+    fakeShell("echo $$ > " + at(u"pid"_s).toLocal8Bit() + "; exec /bin/sleep 60");
+    {
+        const LoginShell shell;
+        QTRY_VERIFY(contentOf(at(u"pid"_s)).endsWith('\n'));
+    }
+    QVERIFY(!isAlive(contentOf(at(u"pid"_s)).trimmed().toLongLong()));
 }
 
 void TestWineDiscovery::anEndlessFloodIsEndedAfterTwoSeconds_data()
