@@ -75,6 +75,7 @@ private:
     std::unique_ptr<HttpServer> server;
     std::unique_ptr<LauncherWindow> launcher;
     QPointer<QLineEdit> clientDirEdit; // of the open settings dialog
+    QPointer<QFileDialog> openChooser;
     QString wine;
 
     // What has been opened and started so far.
@@ -122,6 +123,7 @@ bool TestRandomUser::eventFilter(QObject *watched, QEvent *event)
     if (event->type() == QEvent::Show) {
         if (auto *chooser = qobject_cast<QFileDialog *>(watched)) {
             chooser->setOption(QFileDialog::ReadOnly);
+            openChooser = chooser;
             ++choosers;
         } else if (auto *dialog = qobject_cast<SettingsDialog *>(watched)) {
             clientDirEdit = SettingsFields(*dialog).clientDir;
@@ -173,6 +175,10 @@ void TestRandomUser::stayInside()
     }
     if (clientDirEdit && leadsOut(clientDirEdit->text())) {
         clientDirEdit->setText(client->dir());
+    }
+    // One step on is /proc, where a chooser reads files for their type that never end.
+    if (openChooser && openChooser->directory().isRoot()) {
+        openChooser->setDirectory(client->dir());
     }
     if (!isInside(settings.resolvedClientExe())) {
         settings.clientExe = u"ZEL.exe"_s;
