@@ -450,8 +450,8 @@ void SettingsDialog::fillPatchGroup(QFormLayout *form)
 }
 
 /// Gives check boxes, spin boxes and combo boxes back the marks that the global style sheet takes
-/// from them, and the clear buttons one that suits both modes. The pictures are part of the
-/// program; without them everything stays as it is.
+/// from them, gives the clear buttons one that suits both modes, and leaves the standard buttons to
+/// their words. The pictures are part of the program; without them everything stays as it is.
 void SettingsDialog::useMarks()
 {
     if (!QFile::exists(QStringLiteral(":/marks/check.png"))) {
@@ -478,8 +478,8 @@ QComboBox#ZelInput::down-arrow { image: url(:/marks/down.png); width: 12px; heig
 QSpinBox#ZelInput::up-button { border: none; width: 18px; margin: 3px 3px 0 0; }
 QSpinBox#ZelInput::down-button { border: none; width: 18px; margin: 0 3px 3px 0; }
 QSpinBox#ZelInput::up-arrow { image: url(:/marks/up.png); width: 12px; height: 12px; }
-QLineEdit { lineedit-clear-button-icon: url(:/marks/clear.png); }
 QSpinBox#ZelInput::down-arrow { image: url(:/marks/down.png); width: 12px; height: 12px; }
+QLineEdit { lineedit-clear-button-icon: url(:/marks/clear.png); }
 )"));
 }
 

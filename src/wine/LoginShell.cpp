@@ -1,15 +1,19 @@
 #include "wine/LoginShell.h"
 
+#include <algorithm>
+
 namespace
 {
 
 constexpr int timeoutMs = 2000;
+/// Enough to read what a shell that has ended already left behind.
+constexpr qint64 leastWaitMs = 100;
 constexpr qsizetype outputLimit = 16'000'000;
 
 } // namespace
 
 LoginShell::LoginShell()
-    : deadline(timeoutMs)
+    : end(timeoutMs)
 {
     process.setStandardErrorFile(QProcess::nullDevice());
     process.start(QStringLiteral("bash"),
@@ -28,6 +32,7 @@ QByteArray LoginShell::output()
 {
     // Read as it comes: waiting for the end alone would never time out, nor stop to gather,
     // while the shell keeps printing.
+    const QDeadlineTimer deadline(std::max(end.remainingTime(), leastWaitMs));
     QByteArray output;
     while (!deadline.hasExpired() && process.waitForReadyRead(int(deadline.remainingTime()))) {
         output += process.readAllStandardOutput();
@@ -35,12 +40,7 @@ QByteArray LoginShell::output()
             output = output.last(outputLimit);
         }
     }
-    if (process.state() != QProcess::NotRunning) {
-        process.kill();
-        process.waitForFinished();
-        return {};
-    }
-    if (process.error() == QProcess::FailedToStart) {
+    if (process.state() != QProcess::NotRunning || process.error() == QProcess::FailedToStart) {
         return {};
     }
     return output + process.readAllStandardOutput();

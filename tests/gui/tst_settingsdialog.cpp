@@ -963,7 +963,7 @@ void TestSettingsDialog::theStandardButtonsHaveWordsAlone()
     const QFileDialog chooser(dialog.get());
     const QList<QDialogButtonBox *> boxes = chooser.findChildren<QDialogButtonBox *>();
     QCOMPARE(boxes.size(), 1);
-    QVERIFY(boxes.first()->buttons().size() == 2);
+    QCOMPARE(boxes.first()->buttons().size(), 2);
     for (const QAbstractButton *button : boxes.first()->buttons()) {
         QVERIFY(button->icon().isNull());
     }

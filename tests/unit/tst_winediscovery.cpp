@@ -141,6 +141,7 @@ private slots:
     void anAnswerBeforeTheUsualNoiseIsHeard();
     void aSlowShellIsEndedAfterTwoSeconds();
     void theTimeOfAShellBeginsWithItsStart();
+    void aShellThatEndedIsHeardHoweverLate();
     void aShellThatNobodyAskedIsEnded();
     void anEndlessFloodIsEndedAfterTwoSeconds_data();
     void anEndlessFloodIsEndedAfterTwoSeconds();
@@ -170,6 +171,7 @@ private:
     void fakeShell(const QByteArray &script) const;
     void realShell(const QByteArray &profile) const;
     QStringList discovered() const;
+    QStringList own(const QList<WineInstallation> &installations) const;
 
     QString fake(const QString &systemPath) const { return fakeSystem->path(systemPath); }
     QStringList discoveredInFakeSystem() const;
@@ -230,13 +232,18 @@ void TestWineDiscovery::realShell(const QByteArray &profile) const
 /// What discovery finds within the test's own folder.
 QStringList TestWineDiscovery::discovered() const
 {
-    QList<WineInstallation> own;
-    for (const WineInstallation &wine : WineDiscovery::discover()) {
+    return own(WineDiscovery::discover());
+}
+
+QStringList TestWineDiscovery::own(const QList<WineInstallation> &installations) const
+{
+    QList<WineInstallation> list;
+    for (const WineInstallation &wine : installations) {
         if (wine.path.startsWith(root->path())) {
-            own << wine;
+            list << wine;
         }
     }
-    return asText(own);
+    return asText(list);
 }
 
 void TestWineDiscovery::nothingAnywhereFindsNothing()
@@ -573,6 +580,16 @@ void TestWineDiscovery::theTimeOfAShellBeginsWithItsStart()
     WineDiscovery::discoverWith(shell);
     QVERIFY(timer.elapsed() >= 300);
     QVERIFY(timer.elapsed() < 1500);
+}
+
+void TestWineDiscovery::aShellThatEndedIsHeardHoweverLate()
+{
+    makeWine(at(u"elsewhere/wine"_s));
+    fakeShell("echo " + at(u"elsewhere/wine"_s).toLocal8Bit());
+    LoginShell shell;
+    QTest::qSleep(2100);
+    QCOMPARE(own(WineDiscovery::discoverWith(shell)),
+             QStringList{bareEntry(at(u"elsewhere/wine"_s))});
 }
 
 void TestWineDiscovery::aShellThatNobodyAskedIsEnded()
