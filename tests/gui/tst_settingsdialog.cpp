@@ -129,6 +129,7 @@ private slots:
 
     void theLabelsAreOnOneLineWithTheirFields_data();
     void theLabelsAreOnOneLineWithTheirFields();
+    void theFormAloneDecidesHowWideAComboBoxIs();
     void aLongWinePathDoesNotWidenTheDialog();
     void aLongWinePathIsCutInTheMiddle();
     void theListOfWinesOpensAsWideAsItsPaths();
@@ -549,6 +550,19 @@ void TestSettingsDialog::theLabelsAreOnOneLineWithTheirFields()
         }
     }
     QCOMPARE(rows, 17);
+}
+
+void TestSettingsDialog::theFormAloneDecidesHowWideAComboBoxIs()
+{
+    LauncherSettings::instance().winePath = u"/opt/"_s + QString(200, u'm');
+    open();
+    for (const QComboBox *combo : {fields->wine, fields->resolution, fields->modelQuality,
+                                   fields->cursor, fields->keyboard}) {
+        const int content = 20 * combo->fontMetrics().horizontalAdvance(u'X');
+        QVERIFY(combo->sizeHint().width() >= content);
+        QVERIFY(combo->sizeHint().width() < 2 * content);
+        QCOMPARE(combo->minimumSizeHint(), combo->sizeHint());
+    }
 }
 
 void TestSettingsDialog::aLongWinePathDoesNotWidenTheDialog()
