@@ -15,10 +15,10 @@
 #include "gui/ScreenReader.h"
 #include "gui/SettingsFields.h"
 #include "settings/LauncherSettings.h"
-#include "support/FakeClient.h"
-#include "support/MessageBoxAnswerer.h"
-#include "support/NginxServer.h"
-#include "support/ProcessTable.h"
+#include "support/network/NginxServer.h"
+#include "support/process/FakeClient.h"
+#include "support/process/ProcessTable.h"
+#include "support/windows/MessageBoxAnswerer.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -15,9 +15,9 @@
 
 #include "patch/PatchManager.h"
 #include "settings/LauncherSettings.h"
-#include "support/Disk.h"
-#include "support/HostileNames.h"
-#include "support/NginxServer.h"
+#include "support/files/Disk.h"
+#include "support/files/HostileNames.h"
+#include "support/network/NginxServer.h"
 #include "zel-manifest/Manifest.h"
 
 namespace fs = std::filesystem;

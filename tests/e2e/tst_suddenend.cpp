@@ -18,8 +18,8 @@
 #include "gui/RealLauncher.h"
 #include "patch/PatchManager.h"
 #include "settings/LauncherSettings.h"
-#include "support/Disk.h"
-#include "support/HttpServer.h"
+#include "support/files/Disk.h"
+#include "support/network/HttpServer.h"
 
 using namespace Qt::StringLiterals;
 

@@ -6,8 +6,8 @@
 
 #include "gui/LauncherWindow.h"
 #include "settings/LauncherSettings.h"
-#include "support/MessageBoxAnswerer.h"
-#include "support/NginxServer.h"
+#include "support/network/NginxServer.h"
+#include "support/windows/MessageBoxAnswerer.h"
 
 using namespace Qt::StringLiterals;
 

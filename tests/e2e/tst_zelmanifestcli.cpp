@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <sys/stat.h>
 
-#include "support/Disk.h"
+#include "support/files/Disk.h"
 
 namespace
 {

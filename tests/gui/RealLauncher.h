@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "support/VirtualDisplay.h"
+#include "support/windows/VirtualDisplay.h"
 
 /// The launcher's program itself, started on a display of its own and used by mouse and keyboard.
 /// What goes wrong fails the test; a test that has failed goes no further here, and waits for

@@ -8,7 +8,7 @@
 
 #include "gui/RealLauncher.h"
 #include "gui/ScreenReader.h"
-#include "support/FakeClient.h"
+#include "support/process/FakeClient.h"
 
 using namespace Qt::Literals::StringLiterals;
 

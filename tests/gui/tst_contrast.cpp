@@ -16,7 +16,7 @@
 
 #include "gui/LauncherWindow.h"
 #include "settings/LauncherSettings.h"
-#include "support/Contrast.h"
+#include "support/windows/Contrast.h"
 #include "ui/SettingsDialog.h"
 
 using ZelTheme::Mode;

@@ -12,11 +12,11 @@
 
 #include "gui/LauncherWindow.h"
 #include "settings/LauncherSettings.h"
-#include "support/Disk.h"
-#include "support/FakeClient.h"
-#include "support/FakeSystem.h"
-#include "support/MessageBoxAnswerer.h"
-#include "support/ProcessTable.h"
+#include "support/files/Disk.h"
+#include "support/process/FakeClient.h"
+#include "support/process/FakeSystem.h"
+#include "support/process/ProcessTable.h"
+#include "support/windows/MessageBoxAnswerer.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -13,9 +13,9 @@
 
 #include "gui/LauncherWindow.h"
 #include "settings/LauncherSettings.h"
-#include "support/FakeClient.h"
 #include "support/OwnMethods.h"
-#include "support/StyleSheet.h"
+#include "support/process/FakeClient.h"
+#include "support/windows/StyleSheet.h"
 
 namespace
 {

@@ -7,9 +7,9 @@
 
 #include "gui/LauncherWindow.h"
 #include "settings/LauncherSettings.h"
-#include "support/FakeClient.h"
-#include "support/MessageBoxAnswerer.h"
-#include "support/ProcessTable.h"
+#include "support/process/FakeClient.h"
+#include "support/process/ProcessTable.h"
+#include "support/windows/MessageBoxAnswerer.h"
 
 using namespace Qt::Literals::StringLiterals;
 

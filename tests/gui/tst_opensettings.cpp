@@ -12,10 +12,10 @@
 #include "gui/LauncherWindow.h"
 #include "gui/SettingsFields.h"
 #include "settings/LauncherSettings.h"
-#include "support/FakeClient.h"
-#include "support/FakeWineHost.h"
-#include "support/FileChooserUser.h"
-#include "support/MessageBoxAnswerer.h"
+#include "support/process/FakeClient.h"
+#include "support/process/FakeWineHost.h"
+#include "support/windows/FileChooserUser.h"
+#include "support/windows/MessageBoxAnswerer.h"
 
 using namespace Qt::StringLiterals;
 

@@ -11,9 +11,9 @@
 
 #include "gui/LauncherWindow.h"
 #include "settings/LauncherSettings.h"
-#include "support/FakeClient.h"
-#include "support/HttpServer.h"
-#include "support/MessageBoxAnswerer.h"
+#include "support/network/HttpServer.h"
+#include "support/process/FakeClient.h"
+#include "support/windows/MessageBoxAnswerer.h"
 
 using namespace Qt::Literals::StringLiterals;
 

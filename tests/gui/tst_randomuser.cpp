@@ -15,10 +15,10 @@
 #include "gui/RandomUser.h"
 #include "gui/SettingsFields.h"
 #include "settings/LauncherSettings.h"
-#include "support/Disk.h"
-#include "support/FakeClient.h"
-#include "support/FakeWineHost.h"
-#include "support/HttpServer.h"
+#include "support/files/Disk.h"
+#include "support/network/HttpServer.h"
+#include "support/process/FakeClient.h"
+#include "support/process/FakeWineHost.h"
 
 using namespace Qt::Literals::StringLiterals;
 

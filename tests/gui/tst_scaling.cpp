@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "gui/RealLauncher.h"
-#include "support/FakeClient.h"
+#include "support/process/FakeClient.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -18,10 +18,10 @@
 
 #include "gui/SettingsFields.h"
 #include "settings/LauncherSettings.h"
-#include "support/FakeClient.h"
-#include "support/FakeWineHost.h"
-#include "support/MessageBoxAnswerer.h"
-#include "support/StyleSheet.h"
+#include "support/process/FakeClient.h"
+#include "support/process/FakeWineHost.h"
+#include "support/windows/MessageBoxAnswerer.h"
+#include "support/windows/StyleSheet.h"
 #include "ui/MessageBox.h"
 #include "ui/ZelTheme.h"
 

@@ -14,11 +14,11 @@
 #include "client/ConfigBin.h"
 #include "gui/SettingsFields.h"
 #include "settings/LauncherSettings.h"
-#include "support/FakeClient.h"
-#include "support/FakeSystem.h"
-#include "support/FakeWineHost.h"
-#include "support/FileChooserUser.h"
-#include "support/MessageBoxAnswerer.h"
+#include "support/process/FakeClient.h"
+#include "support/process/FakeSystem.h"
+#include "support/process/FakeWineHost.h"
+#include "support/windows/FileChooserUser.h"
+#include "support/windows/MessageBoxAnswerer.h"
 #include "wine/WineDiscovery.h"
 
 using namespace Qt::StringLiterals;

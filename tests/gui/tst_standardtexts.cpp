@@ -1,6 +1,6 @@
 #include "support/TestMain.h"
 
-#include "support/MessageBoxAnswerer.h"
+#include "support/windows/MessageBoxAnswerer.h"
 #include "ui/MessageBox.h"
 #include "ui/StandardTexts.h"
 

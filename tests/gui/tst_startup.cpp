@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "gui/RealLauncher.h"
-#include "support/FakeClient.h"
-#include "support/HttpServer.h"
+#include "support/network/HttpServer.h"
+#include "support/process/FakeClient.h"
 
 using namespace Qt::Literals::StringLiterals;
 

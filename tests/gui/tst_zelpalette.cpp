@@ -1,8 +1,8 @@
 #include "support/TestMain.h"
 
-#include "support/Contrast.h"
-#include "support/MessageBoxAnswerer.h"
-#include "support/StyleSheet.h"
+#include "support/windows/Contrast.h"
+#include "support/windows/MessageBoxAnswerer.h"
+#include "support/windows/StyleSheet.h"
 #include "ui/MessageBox.h"
 #include "ui/ZelPalette.h"
 #include "ui/ZelTheme.h"

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "support/Disk.h"
-#include "support/HttpServer.h"
 #include "support/TestMain.h"
+#include "support/files/Disk.h"
+#include "support/network/HttpServer.h"
 
 #include <QMap>
 #include <QStringList>

@@ -1,5 +1,5 @@
-#include "support/Disk.h"
-#include "support/Settings.h"
+#include "support/files/Disk.h"
+#include "support/files/Settings.h"
 
 #include <QFile>
 

@@ -1,6 +1,6 @@
-#include "support/Child.h"
-#include "support/Disk.h"
-#include "support/Settings.h"
+#include "support/files/Disk.h"
+#include "support/files/Settings.h"
+#include "support/process/Child.h"
 
 #include <QFile>
 #include <QFileInfo>

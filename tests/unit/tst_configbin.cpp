@@ -1,4 +1,4 @@
-#include "support/Disk.h"
+#include "support/files/Disk.h"
 
 #include <QFile>
 

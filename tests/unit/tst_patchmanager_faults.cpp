@@ -1,5 +1,5 @@
 #include "PatchTest.h"
-#include "support/Child.h"
+#include "support/process/Child.h"
 
 #include <QDir>
 #include <QEventLoop>

@@ -15,7 +15,7 @@
 #include <csignal>
 #include <memory>
 
-#include "support/FakeSystem.h"
+#include "support/process/FakeSystem.h"
 
 using namespace Qt::StringLiterals;
 

@@ -22,8 +22,8 @@
 #include <thread>
 #include <unistd.h>
 
-#include "support/Disk.h"
-#include "support/HostileNames.h"
+#include "support/files/Disk.h"
+#include "support/files/HostileNames.h"
 #include "zel-manifest/Console.h"
 #include "zel-manifest/FileDigest.h"
 #include "zel-manifest/Manifest.h"

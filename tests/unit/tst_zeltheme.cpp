@@ -1,6 +1,6 @@
 #include "support/TestMain.h"
 
-#include "support/StyleSheet.h"
+#include "support/windows/StyleSheet.h"
 #include "ui/ZelTheme.h"
 
 #include <QComboBox>

@@ -1,4 +1,4 @@
-#include "support/FakeWineHost.h"
+#include "support/process/FakeWineHost.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "support/ProcessTable.h"
+#include "support/process/ProcessTable.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "support/Child.h"
+#include "support/process/Child.h"
 
 #include <QCoreApplication>
 #include <QProcess>

@@ -1,4 +1,4 @@
-#include "support/FakeSystem.h"
+#include "support/process/FakeSystem.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,45 +1,45 @@
 # What every target of this project is compiled with.
 
-add_library(zel_build INTERFACE)
+add_library(zel_compile_options INTERFACE)
 
-target_compile_definitions(zel_build INTERFACE
+target_compile_definitions(zel_compile_options INTERFACE
     QT_DISABLE_DEPRECATED_UP_TO=0x060400
     QT_DISABLE_DEPRECATED_BEFORE=0x060400
     QT_NO_CAST_FROM_ASCII
     QT_NO_CAST_TO_ASCII
     QT_NO_FOREACH)
 
-target_compile_options(zel_build INTERFACE
+target_compile_options(zel_compile_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     $<$<BOOL:${ZEL_WERROR}>:-Werror>)
 
 # What players get is hardened the way distributions do it.
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
-target_compile_options(zel_build INTERFACE
+target_compile_options(zel_compile_options INTERFACE
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
     $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2 -fstack-protector-strong>)
-target_link_options(zel_build INTERFACE $<$<CONFIG:Release>:-Wl,-z,relro,-z,now>)
+target_link_options(zel_compile_options INTERFACE $<$<CONFIG:Release>:-Wl,-z,relro,-z,now>)
 
 if(ZEL_SANITIZE)
     set(zel_sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-    target_compile_options(zel_build INTERFACE ${zel_sanitizers})
-    target_link_options(zel_build INTERFACE ${zel_sanitizers})
+    target_compile_options(zel_compile_options INTERFACE ${zel_sanitizers})
+    target_link_options(zel_compile_options INTERFACE ${zel_sanitizers})
 endif()
 
 if(ZEL_FUZZ)
     # Qt's own assertions count as findings, too.
-    target_compile_definitions(zel_build INTERFACE QT_FORCE_ASSERTS)
+    target_compile_definitions(zel_compile_options INTERFACE QT_FORCE_ASSERTS)
     set(zel_fuzz_sanitizers -fsanitize=address,undefined)
-    target_compile_options(zel_build INTERFACE
+    target_compile_options(zel_compile_options INTERFACE
         -fsanitize=fuzzer-no-link ${zel_fuzz_sanitizers}
         -fno-sanitize-recover=all -fno-omit-frame-pointer)
-    target_link_options(zel_build INTERFACE ${zel_fuzz_sanitizers})
+    target_link_options(zel_compile_options INTERFACE ${zel_fuzz_sanitizers})
 endif()
 
 if(ZEL_COVERAGE)
-    target_compile_options(zel_build INTERFACE --coverage -fprofile-update=atomic)
-    target_link_options(zel_build INTERFACE --coverage)
+    target_compile_options(zel_compile_options INTERFACE --coverage -fprofile-update=atomic)
+    target_link_options(zel_compile_options INTERFACE --coverage)
 endif()
 
 # zel_library(<target> SOURCES <file>... USES <target>...)
@@ -49,5 +49,5 @@ function(zel_library target)
     cmake_parse_arguments(arg "" "" "SOURCES;USES" ${ARGN})
     add_library(${target} STATIC ${arg_SOURCES})
     target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/src)
-    target_link_libraries(${target} PUBLIC ${arg_USES} PRIVATE zel_build)
+    target_link_libraries(${target} PUBLIC ${arg_USES} PRIVATE zel_compile_options)
 endfunction()

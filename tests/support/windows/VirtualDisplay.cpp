@@ -1,4 +1,4 @@
-#include "support/VirtualDisplay.h"
+#include "support/windows/VirtualDisplay.h"
 
 #include <QDeadlineTimer>
 #include <QRegularExpression>

@@ -1,4 +1,4 @@
-#include "support/FileChooserUser.h"
+#include "support/windows/FileChooserUser.h"
 
 #include <QApplication>
 #include <QDialogButtonBox>

@@ -1,4 +1,4 @@
-#include "support/HttpServer.h"
+#include "support/network/HttpServer.h"
 
 #include <QHostAddress>
 #include <QMutexLocker>

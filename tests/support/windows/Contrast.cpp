@@ -1,4 +1,4 @@
-#include "support/Contrast.h"
+#include "support/windows/Contrast.h"
 
 #include <QApplication>
 #include <QHash>

@@ -1,4 +1,4 @@
-#include "support/MessageBoxAnswerer.h"
+#include "support/windows/MessageBoxAnswerer.h"
 
 #include <QAbstractButton>
 #include <QApplication>

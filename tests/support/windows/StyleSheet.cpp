@@ -1,4 +1,4 @@
-#include "support/StyleSheet.h"
+#include "support/windows/StyleSheet.h"
 
 #include <QRegularExpression>
 

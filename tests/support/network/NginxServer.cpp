@@ -1,4 +1,4 @@
-#include "support/NginxServer.h"
+#include "support/network/NginxServer.h"
 
 #include <QDeadlineTimer>
 #include <QDir>

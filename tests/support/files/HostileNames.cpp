@@ -1,4 +1,4 @@
-#include "support/HostileNames.h"
+#include "support/files/HostileNames.h"
 
 #include <QRandomGenerator>
 #include <QString>

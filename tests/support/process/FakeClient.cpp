@@ -1,4 +1,4 @@
-#include "support/FakeClient.h"
+#include "support/process/FakeClient.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "settings/LauncherSettings.h"
-#include "support/Settings.h"
+#include "support/files/Settings.h"
 
 namespace
 {
