@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "patch/PatchContract.h"
 #include "settings/LauncherSettings.h"
 
 namespace
@@ -42,22 +43,6 @@ void storeLocalVersion(const QString &version)
     settings.save();
 }
 
-/// The size that the Content-Length of a finished reply promised, 0 when there is none to go by.
-qint64 promisedSize(const QNetworkReply &reply)
-{
-    // A chunked body ends by itself, whatever length stands beside it.
-    if (reply.rawHeader("Transfer-Encoding").toLower().contains("chunked")) {
-        return 0;
-    }
-    // Of a body that it decompressed the library drops the length. Of a redirect that it followed
-    // it sometimes keeps the header, the length in front of the body's own or alone.
-    const QList<QByteArray> lengths = reply.rawHeader("Content-Length").split(',');
-    if (lengths.size() == 1 && reply.hasRawHeader("Location")) {
-        return 0;
-    }
-    return lengths.last().trimmed().toLongLong();
-}
-
 /// What went wrong with a finished transfer, in the network library's words.
 std::optional<QString> transferError(const QNetworkReply &reply)
 {
@@ -65,7 +50,7 @@ std::optional<QString> transferError(const QNetworkReply &reply)
         return reply.errorString();
     }
     // The library sometimes takes a connection that closes early for the end of the body.
-    if (reply.bytesAvailable() < promisedSize(reply)) {
+    if (reply.bytesAvailable() < PatchContract::promisedSize(reply)) {
         return QCoreApplication::translate("QHttp", "Connection closed");
     }
     return std::nullopt;
@@ -152,11 +137,7 @@ void PatchManager::cancel()
 
 QString PatchManager::normalizedBaseUrl() const
 {
-    QString url = baseUrl.trimmed();
-    if (!url.isEmpty() && !url.endsWith(u'/')) {
-        url += u'/';
-    }
-    return url;
+    return PatchContract::normalizedBaseUrl(baseUrl);
 }
 
 void PatchManager::fetchManifest()

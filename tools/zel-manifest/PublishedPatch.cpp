@@ -6,35 +6,12 @@
 #include <QScopedPointer>
 #include <QUrl>
 
-namespace
-{
+#include "patch/PatchContract.h"
 
-/// The size that the Content-Length of a finished reply promised, 0 when there is none to go by:
-/// the launcher's own rule.
-qint64 promisedSize(const QNetworkReply &reply)
+PublishedPatch::PublishedPatch(const QString &baseUrl, int timeout)
+    : base(PatchContract::normalizedBaseUrl(baseUrl))
+    , transferTimeout(timeout)
 {
-    // A chunked body ends by itself, whatever length stands beside it.
-    if (reply.rawHeader("Transfer-Encoding").toLower().contains("chunked")) {
-        return 0;
-    }
-    // Of a body that it decompressed the library drops the length. Of a redirect that it followed
-    // it sometimes keeps the header, the length in front of the body's own or alone.
-    const QList<QByteArray> lengths = reply.rawHeader("Content-Length").split(',');
-    if (lengths.size() == 1 && reply.hasRawHeader("Location")) {
-        return 0;
-    }
-    return lengths.last().trimmed().toLongLong();
-}
-
-} // namespace
-
-PublishedPatch::PublishedPatch(const QString &baseUrl, int patience)
-    : base(baseUrl.trimmed())
-    , transferTimeout(patience)
-{
-    if (!base.isEmpty() && !base.endsWith(u'/')) {
-        base += u'/';
-    }
 }
 
 bool PublishedPatch::fetchManifest(QByteArray *json, QString *error)
@@ -100,7 +77,7 @@ bool PublishedPatch::fetch(const QString &address,
     }
     takeWhatIsThere();
     // The network library sometimes takes a connection that closes early for the end of the body.
-    if (const qint64 promised = promisedSize(*reply); received < promised) {
+    if (const qint64 promised = PatchContract::promisedSize(*reply); received < promised) {
         *error = QStringLiteral("the connection closed after %1 of %2 bytes")
                      .arg(received)
                      .arg(promised);

@@ -1,0 +1,27 @@
+#include "patch/PatchContract.h"
+
+#include <QNetworkReply>
+
+QString PatchContract::normalizedBaseUrl(const QString &baseUrl)
+{
+    QString url = baseUrl.trimmed();
+    if (!url.isEmpty() && !url.endsWith(u'/')) {
+        url += u'/';
+    }
+    return url;
+}
+
+qint64 PatchContract::promisedSize(const QNetworkReply &reply)
+{
+    // A chunked body ends by itself, whatever length stands beside it.
+    if (reply.rawHeader("Transfer-Encoding").toLower().contains("chunked")) {
+        return 0;
+    }
+    // QNetworkAccessManager drops the length of a body that it decompresses. Of a redirect that it
+    // follows it sometimes keeps the header: the length before the body's own, or alone.
+    const QList<QByteArray> lengths = reply.rawHeader("Content-Length").split(',');
+    if (lengths.size() == 1 && reply.hasRawHeader("Location")) {
+        return 0;
+    }
+    return lengths.last().trimmed().toLongLong();
+}
