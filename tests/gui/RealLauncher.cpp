@@ -1,11 +1,11 @@
 #include "gui/RealLauncher.h"
 
 #include "gui/LauncherWindow.h"
+#include "support/Timeouts.h"
 
 namespace
 {
 
-constexpr int patienceMs = 60'000;
 constexpr QSize displaySize(1280, 1024);
 
 QPoint middleOf(const QPushButton *button, const MainWindow &window)
@@ -108,7 +108,7 @@ void RealLauncher::waitForEnd()
     if (QTest::currentTestFailed()) {
         return;
     }
-    QVERIFY(process.waitForFinished(patienceMs));
+    QVERIFY(process.waitForFinished(Timeouts::programMs));
     QCOMPARE(process.readAllStandardOutput(), QByteArray());
     QCOMPARE(process.readAllStandardError(), QByteArray());
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);

@@ -3,13 +3,7 @@
 #include <QTest>
 
 #include "gui/RealLauncher.h"
-
-namespace
-{
-
-constexpr int patienceMs = 60'000;
-
-} // namespace
+#include "support/Timeouts.h"
 
 ScreenReader::ScreenReader(RealLauncher &launcher)
     : displayName(launcher.display().name())
@@ -20,7 +14,7 @@ ScreenReader::ScreenReader(RealLauncher &launcher)
                QStringLiteral("--nopidfile"), QStringLiteral("--print-address=1")},
               QIODevice::ReadOnly);
     QByteArray text;
-    while (!text.endsWith('\n') && bus.waitForReadyRead(patienceMs)) {
+    while (!text.endsWith('\n') && bus.waitForReadyRead(Timeouts::programMs)) {
         text += bus.readAllStandardOutput();
     }
     busAddress = QString::fromUtf8(text.trimmed());
@@ -31,7 +25,7 @@ ScreenReader::ScreenReader(RealLauncher &launcher)
 ScreenReader::~ScreenReader()
 {
     bus.terminate();
-    if (!bus.waitForFinished(patienceMs)) {
+    if (!bus.waitForFinished(Timeouts::programMs)) {
         bus.kill();
         bus.waitForFinished();
     }
@@ -65,9 +59,9 @@ QString ScreenReader::read(const QStringList &question) const
     reader.setProcessEnvironment(environment);
     reader.setStandardErrorFile(QProcess::nullDevice());
     reader.start(QStringLiteral(ZEL_SCREEN_READER),
-                 question + QStringList{QString::number(patienceMs / 1000)});
-    if (!reader.waitForFinished(2 * patienceMs) || reader.exitStatus() != QProcess::NormalExit ||
-        reader.exitCode() != 0) {
+                 question + QStringList{QString::number(Timeouts::programMs / 1000)});
+    if (!reader.waitForFinished(2 * Timeouts::programMs) ||
+        reader.exitStatus() != QProcess::NormalExit || reader.exitCode() != 0) {
         reader.kill();
         reader.waitForFinished();
         const QString story = QStringLiteral("the window never told: ") + question.join(u' ');

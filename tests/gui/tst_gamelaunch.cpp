@@ -491,7 +491,7 @@ void TestGameLaunch::anUnusableWineShowsAsTheShellsExitCode()
 void TestGameLaunch::withoutAnyWineTheShellsExitCodeIsShown()
 {
     if (!qEnvironmentVariableIsSet(insideVariable)) {
-        NEEDS_A_FAKE_SYSTEM();
+        NEEDS_OWN_MOUNTS();
         const FakeSystem system;
         QVERIFY(QFile::copy(u"/bin/bash"_s, system.path(u"/usr/bin/bash"_s)));
         qputenv(insideVariable, "1");

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "gui/RealLauncher.h"
+#include "support/Timeouts.h"
 #include "support/process/FakeClient.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -13,7 +14,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 
-constexpr int patienceMs = 20'000;
 constexpr QSize windowSize(960, 724);
 constexpr QSize pictureSize(960, 592);
 constexpr QSize settingsSize(620, 640);
@@ -76,7 +76,8 @@ void TestScaling::theWindowsGrowAndThePictureStaysSharp()
         window = launcher.display().imageOf(launcher.mainWindow());
         return window.copy(picture.rect()).convertToFormat(picture.format()) == picture;
     };
-    QVERIFY2(QTest::qWaitFor(showsThePicture, patienceMs), "the picture is not as sharp as it is");
+    QVERIFY2(QTest::qWaitFor(showsThePicture, Timeouts::programMs),
+             "the picture is not as sharp as it is");
     QCOMPARE(window.size(), windowSize * scale);
     // The picture ends where the bar begins.
     QCOMPARE(window.pixelColor(0, picture.height()), QColor(0x2a, 0x2a, 0x2a));

@@ -907,7 +907,7 @@ void TestSettingsDialogData::aSearchTellsNobodyWhileItFillsTheList()
 void TestSettingsDialogData::onAMachineWithoutWineTheCommandItselfIsOffered()
 {
     if (!qEnvironmentVariableIsSet(insideVariable)) {
-        NEEDS_A_FAKE_SYSTEM();
+        NEEDS_OWN_MOUNTS();
         qputenv(insideVariable, "1");
         const QString complaint =
             FakeSystem().runSelf({QLatin1String(QTest::currentTestFunction())});

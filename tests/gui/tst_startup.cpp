@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "gui/RealLauncher.h"
+#include "support/Timeouts.h"
 #include "support/network/HttpServer.h"
 #include "support/process/FakeClient.h"
 
@@ -16,8 +17,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
-
-constexpr int patienceMs = 60'000;
 
 const QString mainTitle = u"ZEL Launcher"_s;
 
@@ -88,10 +87,10 @@ void TestStartUp::waitForTheGame(int startCount)
     if (QTest::currentTestFailed()) {
         return;
     }
-    QTRY_COMPARE_WITH_TIMEOUT(wine->startCount(), startCount, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(wine->startCount(), startCount, Timeouts::programMs);
     wine->exitWith(0);
     // The launcher has taken note when the process is no longer there.
-    QTRY_VERIFY_WITH_TIMEOUT(::kill(pid_t(wine->pid()), 0) != 0, patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(::kill(pid_t(wine->pid()), 0) != 0, Timeouts::programMs);
 }
 
 void TestStartUp::close()
@@ -189,7 +188,8 @@ void TestStartUp::theThemeOfTheSettingsIsApplied()
     launcher->start();
     launcher->clickPlay();
     const QString box = launcher->waitForBox(mainTitle);
-    QTRY_COMPARE_WITH_TIMEOUT(launcher->display().colorAt(box, {2, 2}), background, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(launcher->display().colorAt(box, {2, 2}), background,
+                              Timeouts::programMs);
     QVERIFY(launcher->display().closeByKey(box, u"Return"_s));
     close();
     // Nothing in the launcher stores a mode.
@@ -202,7 +202,7 @@ void TestStartUp::theGameEndsWithTheLauncher()
     store(u"client/wine"_s, wine->path());
     launcher->start();
     launcher->clickPlay();
-    QTRY_COMPARE_WITH_TIMEOUT(wine->startCount(), 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(wine->startCount(), 1, Timeouts::programMs);
     launcher->clickCancel();
     launcher->answer(mainTitle, u"alt+s"_s);
     launcher->waitForEnd();
@@ -249,7 +249,7 @@ void TestStartUp::nothingIsPrintedWhateverGoesWrong()
     launcher->start();
     launcher->clickPlay();
     if (usesServer) {
-        QTRY_COMPARE_WITH_TIMEOUT(server.openConnections(), 1, patienceMs);
+        QTRY_COMPARE_WITH_TIMEOUT(server.openConnections(), 1, Timeouts::programMs);
     }
     for (const auto &[title, key] : answers) {
         launcher->answer(title, key);

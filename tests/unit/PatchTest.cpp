@@ -14,11 +14,10 @@
 #include <QTimer>
 
 #include "settings/LauncherSettings.h"
+#include "support/Timeouts.h"
 
 namespace
 {
-
-constexpr int patienceMs = 30000;
 
 /// A folder in memory where the machine has one: each file stored is synced to its disk.
 std::unique_ptr<QTemporaryDir> makeRoot()
@@ -167,7 +166,7 @@ bool PatchTest::waitForEnds(const std::function<int()> &count)
 {
     QTimer patience;
     patience.setSingleShot(true);
-    patience.start(patienceMs);
+    patience.start(Timeouts::replyMs);
     // A run may begin after an end that seemed the last.
     while (log->finishedCount() < count() && patience.isActive()) {
         QEventLoop loop;
@@ -187,7 +186,7 @@ bool PatchTest::settle()
 {
     // A held answer stays; any other is on its way.
     const bool isQuiet = QTest::qWaitFor(
-        [&] { return server->requestsInFlight() == server->heldAnswers(); }, patienceMs);
+        [&] { return server->requestsInFlight() == server->heldAnswers(); }, Timeouts::replyMs);
     for (int round = 0; round < 5; ++round) {
         QThread::msleep(1); // for the network thread
         QCoreApplication::processEvents();
@@ -198,7 +197,8 @@ bool PatchTest::settle()
 
 bool PatchTest::waitForHold()
 {
-    return QTest::qWaitFor([&] { return server->heldAnswers() == 1; }, patienceMs) && settle();
+    return QTest::qWaitFor([&] { return server->heldAnswers() == 1; }, Timeouts::replyMs) &&
+           settle();
 }
 
 QString PatchTest::libraryError(const QUrl &url)
@@ -207,7 +207,7 @@ QString PatchTest::libraryError(const QUrl &url)
     QNetworkReply *reply = network.get(QNetworkRequest(url));
     QEventLoop loop;
     connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
-    QTimer::singleShot(patienceMs, &loop, &QEventLoop::quit);
+    QTimer::singleShot(Timeouts::replyMs, &loop, &QEventLoop::quit);
     loop.exec();
     return reply->error() == QNetworkReply::NoError ? QString() : reply->errorString();
 }

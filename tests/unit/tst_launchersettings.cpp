@@ -1,6 +1,7 @@
 #include "support/files/Disk.h"
 #include "support/files/Settings.h"
 #include "support/process/Child.h"
+#include "support/process/OwnMounts.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
@@ -906,9 +907,7 @@ void TestLauncherSettings::aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne_data(
 void TestLauncherSettings::aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne()
 {
     QFETCH(const bool, isLink);
-    if (!Child::canMount()) {
-        QSKIP("this user may not mount a small disk");
-    }
+    NEEDS_OWN_MOUNTS();
     const QString disk = at(u"disk"_s);
     Disk::makeFolder(disk);
     Child child({u"save on a full disk"_s, disk});

@@ -675,7 +675,7 @@ QStringList TestWineDiscovery::discoveredInFakeSystem() const
 
 void TestWineDiscovery::theFixedPathsComeFirst()
 {
-    NEEDS_A_FAKE_SYSTEM();
+    NEEDS_OWN_MOUNTS();
     QCOMPARE(discoveredInFakeSystem(), QStringList());
 
     const QStringList paths{u"/usr/bin/wine64"_s, u"/usr/bin/wine"_s, u"/usr/local/bin/wine64"_s,
@@ -697,7 +697,7 @@ void TestWineDiscovery::theFixedPathsComeFirst()
 
 void TestWineDiscovery::aLinkBetweenTheFixedPathsIsListedOnce()
 {
-    NEEDS_A_FAKE_SYSTEM();
+    NEEDS_OWN_MOUNTS();
     makeWine(fake(u"/usr/bin/wine64"_s));
     QVERIFY(QFile::link(u"wine64"_s, fake(u"/usr/bin/wine"_s)));
     QVERIFY(QFile::link(u"/usr/bin/wine"_s, fake(u"/usr/local/bin/wine"_s)));
@@ -707,7 +707,7 @@ void TestWineDiscovery::aLinkBetweenTheFixedPathsIsListedOnce()
 
 void TestWineDiscovery::theSearchPathAddsNothingThatTheFixedPathsHave()
 {
-    NEEDS_A_FAKE_SYSTEM();
+    NEEDS_OWN_MOUNTS();
     makeWine(fake(u"/usr/bin/wine64"_s));
     qputenv("PATH", "/usr/bin");
     QCOMPARE(discoveredInFakeSystem(),
@@ -716,7 +716,7 @@ void TestWineDiscovery::theSearchPathAddsNothingThatTheFixedPathsHave()
 
 void TestWineDiscovery::buildsUnderOptAreSortedCaseSensitively()
 {
-    NEEDS_A_FAKE_SYSTEM();
+    NEEDS_OWN_MOUNTS();
     for (const QString &path :
          {u"/opt/wine-b/bin/wine"_s, u"/opt/wine-B/bin/wine"_s, u"/opt/wine-a/bin/wine"_s,
           u"/opt/wine-a/bin/wine64"_s, u"/opt/wine/bin/wine64"_s, u"/opt/.wine-hidden/bin/wine"_s,
@@ -733,7 +733,7 @@ void TestWineDiscovery::buildsUnderOptAreSortedCaseSensitively()
 
 void TestWineDiscovery::stagingBuildsUnderOptAreLabelledWineOnPurpose()
 {
-    NEEDS_A_FAKE_SYSTEM();
+    NEEDS_OWN_MOUNTS();
     makeWine(fake(u"/opt/wine-staging-9/bin/wine64"_s));
     makeWine(fake(u"/opt/wine-staging-9/bin/wine"_s));
     makeWine(fake(u"/opt/wine-8/bin/wine64"_s));
@@ -747,7 +747,7 @@ void TestWineDiscovery::stagingBuildsUnderOptAreLabelledWineOnPurpose()
 
 void TestWineDiscovery::theFoldersUnderOptAreMatchedInAnyLetterCase()
 {
-    NEEDS_A_FAKE_SYSTEM();
+    NEEDS_OWN_MOUNTS();
     makeWine(fake(u"/opt/Wine-GE/bin/wine"_s));
     QCOMPARE(discoveredInFakeSystem(),
              QStringList{labelledEntry(u"Wine"_s, u"/opt/Wine-GE/bin/wine"_s)});
@@ -755,7 +755,7 @@ void TestWineDiscovery::theFoldersUnderOptAreMatchedInAnyLetterCase()
 
 void TestWineDiscovery::everyRouteHasItsPlaceInTheOrder()
 {
-    NEEDS_A_FAKE_SYSTEM();
+    NEEDS_OWN_MOUNTS();
     makeWine(fake(u"/usr/local/bin/wine"_s));
     makeWine(at(u"bin/wine64"_s));
     makeWine(at(u"bin/wine"_s));

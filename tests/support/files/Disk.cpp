@@ -27,6 +27,13 @@ void Disk::write(const QString &path, const QByteArray &bytes)
             "cannot write", path);
 }
 
+void Disk::writeExecutable(const QString &path, const QByteArray &bytes)
+{
+    write(path, bytes);
+    require(QFile::setPermissions(path, QFile::permissions(path) | QFile::ExeOwner),
+            "cannot make executable", path);
+}
+
 QByteArray Disk::read(const QString &path)
 {
     QFile file(path);

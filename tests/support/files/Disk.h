@@ -18,6 +18,8 @@ namespace Disk
 
 /// Makes a file at @p path that holds @p bytes; missing folders are created.
 void write(const QString &path, const QByteArray &bytes);
+/// Makes such a file that its owner may run.
+void writeExecutable(const QString &path, const QByteArray &bytes);
 /// The content of the file at @p path.
 QByteArray read(const QString &path);
 /// Makes a folder at @p path: where a file is expected it can be neither read nor written.

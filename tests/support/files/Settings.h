@@ -3,7 +3,7 @@
 #include <QDir>
 
 #include "settings/LauncherSettings.h"
-#include "support/TestMain.h"
+#include "support/files/Disk.h"
 
 /// Gives the launcher's settings the values that a new process starts with.
 inline void resetFields()
@@ -27,6 +27,6 @@ inline void resetFields()
 inline void resetSettings()
 {
     QDir(TestEnvironment::configHome()).removeRecursively();
-    QDir().mkpath(TestEnvironment::configHome());
+    Disk::makeFolder(TestEnvironment::configHome());
     resetFields();
 }

@@ -10,6 +10,9 @@
 #include <csignal>
 #include <sys/prctl.h>
 
+#include "support/Timeouts.h"
+#include "support/files/Disk.h"
+
 namespace
 {
 
@@ -80,7 +83,7 @@ bool NginxServer::restart()
 void NginxServer::stop()
 {
     process.terminate();
-    if (!process.waitForFinished(10000)) {
+    if (!process.waitForFinished(Timeouts::programMs)) {
         kill();
     }
 }
@@ -118,26 +121,21 @@ bool NginxServer::startOn(quint16 freePort, const QString &root)
     port = freePort;
     servedRoot = root;
     const QString file = QDir(dir.path()).filePath(QStringLiteral("nginx.conf"));
-    QFile config(file);
-    if (!config.open(QIODevice::WriteOnly)) {
-        return false;
-    }
-    config.write(QString::fromLatin1(configuration)
-                     .arg(dir.path(), QString::number(port), root, QString::number(rate))
-                     .toUtf8());
-    config.close();
+    Disk::write(file, QString::fromLatin1(configuration)
+                          .arg(dir.path(), QString::number(port), root, QString::number(rate))
+                          .toUtf8());
     // Not even a test that is killed leaves it behind.
     process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
     process.start(program(), {QStringLiteral("-p"), dir.path(), QStringLiteral("-c"), file,
                               QStringLiteral("-e"), dir.path() + QStringLiteral("/error.log")});
 
-    const QDeadlineTimer deadline(20000);
+    const QDeadlineTimer deadline(Timeouts::programMs);
     while (!deadline.hasExpired() && !process.waitForFinished(10)) {
         // The file says that this nginx has the port, not another program.
         if (QFile::exists(pidFile())) {
             QTcpSocket socket;
             socket.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
-            if (socket.waitForConnected(1000)) {
+            if (socket.waitForConnected(Timeouts::replyMs)) {
                 return true;
             }
         }

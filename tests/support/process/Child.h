@@ -19,16 +19,13 @@ public:
     void setVariable(const QString &name, const QString &value);
     /// Starts the child in the folder at @p path.
     void setWorkingFolder(const QString &path);
-    /// Runs the commands of @p script in bash first, with mounts that only the child sees. Use
-    /// only where canMount() is true.
+    /// Runs the commands of @p script in bash first, with mounts that only the child sees. A
+    /// test that uses it starts with NEEDS_OWN_MOUNTS().
     void mountFirst(const QString &script);
 
     /// Runs the child to its end and returns what it wrote to its standard output. A child that
     /// fails, or writes anything to its standard error, aborts the test program.
     QByteArray output() const;
-
-    /// True when this user may have mounts of his own.
-    static bool canMount();
 
 private:
     QString program;

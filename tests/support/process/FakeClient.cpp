@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "settings/LauncherSettings.h"
+#include "support/files/Disk.h"
 #include "support/files/Settings.h"
 
 namespace
@@ -22,18 +23,12 @@ void require(bool condition, const QString &what)
     }
 }
 
-void writeFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    require(file.open(QIODevice::WriteOnly) && file.write(content) == content.size(), path);
-}
-
 } // namespace
 
 FakeClient::FakeClient(const QString &folderName)
     : folder(root.filePath(folderName))
 {
-    require(QDir().mkpath(folder), folder);
+    Disk::makeFolder(folder);
     QImage picture(96, 59, QImage::Format_RGB32);
     picture.fill(Qt::darkGreen);
     writePicture(picture);
@@ -48,7 +43,7 @@ QString FakeClient::filePath(const QString &name) const
 
 void FakeClient::write(const QString &name, const QByteArray &content) const
 {
-    writeFile(filePath(name), content);
+    Disk::write(filePath(name), content);
 }
 
 QByteArray FakeClient::read(const QString &name) const
@@ -94,8 +89,7 @@ esac
 )";
     text.replace("@RECORDS@", QFile::encodeName(records.path()));
     text.replace("@BODY@", body);
-    writeFile(path, text);
-    require(QFile::setPermissions(path, QFile::permissions(path) | QFile::ExeOwner), path);
+    Disk::writeExecutable(path, text);
 }
 
 FakeProgram::~FakeProgram()

@@ -4,8 +4,10 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include "support/process/OwnMounts.h"
+
 /// Folders that stand in for /opt, /usr/bin and /usr/local/bin in the eyes of a child process.
-/// They are empty at first.
+/// They are empty at first. A test that uses them starts with NEEDS_OWN_MOUNTS().
 class FakeSystem
 {
 public:
@@ -15,21 +17,9 @@ public:
     QString path(const QString &systemPath) const { return root.path() + systemPath; }
 
     /// Runs this test program with @p arguments where the folders stand in. Its search path and
-    /// all else are this process's own. Empty when it ends with exit code 0, else what it said.
+    /// all else are this process's own. Empty when it ends with exit code 0, else what it printed.
     QString runSelf(const QStringList &arguments) const;
-
-    /// Why the machine does not allow such a child; empty when it does. Asked once.
-    static QString obstacle();
 
 private:
     QTemporaryDir root;
 };
-
-/// Skips a test function where the machine does not allow a FakeSystem's child.
-#define NEEDS_A_FAKE_SYSTEM()                                                                      \
-    do {                                                                                           \
-        if (!FakeSystem::obstacle().isEmpty()) {                                                   \
-            QSKIP(qPrintable(QStringLiteral("no folders can be mounted here: ") +                  \
-                             FakeSystem::obstacle()));                                             \
-        }                                                                                          \
-    } while (false)

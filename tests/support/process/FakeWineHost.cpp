@@ -1,17 +1,16 @@
 #include "support/process/FakeWineHost.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
+
+#include "support/files/Disk.h"
 
 FakeWineHost::FakeWineHost()
     : root(QFileInfo(QDir::tempPath()).canonicalFilePath() + QStringLiteral("/wine-host-XXXXXX"))
     , oldHome(qgetenv("HOME"))
     , oldPath(qgetenv("PATH"))
 {
-    if (!QDir().mkpath(filePath(QStringLiteral("home")))) {
-        qFatal("cannot prepare the test: %s", qPrintable(root.path()));
-    }
+    Disk::makeFolder(filePath(QStringLiteral("home")));
     addExecutable(QStringLiteral("bin/bash"));
     qputenv("HOME", QFile::encodeName(filePath(QStringLiteral("home"))));
     qputenv("PATH", QFile::encodeName(filePath(QStringLiteral("bin"))));
@@ -26,12 +25,7 @@ FakeWineHost::~FakeWineHost()
 QString FakeWineHost::addExecutable(const QString &name) const
 {
     const QString path = filePath(name);
-    QFile file(path);
-    if (!QDir().mkpath(QFileInfo(path).path()) || !file.open(QIODevice::WriteOnly) ||
-        file.write("#!/bin/sh\n") < 0 ||
-        !file.setPermissions(file.permissions() | QFile::ExeOwner)) {
-        qFatal("cannot prepare the test: %s", qPrintable(path));
-    }
+    Disk::writeExecutable(path, "#!/bin/sh\n");
     return path;
 }
 

@@ -4,10 +4,11 @@
 #include <QRegularExpression>
 #include <QThread>
 
+#include "support/Timeouts.h"
+
 namespace
 {
 
-constexpr int patienceMs = 60'000;
 constexpr int pollMs = 20;
 
 QString digits(int number)
@@ -28,7 +29,7 @@ VirtualDisplay::VirtualDisplay(QSize size)
                   QStringLiteral("%1x%2x24").arg(digits(size.width()), digits(size.height())),
                   QStringLiteral("-nolisten"), QStringLiteral("tcp")});
     QByteArray number;
-    while (!number.endsWith('\n') && server.waitForReadyRead(patienceMs)) {
+    while (!number.endsWith('\n') && server.waitForReadyRead(Timeouts::programMs)) {
         number += server.readAll();
     }
     if (number.endsWith('\n')) {
@@ -39,7 +40,7 @@ VirtualDisplay::VirtualDisplay(QSize size)
 VirtualDisplay::~VirtualDisplay()
 {
     server.terminate();
-    if (!server.waitForFinished(patienceMs)) {
+    if (!server.waitForFinished(Timeouts::programMs)) {
         server.kill();
         server.waitForFinished();
     }
@@ -48,7 +49,7 @@ VirtualDisplay::~VirtualDisplay()
 QString VirtualDisplay::waitForWindow(const QString &title, const QStringList &known) const
 {
     const QString pattern = u'^' + QRegularExpression::escape(title) + u'$';
-    const QDeadlineTimer deadline(patienceMs);
+    const QDeadlineTimer deadline(Timeouts::programMs);
     while (!deadline.hasExpired()) {
         const QStringList windows = visibleWindows(pattern);
         for (const QString &window : windows) {
@@ -90,7 +91,7 @@ bool VirtualDisplay::pressKey(const QString &window, const QString &key) const
 bool VirtualDisplay::closeByKey(const QString &window, const QString &key) const
 {
     constexpr int secondPressMs = 500;
-    const QDeadlineTimer deadline(patienceMs);
+    const QDeadlineTimer deadline(Timeouts::programMs);
     while (!deadline.hasExpired()) {
         pressKey(window, key);
         const QDeadlineTimer closed(secondPressMs);
@@ -138,7 +139,7 @@ QByteArray VirtualDisplay::rawOutput(const QString &program, const QStringList &
     process.setProcessEnvironment(environment);
     process.setStandardErrorFile(QProcess::nullDevice());
     process.start(program, arguments);
-    if (!process.waitForFinished(patienceMs)) {
+    if (!process.waitForFinished(Timeouts::programMs)) {
         process.kill();
         process.waitForFinished();
         return {};

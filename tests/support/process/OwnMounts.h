@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// Mounts that only one child process and its children see.
+namespace OwnMounts
+{
+
+/// The command line that runs @p command with such mounts, which the bash commands @p script make
+/// first. The script finds the system's tools, whatever PATH is; the command gets this PATH.
+QStringList commandLine(const QString &script, const QStringList &command);
+
+/// Why this user may have no such mounts; empty when he may. Tried once.
+QString obstacle();
+
+} // namespace OwnMounts
+
+/// Skips a test function where this user may have no mounts of his own.
+#define NEEDS_OWN_MOUNTS()                                                                         \
+    do {                                                                                           \
+        if (!OwnMounts::obstacle().isEmpty()) {                                                    \
+            QSKIP(qPrintable(QStringLiteral("no own mounts here: ") + OwnMounts::obstacle()));     \
+        }                                                                                          \
+    } while (false)
