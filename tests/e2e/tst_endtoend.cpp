@@ -15,6 +15,7 @@
 #include "gui/ScreenReader.h"
 #include "gui/SettingsFields.h"
 #include "settings/LauncherSettings.h"
+#include "support/Timeouts.h"
 #include "support/network/NginxServer.h"
 #include "support/process/FakeClient.h"
 #include "support/process/ProcessTable.h"
@@ -24,8 +25,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace
 {
-
-constexpr int patienceMs = 60'000;
 
 QByteArray contentOf(const QString &path)
 {
@@ -59,7 +58,7 @@ bool run(const QString &program, const QStringList &arguments,
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());
     process.start(program, arguments);
-    return process.waitForFinished(10 * patienceMs) &&
+    return process.waitForFinished(10 * Timeouts::programMs) &&
            process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
@@ -193,7 +192,7 @@ void TestEndToEnd::waitForTheClient()
     if (QTest::currentTestFailed()) {
         return;
     }
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(client.filePath(u"seen/ready"_s)), patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(client.filePath(u"seen/ready"_s)), Timeouts::programMs);
 }
 
 void TestEndToEnd::aNewClientIsDeliveredAndPlayed()
@@ -258,7 +257,7 @@ void TestEndToEnd::theClientIsPlayedWithoutTheServerAndEndsWithTheLauncher()
     launcher->clickCancel();
     launcher->answer(u"ZEL Launcher"_s, u"alt+s"_s);
     launcher->waitForEnd();
-    QTRY_COMPARE_WITH_TIMEOUT(processesWith(client.dir().toUtf8()), 0, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(processesWith(client.dir().toUtf8()), 0, Timeouts::programMs);
 }
 
 void TestEndToEnd::theClientReadsWhatTheDialogSet()
@@ -311,10 +310,11 @@ void TestEndToEnd::theClientReadsWhatTheDialogSet()
     MessageBoxAnswerer user;
     user.expect(QMessageBox::Ok);
     LauncherWindow::click(window.play);
-    QTRY_COMPARE_WITH_TIMEOUT(window.status->text(), u"Jogo em execucao..."_s, patienceMs);
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(fresh.filePath(u"seen/ready"_s)), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(window.status->text(), u"Jogo em execucao..."_s, Timeouts::programMs);
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(fresh.filePath(u"seen/ready"_s)), Timeouts::programMs);
     fresh.write(u"end"_s, {});
-    QTRY_COMPARE_WITH_TIMEOUT(window.status->text(), u"Jogo encerrado (codigo 42)."_s, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(window.status->text(), u"Jogo encerrado (codigo 42)."_s,
+                              Timeouts::programMs);
 
     QCOMPARE(fresh.read(u"seen/options.txt"_s), "7000 11 3 150 100 -1 30 0 0 0 1 1 1 1 3\n");
     QCOMPARE(fresh.read(u"seen/server.txt"_s), "10.0.0.5\n");

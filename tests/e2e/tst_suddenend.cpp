@@ -18,6 +18,7 @@
 #include "gui/RealLauncher.h"
 #include "patch/PatchManager.h"
 #include "settings/LauncherSettings.h"
+#include "support/Timeouts.h"
 #include "support/files/Disk.h"
 #include "support/network/HttpServer.h"
 
@@ -26,7 +27,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int patienceMs = 60'000;
 constexpr int largestSize = 1024 * 1024; // of three sizes, each 32 times the one before
 
 using Files = QMap<QString, QByteArray>;
@@ -146,19 +146,19 @@ public:
     /// Its next line; nothing when none comes.
     QByteArray answer()
     {
-        while (!process.canReadLine() && process.waitForReadyRead(patienceMs)) {
+        while (!process.canReadLine() && process.waitForReadyRead(Timeouts::programMs)) {
         }
         return process.readLine().trimmed();
     }
     void ask(const QByteArray &jobs)
     {
         process.write(jobs);
-        process.waitForBytesWritten(patienceMs);
+        process.waitForBytesWritten(Timeouts::programMs);
     }
     void kill()
     {
         process.kill();
-        process.waitForFinished(patienceMs);
+        process.waitForFinished(Timeouts::programMs);
     }
 
 private:
