@@ -30,11 +30,7 @@ endif()
 if(ZEL_FUZZ)
     # Qt's own assertions count as findings, too.
     target_compile_definitions(zel_compile_options INTERFACE QT_FORCE_ASSERTS)
-    set(zel_fuzz_sanitizers -fsanitize=address,undefined)
-    target_compile_options(zel_compile_options INTERFACE
-        -fsanitize=fuzzer-no-link ${zel_fuzz_sanitizers}
-        -fno-sanitize-recover=all -fno-omit-frame-pointer)
-    target_link_options(zel_compile_options INTERFACE ${zel_fuzz_sanitizers})
+    target_compile_options(zel_compile_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 if(ZEL_COVERAGE)
@@ -47,6 +43,11 @@ endif()
 # A subsystem of the launcher: a static library whose headers are included from src/.
 function(zel_library target)
     cmake_parse_arguments(arg "" "" "SOURCES;USES" ${ARGN})
+    foreach(used ${arg_USES})
+        if(NOT TARGET ${used})
+            message(FATAL_ERROR "${target} uses ${used}, which src/CMakeLists.txt does not add before")
+        endif()
+    endforeach()
     add_library(${target} STATIC ${arg_SOURCES})
     target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(${target} PUBLIC ${arg_USES} PRIVATE zel_compile_options)
