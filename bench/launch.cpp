@@ -97,8 +97,8 @@ int main(int argc, char *argv[])
     const Medians time = alternate(
         rounds, [&] { return runByHand(commandLine); }, [play] { return runByClick(play); });
     printRow(QStringLiteral("\"Iniciar\" to the running game"),
-             QStringLiteral("bash by hand, ") + milliseconds(time.floor),
-             milliseconds(time.measured), QStringLiteral("+ ") + milliseconds(time.difference()),
+             QStringLiteral("bash, ") + milliseconds(time.floor), milliseconds(time.measured),
+             QStringLiteral("+ ") + milliseconds(time.difference()),
              QStringLiteral("+ ") + milliseconds(limitMs), time.difference() <= limitMs);
     return exitStatus();
 }
