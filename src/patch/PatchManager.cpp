@@ -43,7 +43,7 @@ void storeLocalVersion(const QString &version)
     settings.save();
 }
 
-/// What went wrong with a finished transfer, in the network library's words.
+/// The library's text for the failure of a finished transfer, nothing on success.
 std::optional<QString> transferError(const QNetworkReply &reply)
 {
     if (reply.error() != QNetworkReply::NoError) {
@@ -56,9 +56,8 @@ std::optional<QString> transferError(const QNetworkReply &reply)
     return std::nullopt;
 }
 
-/// Writes the whole body to @p file. The body goes over in blocks, each of which the reply gives
-/// up as it is read, so that a large file is not held twice. Nothing less than all bytes in the
-/// system's hands counts: a commit after a write that a full disk cut would succeed.
+/// Writes the whole body to @p file. The reply releases each block as it is read, so a large file
+/// is not in memory twice. Flush and compare: a commit after a short write would succeed.
 bool writeBody(QIODevice *body, QSaveFile *file)
 {
     constexpr qint64 blockSize = 65536;
@@ -73,16 +72,17 @@ bool writeBody(QIODevice *body, QSaveFile *file)
     return file->flush() && file->error() == QFileDevice::NoError && file->size() == size;
 }
 
-/// Replaces the file at @p target by the body, whole or not at all. Returns the failure to show,
-/// nothing on success.
+/// Replaces the file at @p target by the body, whole or not at all. Returns the message of the
+/// failure, nothing on success.
 std::optional<QString> storeBody(QIODevice *body, const QString &target)
 {
     QSaveFile file(target);
-    const bool isName = !target.contains(QChar::Null); // no file system holds such a name
-    if (isName) {
+    // The library prints a warning for a name with a null character.
+    const bool isValidName = !target.contains(QChar::Null);
+    if (isValidName) {
         QDir().mkpath(QFileInfo(target).path());
     }
-    if (!isName || !file.open(QIODevice::WriteOnly)) {
+    if (!isValidName || !file.open(QIODevice::WriteOnly)) {
         return QStringLiteral("Nao foi possivel gravar ") + target;
     }
     if (!writeBody(body, &file)) {
@@ -108,31 +108,25 @@ void PatchManager::checkAndUpdate()
     files.clear();
     currentIndex = 0;
     remoteVersion.clear();
-    const quint64 run = ++newestRun;
-    ++openRuns;
 
+    // No patch server counts as success: the caller goes on to start the game.
     if (normalizedBaseUrl().isEmpty()) {
-        endOlderRuns();
-        if (run == newestRun) {
-            finishSuccess(QStringLiteral("Atualizacao desativada (URL de patch vazia)."));
-        }
+        finishSuccess(QStringLiteral("Atualizacao desativada (URL de patch vazia)."));
         return;
     }
     emit statusChanged(QStringLiteral("Verificando versao..."));
-    if (run != newestRun) {
-        return;
-    }
     emit progressChanged(0);
-    if (run != newestRun) {
-        return;
-    }
     fetchManifest();
 }
 
 void PatchManager::cancel()
 {
     cancelled = true;
-    abortCurrentReply();
+    if (currentReply != nullptr) {
+        // Clear after abort(): the handler runs inside it and must find its reply.
+        currentReply->abort();
+        currentReply = nullptr;
+    }
 }
 
 QString PatchManager::normalizedBaseUrl() const
@@ -142,28 +136,19 @@ QString PatchManager::normalizedBaseUrl() const
 
 void PatchManager::fetchManifest()
 {
-    const quint64 run = newestRun;
-    endOlderRuns();
-    if (run != newestRun) {
-        return;
-    }
     const QUrl url(normalizedBaseUrl() + QStringLiteral("manifest.json"), QUrl::TolerantMode);
     if (!url.isValid()) {
         finishError(QStringLiteral("URL de patch invalida."));
         return;
     }
-    if (cancelled) {
-        finishError(cancelledText());
-        return;
-    }
     startRequest(url);
     connect(currentReply, &QNetworkReply::finished, this,
-            [this, reply = currentReply, run] { onManifestReply(reply, run); });
+            [this, reply = currentReply] { onManifestReply(reply); });
 }
 
-void PatchManager::onManifestReply(QNetworkReply *reply, quint64 run)
+void PatchManager::onManifestReply(QNetworkReply *reply)
 {
-    if (takeBody(reply, run, QStringLiteral("Nao foi possivel baixar manifest.json: "))) {
+    if (takeReply(reply, QStringLiteral("Nao foi possivel baixar manifest.json: "))) {
         processManifest(reply->readAll());
     }
 }
@@ -187,11 +172,8 @@ void PatchManager::processManifest(const QByteArray &data)
 
     // The version only decides what happens when nothing is listed.
     if (!files.isEmpty()) {
-        const quint64 run = newestRun;
         emit statusChanged(QStringLiteral("Baixando %1 arquivo(s)...").arg(files.size()));
-        if (run == newestRun) {
-            downloadNext();
-        }
+        downloadNext();
         return;
     }
     if (LauncherSettings::instance().localVersion == remoteVersion) {
@@ -217,32 +199,21 @@ void PatchManager::downloadNext()
         return;
     }
 
-    const quint64 run = newestRun;
     const PatchFileEntry entry = files.at(currentIndex);
     emit progressChanged(donePercent());
-    if (run != newestRun) {
-        return;
-    }
     emit statusChanged(
         QStringLiteral("Baixando %1 (%2/%3)")
             .arg(entry.path, QString::number(currentIndex + 1), QString::number(files.size())));
-    if (run != newestRun) {
-        return;
-    }
 
     const QUrl url(normalizedBaseUrl() + entry.url, QUrl::TolerantMode);
     if (!url.isValid()) {
         finishError(QStringLiteral("URL invalida para ") + entry.path);
         return;
     }
-    if (cancelled) {
-        finishError(cancelledText());
-        return;
-    }
     startRequest(url);
     connect(currentReply, &QNetworkReply::downloadProgress, this, &PatchManager::onFileProgress);
     connect(currentReply, &QNetworkReply::finished, this,
-            [this, reply = currentReply, run, entry] { onFileReply(reply, run, entry); });
+            [this, reply = currentReply, entry] { onFileReply(reply, entry); });
 }
 
 void PatchManager::onFileProgress(qint64 received, qint64 total)
@@ -251,14 +222,13 @@ void PatchManager::onFileProgress(qint64 received, qint64 total)
         return;
     }
     const qint64 filePercent = received * 100 / total / files.size();
-    // 100 is for the end of the run alone.
+    // Only the end of a run emits 100.
     emit progressChanged(int(std::min<qint64>(filePercent + donePercent(), 99)));
 }
 
-void PatchManager::onFileReply(QNetworkReply *reply, quint64 run, const PatchFileEntry &entry)
+void PatchManager::onFileReply(QNetworkReply *reply, const PatchFileEntry &entry)
 {
-    if (!takeBody(reply, run,
-                  QStringLiteral("Falha ao baixar ") + entry.path + QLatin1String(": "))) {
+    if (!takeReply(reply, QStringLiteral("Falha ao baixar ") + entry.path + QLatin1String(": "))) {
         return;
     }
     const std::optional<QString> failure = storeBody(reply, QDir(clientDir).filePath(entry.path));
@@ -270,22 +240,26 @@ void PatchManager::onFileReply(QNetworkReply *reply, quint64 run, const PatchFil
     downloadNext();
 }
 
-/// Puts a plain GET in flight. None is when a step of the newest run comes here.
+/// Sends a plain GET and keeps its reply.
 void PatchManager::startRequest(const QUrl &url)
 {
+    if (currentReply != nullptr) {
+        currentReply->abort(); // its handler runs inside the call and ends its run
+    }
     currentReply = network->get(QNetworkRequest(url));
 }
 
-/// Takes a finished reply out of flight and releases it; its body stays readable until control
-/// returns to the event loop. Returns false when it has none to give: the reply was taken over
-/// elsewhere, or the run ended here.
-bool PatchManager::takeBody(QNetworkReply *reply, quint64 run, const QString &failurePrefix)
+/// Takes over a finished reply and releases it; its body stays readable until control returns to
+/// the event loop. Returns false without a body to use: the run ended here, or @p reply was dropped
+/// before.
+bool PatchManager::takeReply(QNetworkReply *reply, const QString &failurePrefix)
 {
+    reply->deleteLater();
+    // The reply of a local file finishes after abort(), when the next request may be in flight.
     if (currentReply != reply) {
         return false;
     }
     currentReply = nullptr;
-    reply->deleteLater();
     if (cancelled) {
         finishError(cancelledText());
         return false;
@@ -294,41 +268,10 @@ bool PatchManager::takeBody(QNetworkReply *reply, quint64 run, const QString &fa
         finishError(failurePrefix + *error);
         return false;
     }
-    if (run != newestRun) {
-        finishError(cancelledText());
-        return false;
-    }
     return true;
 }
 
-/// Aborts the request in flight, which ends its run.
-void PatchManager::abortCurrentReply()
-{
-    QNetworkReply *const reply = currentReply;
-    if (reply == nullptr) {
-        return;
-    }
-    reply->abort(); // its handler runs inside the call and clears the member
-    // What the library still has queued for the reply would reach it before its deletion and make
-    // it complain on the console.
-    QCoreApplication::removePostedEvents(reply, QEvent::MetaCall);
-    if (currentReply == reply) {
-        // It had ended by itself and not said so yet: its handler would come too late.
-        currentReply = nullptr;
-        reply->deleteLater();
-        finishError(cancelledText());
-    }
-}
-
-/// Ends the runs that were open when the newest one began.
-void PatchManager::endOlderRuns()
-{
-    abortCurrentReply();
-    while (openRuns > 1) {
-        finishError(cancelledText());
-    }
-}
-
+/// Percentage of the files that are stored.
 int PatchManager::donePercent() const
 {
     return currentIndex * 100 / int(files.size());
@@ -336,13 +279,11 @@ int PatchManager::donePercent() const
 
 void PatchManager::finishSuccess(const QString &message)
 {
-    --openRuns;
     emit progressChanged(100);
     emit finished(true, message);
 }
 
 void PatchManager::finishError(const QString &message)
 {
-    --openRuns;
     emit finished(false, message);
 }

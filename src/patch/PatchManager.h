@@ -10,17 +10,20 @@ class QUrl;
 
 /// One file of the patch manifest.
 struct PatchFileEntry {
-    QString path;    ///< Where the file belongs, relative to the client folder; taken as it stands.
-    QString url;     ///< Where it is fetched, appended to the base URL as text.
-    qint64 size = 0; ///< Bytes that the manifest announces; kept, never compared.
-    QString sha256;  ///< Digest that the manifest announces; kept, never compared.
+    QString path;    ///< Target, relative to the client folder; absolute paths and ".." are kept.
+    QString url;     ///< Source, appended to the base URL as text.
+    qint64 size = 0; ///< Size in bytes from the manifest; kept, never compared.
+    QString sha256;  ///< Digest from the manifest; kept, never compared.
 };
 
 /// Brings the client folder up to date from a web server that publishes "manifest.json".
 ///
-/// A run begins with checkAndUpdate() and ends with exactly one finished(); no signal of that run
-/// follows. Everything runs on the owner's thread, with at most one request in flight. Destroying
-/// the object drops a run without a signal.
+/// A run starts with checkAndUpdate() and ends with one finished(), after which it emits nothing.
+/// Everything runs on the owner's thread, with at most one request in flight. Destroying the
+/// object drops a run without a signal.
+///
+/// Precondition: slots of statusChanged() and progressChanged() neither start nor cancel a run. A
+/// slot of finished() may start the next one, unless cancel() or checkAndUpdate() ended this one.
 class PatchManager : public QObject
 {
     Q_OBJECT
@@ -28,12 +31,13 @@ class PatchManager : public QObject
 public:
     explicit PatchManager(QObject *parent = nullptr);
 
-    /// Starts a run. With an empty or invalid base URL it ends before the call returns. A run
-    /// still open is ended first: its request is aborted, and it finishes without success.
+    /// Starts a run. With an empty or invalid base URL the run ends before the call returns and
+    /// leaves a request in flight alone. Otherwise a request in flight is aborted, which ends its
+    /// run without success, and the new run continues.
     void checkAndUpdate();
 
-    /// Ends the run: before the call returns when a request is in flight, otherwise at the run's
-    /// next step. Files already stored stay.
+    /// Ends the run without success: before the call returns when a request is in flight, otherwise
+    /// before the next file. Files already stored are left untouched.
     void cancel();
 
     QString clientDir; ///< Folder that the files are written to; set before each run.
@@ -55,13 +59,11 @@ private:
     void finishSuccess(const QString &message);
     void finishError(const QString &message);
 
-    void onManifestReply(QNetworkReply *reply, quint64 run);
+    void onManifestReply(QNetworkReply *reply);
     void onFileProgress(qint64 received, qint64 total);
-    void onFileReply(QNetworkReply *reply, quint64 run, const PatchFileEntry &entry);
+    void onFileReply(QNetworkReply *reply, const PatchFileEntry &entry);
     void startRequest(const QUrl &url);
-    bool takeBody(QNetworkReply *reply, quint64 run, const QString &failurePrefix);
-    void abortCurrentReply();
-    void endOlderRuns();
+    bool takeReply(QNetworkReply *reply, const QString &failurePrefix);
     int donePercent() const;
 
     QString remoteVersion;
@@ -70,9 +72,4 @@ private:
     QNetworkAccessManager *network = nullptr;
     QNetworkReply *currentReply = nullptr;
     bool cancelled = false;
-
-    // A slot may start a run from inside any signal of another one. Each step that goes on after
-    // a signal first looks whether its run is still the newest; if not, the newest has ended it.
-    quint64 newestRun = 0;
-    int openRuns = 0;
 };

@@ -1,30 +1,31 @@
 #include "PatchTest.h"
 
 #include <QDirIterator>
-#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QSettings>
-#include <QThread>
-#include <QTimer>
+#include <QSignalSpy>
+
+#include <algorithm>
 
 #include "settings/LauncherSettings.h"
 #include "support/Timeouts.h"
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
-/// A folder in memory where the machine has one: each file stored is synced to its disk.
+/// A folder in memory where the machine has one: each stored file is synced to its disk.
 std::unique_ptr<QTemporaryDir> makeRoot()
 {
-    const QFileInfo memory(QStringLiteral("/dev/shm"));
+    const QFileInfo memory(u"/dev/shm"_s);
     const QString parent = memory.isWritable() ? memory.filePath() : QDir::tempPath();
-    return std::make_unique<QTemporaryDir>(parent + QStringLiteral("/tst_patch-XXXXXX"));
+    return std::make_unique<QTemporaryDir>(parent + u"/tst_patch-XXXXXX"_s);
 }
 
 } // namespace
@@ -32,18 +33,17 @@ std::unique_ptr<QTemporaryDir> makeRoot()
 SignalLog::SignalLog(PatchManager *manager)
 {
     connect(manager, &PatchManager::statusChanged, this,
-            [this](const QString &message) { append(QStringLiteral("status ") + message); });
+            [this](const QString &message) { append(u"status "_s + message); });
     connect(manager, &PatchManager::progressChanged, this,
-            [this](int percent) { append(QStringLiteral("progress %1").arg(percent)); });
+            [this](int percent) { append(u"progress %1"_s.arg(percent)); });
     connect(manager, &PatchManager::finished, this, [this](bool success, const QString &message) {
-        append(QStringLiteral("finished %1 %2")
-                   .arg(success ? QStringLiteral("true") : QStringLiteral("false"), message));
+        append((success ? u"finished true "_s : u"finished false "_s) + message);
     });
 }
 
 void SignalLog::append(const QString &line)
 {
-    heard.append(line);
+    allLines.append(line);
     if (onLine) {
         onLine(line);
     }
@@ -51,23 +51,15 @@ void SignalLog::append(const QString &line)
 
 QStringList SignalLog::linesOnce() const
 {
-    QStringList once;
-    for (const QString &line : heard) {
-        if (once.isEmpty() || once.last() != line) {
-            once.append(line);
-        }
-    }
+    QStringList once = allLines;
+    once.erase(std::unique(once.begin(), once.end()), once.end());
     return once;
 }
 
 QStringList SignalLog::linesOf(const QString &word) const
 {
-    QStringList chosen;
-    for (const QString &line : heard) {
-        if (line.startsWith(word + u' ')) {
-            chosen.append(line);
-        }
-    }
+    QStringList chosen = allLines;
+    chosen.removeIf([&](const QString &line) { return !line.startsWith(word + u' '); });
     return chosen;
 }
 
@@ -83,13 +75,13 @@ void PatchTest::init()
 {
     TestBase::init();
     LauncherSettings &settings = LauncherSettings::instance();
-    settings.localVersion = QStringLiteral("1.0.0");
-    settings.serverName = QStringLiteral("saved");
+    settings.localVersion = u"1.0.0"_s;
+    settings.serverName = u"saved"_s;
     settings.save();
-    settings.serverName = QStringLiteral("never saved");
+    settings.serverName = u"never saved"_s;
 
     root = makeRoot();
-    QVERIFY(QDir(root->path()).mkdir(QStringLiteral("client")));
+    QVERIFY(QDir(root->path()).mkdir(u"client"_s));
     server = std::make_unique<HttpServer>();
     manager = std::make_unique<PatchManager>();
     manager->clientDir = clientPath({});
@@ -109,15 +101,14 @@ void PatchTest::publish(const QString &version, const QList<Listed> &files)
 {
     QJsonArray listed;
     for (const Listed &file : files) {
-        QJsonObject entry{{QStringLiteral("path"), file.path}};
+        QJsonObject entry{{u"path"_s, file.path}};
         if (file.url) {
-            entry.insert(QStringLiteral("url"), *file.url);
+            entry.insert(u"url"_s, *file.url);
         }
         listed.append(entry);
     }
-    publishText(QJsonDocument(QJsonObject{{QStringLiteral("version"), version},
-                                          {QStringLiteral("files"), listed}})
-                    .toJson());
+    const QJsonObject manifest{{u"version"_s, version}, {u"files"_s, listed}};
+    publishText(QJsonDocument(manifest).toJson());
 }
 
 void PatchTest::publishText(const QByteArray &body)
@@ -132,89 +123,77 @@ void PatchTest::publishWhole(const Files &files)
         listed.append({file.key(), {}});
         server->answer('/' + file.key().toUtf8(), HttpAnswer::withLength(file.value()));
     }
-    publish(QStringLiteral("2"), listed);
+    publish(u"2"_s, listed);
 }
 
 void PatchTest::expectRecovery(const Files &left)
 {
     const Files found = Disk::files(clientPath({}));
     QCOMPARE(found.keys(), left.keys());
-    QVERIFY2(found == left, "a file is not as it should be");
-    QCOMPARE(LauncherSettings::instance().localVersion, QStringLiteral("1.0.0"));
-    QCOMPARE(savedVersion(), QStringLiteral("1.0.0"));
+    QVERIFY2(found == left, "a file has other content");
+    QCOMPARE(LauncherSettings::instance().localVersion, u"1.0.0"_s);
+    QCOMPARE(savedVersion(), u"1.0.0"_s);
 
-    const Files fresh = {{QStringLiteral("a"), "a after the fault"},
-                         {QStringLiteral("data/b"), QByteArray(100'000, 'b')}};
+    const Files fresh = {{u"a"_s, "a after the fault"}, {u"data/b"_s, QByteArray(100'000, 'b')}};
     manager->baseUrl = server->url();
     publishWhole(fresh);
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), QStringLiteral("finished true Atualizacao concluida."));
+    QCOMPARE(runToEnd(), complete());
     Files expected = left;
     expected.insert(fresh);
     QCOMPARE(Disk::files(clientPath({})), expected);
-    QCOMPARE(savedVersion(), QStringLiteral("2"));
+    QCOMPARE(savedVersion(), u"2"_s);
 }
 
-bool PatchTest::runToEnd()
+QString PatchTest::runToEnd()
 {
     log->clear();
     manager->checkAndUpdate();
-    return waitForEnds(1) && log->last().startsWith(u"finished ");
-}
-
-bool PatchTest::waitForEnds(const std::function<int()> &count)
-{
-    QTimer patience;
-    patience.setSingleShot(true);
-    patience.start(Timeouts::replyMs);
-    // A run may begin after an end that seemed the last.
-    while (log->finishedCount() < count() && patience.isActive()) {
-        QEventLoop loop;
-        connect(manager.get(), &PatchManager::finished, &loop, &QEventLoop::quit);
-        connect(&patience, &QTimer::timeout, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    return settle() && log->finishedCount() == count();
+    const bool endedOnce = waitForEnds(1) && log->last().startsWith(u"finished ");
+    return endedOnce ? log->last() : u"(not one end) "_s + log->lines().join(u'\n');
 }
 
 bool PatchTest::waitForEnds(int count)
 {
-    return waitForEnds([count] { return count; });
+    QSignalSpy ends(manager.get(), &PatchManager::finished);
+    while (log->finishedCount() < count && ends.wait(Timeouts::replyMs)) {
+    }
+    return settle() && log->finishedCount() == count;
 }
 
 bool PatchTest::settle()
 {
-    // A held answer stays; any other is on its way.
-    const bool isQuiet = QTest::qWaitFor(
-        [&] { return server->requestsInFlight() == server->heldAnswers(); }, Timeouts::replyMs);
-    for (int round = 0; round < 5; ++round) {
-        QThread::msleep(1); // for the network thread
-        QCoreApplication::processEvents();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-    return isQuiet;
+    return QTest::qWaitFor(
+        [this] {
+            QCoreApplication::processEvents();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            const int held = server->heldAnswers();
+            return server->requestsInFlight() == held &&
+                   (!manager || manager->findChildren<QNetworkReply *>().size() == held);
+        },
+        Timeouts::replyMs);
 }
 
-bool PatchTest::waitForHold()
+bool PatchTest::waitForHold(qint64 received)
 {
-    return QTest::qWaitFor([&] { return server->heldAnswers() == 1; }, Timeouts::replyMs) &&
-           settle();
+    return QTest::qWaitFor(
+        [&] {
+            return server->heldAnswers() == 1 &&
+                   (received <= 0 || (reply() != nullptr && reply()->bytesAvailable() == received));
+        },
+        Timeouts::replyMs);
 }
 
 QString PatchTest::libraryError(const QUrl &url)
 {
     QNetworkAccessManager network;
-    QNetworkReply *reply = network.get(QNetworkRequest(url));
-    QEventLoop loop;
-    connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
-    QTimer::singleShot(Timeouts::replyMs, &loop, &QEventLoop::quit);
-    loop.exec();
-    return reply->error() == QNetworkReply::NoError ? QString() : reply->errorString();
+    const QNetworkReply *answer = network.get(QNetworkRequest(url));
+    QSignalSpy(answer, &QNetworkReply::finished).wait(Timeouts::replyMs);
+    return answer->error() == QNetworkReply::NoError ? QString() : answer->errorString();
 }
 
 QString PatchTest::clientPath(const QString &name) const
 {
-    const QString client = root->filePath(QStringLiteral("client"));
+    const QString client = root->filePath(u"client"_s);
     return name.isEmpty() ? client : QDir(client).filePath(name);
 }
 
@@ -240,11 +219,45 @@ QStringList PatchTest::clientTree() const
 QString PatchTest::savedVersion()
 {
     const QSettings file(TestEnvironment::settingsFile(), QSettings::IniFormat);
-    return file.value(QStringLiteral("patch/localVersion"), QStringLiteral("(none)")).toString();
+    return file.value(u"patch/localVersion"_s, u"(none)"_s).toString();
 }
 
 QByteArray PatchTest::settingsBytes()
 {
-    QFile file(TestEnvironment::settingsFile());
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(cannot be read)");
+    return Disk::read(TestEnvironment::settingsFile());
+}
+
+QStringList PatchTest::start()
+{
+    return {u"status Verificando versao..."_s, u"progress 0"_s};
+}
+
+QString PatchTest::complete()
+{
+    return u"finished true Atualizacao concluida."_s;
+}
+
+QString PatchTest::cancelled()
+{
+    return u"finished false Atualizacao cancelada."_s;
+}
+
+QString PatchTest::manifestFailed(const QString &text)
+{
+    return u"finished false Nao foi possivel baixar manifest.json: "_s + text;
+}
+
+QString PatchTest::fileFailed(const QString &path, const QString &text)
+{
+    return u"finished false Falha ao baixar %1: %2"_s.arg(path, text);
+}
+
+QString PatchTest::openFailed(const QString &name) const
+{
+    return u"finished false Nao foi possivel gravar "_s + QDir(clientPath({})).filePath(name);
+}
+
+QString PatchTest::commitFailed(const QString &name) const
+{
+    return u"finished false Falha ao salvar "_s + QDir(clientPath({})).filePath(name);
 }

@@ -5,6 +5,7 @@
 #include "support/network/HttpServer.h"
 
 #include <QMap>
+#include <QNetworkReply>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -14,8 +15,8 @@
 
 #include "patch/PatchManager.h"
 
-/// Everything that a PatchManager says, in the order in which it says it, one line a signal:
-/// "status Verificando versao...", "progress 33", "finished true Atualizacao concluida.".
+/// The signals of a PatchManager in their order, one line each: "status Verificando versao...",
+/// "progress 33", "finished true Atualizacao concluida.".
 class SignalLog : public QObject
 {
     Q_OBJECT
@@ -23,15 +24,15 @@ class SignalLog : public QObject
 public:
     explicit SignalLog(PatchManager *manager);
 
-    const QStringList &lines() const { return heard; }
-    /// The lines, of neighbours that are alike only one: how often the library reports the same
-    /// progress is its own affair.
+    const QStringList &lines() const { return allLines; }
+    /// The lines without repetitions in a row: how often the library reports the same progress is
+    /// not fixed.
     QStringList linesOnce() const;
     /// The lines that begin with @p word.
     QStringList linesOf(const QString &word) const;
     int finishedCount() const { return int(linesOf(QStringLiteral("finished")).size()); }
-    QString last() const { return heard.isEmpty() ? QString() : heard.last(); }
-    void clear() { heard.clear(); }
+    QString last() const { return allLines.isEmpty() ? QString() : allLines.last(); }
+    void clear() { allLines.clear(); }
 
     /// Runs after each line, inside the signal; the line is already in the list.
     std::function<void(const QString &line)> onLine;
@@ -39,10 +40,10 @@ public:
 private:
     void append(const QString &line);
 
-    QStringList heard;
+    QStringList allLines;
 };
 
-/// One entry of a manifest that a test publishes; what is not set is left out of the JSON.
+/// One entry of a manifest; without a url, the JSON has none.
 struct Listed {
     QString path;
     std::optional<QString> url;
@@ -52,7 +53,7 @@ struct Listed {
 using Files = QMap<QString, QByteArray>;
 
 /// Base of the tests of PatchManager: a web server in a thread of its own, an empty client folder,
-/// a manager that knows both, and the settings at version "1.0.0".
+/// a manager that is set to both, and the settings at version "1.0.0".
 class PatchTest : public TestBase
 {
     Q_OBJECT
@@ -67,29 +68,32 @@ protected:
     void publish(const QString &version, const QList<Listed> &files);
     /// Publishes @p body as the manifest.
     void publishText(const QByteArray &body);
-    /// Publishes @p files with their content and a manifest that lists them, with version "2". This
-    /// is where a subclass with another server brings that one into order.
+    /// Publishes @p files with their content and a manifest that lists them, with version "2".
+    /// A subclass with another server repairs that server here.
     virtual void publishWhole(const Files &files);
 
-    /// Holds a fault to its consequences. The client folder holds the files @p left and no other,
-    /// no temporary among them; the version is the old one; and a next run, with the server and the
+    /// Checks the state after a failed run: the client folder holds the files @p left and no other,
+    /// temporary ones included; the stored version is the old one; and a next run, with server and
     /// disk in order, stores all of its files.
     void expectRecovery(const Files &left);
 
-    /// Starts a run, waits for its end and lets everything that is still under way arrive. False
-    /// when it did not end, ended twice or said something after its end.
-    bool runToEnd();
-    /// Waits until there were @p count ends, then lets everything that is still under way arrive.
-    /// False when there were fewer or more.
-    bool waitForEnds(const std::function<int()> &count);
+    /// Starts a run and waits for its end. Returns its last line; a text that is no line when it
+    /// did not end, ended twice or emitted something after its end.
+    QString runToEnd();
+    /// Waits for @p count ends and until nothing is in flight. False when there were fewer or more.
     bool waitForEnds(int count);
-    /// Lets every event arrive that is under way. False when the server does not come to rest.
+    /// Waits until nothing is in flight but held answers. False on a timeout.
     bool settle();
-    /// Waits until the server holds an answer and the client had time to read what came before.
-    bool waitForHold();
+    /// Waits until the server holds an answer and the manager's reply has @p received bytes of its
+    /// body. False on a timeout.
+    bool waitForHold(qint64 received = 0);
+    /// The manager's reply in flight, null when there is none.
+    QNetworkReply *reply() const { return manager->findChild<QNetworkReply *>(); }
 
     /// The library's own text for the failure of a plain GET of @p url.
     static QString libraryError(const QUrl &url);
+    /// The same for @p path on the server.
+    QString serverError(const QString &path) const { return libraryError(QUrl(server->url(path))); }
 
     QString clientPath(const QString &name) const;
     QByteArray clientFile(const QString &name) const;
@@ -102,14 +106,21 @@ protected:
     /// memory hold a server name that was never saved.
     static QByteArray settingsBytes();
 
+    /// The first two lines of a run.
+    static QStringList start();
+    /// Last lines of a run.
+    static QString complete();
+    static QString cancelled();
+    static QString manifestFailed(const QString &text);
+    static QString fileFailed(const QString &path, const QString &text);
+    QString openFailed(const QString &name) const;
+    QString commitFailed(const QString &name) const;
+    /// The library's texts for an aborted transfer and for a connection that closes too early.
+    static QString aborted() { return QStringLiteral("Operation canceled"); }
+    static QString closed() { return QStringLiteral("Connection closed"); }
+
     std::unique_ptr<HttpServer> server;
     std::unique_ptr<QTemporaryDir> root;
     std::unique_ptr<PatchManager> manager;
     std::unique_ptr<SignalLog> log;
 };
-
-/// The text of the library for an aborted transfer.
-inline QString abortedText()
-{
-    return QStringLiteral("Operation canceled");
-}

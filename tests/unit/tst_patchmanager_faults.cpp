@@ -19,21 +19,12 @@
 
 #include "settings/LauncherSettings.h"
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 constexpr int megabyte = 1024 * 1024;
-
-QString completeEnd()
-{
-    return QStringLiteral("finished true Atualizacao concluida.");
-}
-
-/// The folder of the tests that are about one file.
-Files oldFile()
-{
-    return {{QStringLiteral("a"), "old"}};
-}
 
 /// A text of 500 kB that does not compress to nothing.
 QByteArray severalBlocks()
@@ -55,7 +46,7 @@ bool enterOwnMountNamespace()
 /// The most memory that this process has used so far, in bytes.
 qint64 peakMemory()
 {
-    const QByteArrayList lines = Disk::read(QStringLiteral("/proc/self/status")).split('\n');
+    const QByteArrayList lines = Disk::read(u"/proc/self/status"_s).split('\n');
     for (const QByteArray &line : lines) {
         if (line.startsWith("VmHWM:")) {
             return line.simplified().split(' ').at(1).toLongLong() * 1024;
@@ -80,8 +71,7 @@ QJsonObject updateInChild(const QString &baseUrl, const QString &clientDir)
     const qint64 before = peakMemory();
     manager.checkAndUpdate();
     loop.exec();
-    return {{QStringLiteral("message"), message},
-            {QStringLiteral("memory"), peakMemory() - before}};
+    return {{u"message"_s, message}, {u"memory"_s, peakMemory() - before}};
 }
 
 } // namespace
@@ -92,33 +82,32 @@ class TestPatchManagerFaults : public PatchTest
     Q_OBJECT
 
 private slots:
-    void aFailedTransferIsToldInTheLibrarysWords_data();
-    void aFailedTransferIsToldInTheLibrarysWords();
+    void aFailedTransferIsReportedWithTheLibrarysText_data();
+    void aFailedTransferIsReportedWithTheLibrarysText();
     void aBodyThatBreaksOffIsAClosedConnection_data();
     void aBodyThatBreaksOffIsAClosedConnection();
-    void aServerThatIsNotThereIsToldInTheLibrarysWords();
+    void aServerThatIsNotThereIsReportedWithTheLibrarysText();
     void aStalledServerIsWaitedFor_data();
     void aStalledServerIsWaitedFor();
     void aFailedFileEndsTheRun();
 
+    void aCutFileIsNeverStored_data();
     void aCutFileIsNeverStored();
-    void aCutFileBehindARedirectIsNeverStored();
     void aCutManifestIsNeverUsed();
-    void anUncompressedBodyWithAnEncodingLineIsCheckedToo();
     void aRedirectsOwnLengthIsNotTakenForTheFiles_data();
     void aRedirectsOwnLengthIsNotTakenForTheFiles();
-    void onlyTheLibraryCanTellACutBodyWithoutLength_data();
-    void onlyTheLibraryCanTellACutBodyWithoutLength();
+    void aCutBodyWithoutLengthIsLeftToTheLibrary_data();
+    void aCutBodyWithoutLengthIsLeftToTheLibrary();
 
-    void aLongManifestIsBegunAtOnce();
+    void aLongManifestIsStarted();
     void aManifestOfWhiteSpaceTakesBoundedMemory_data();
     void aManifestOfWhiteSpaceTakesBoundedMemory();
 
     void whatCannotBeOpenedIsNamed_data();
     void whatCannotBeOpenedIsNamed();
-    void aFolderRemovedInMidRunIsMadeAgain();
-    void aFolderReplacedByAFileInMidRunIsNamed();
-    void aTargetThatBecomesAFolderInMidRunIsNamed();
+    void aFolderRemovedDuringARunIsMadeAgain();
+    void aFolderReplacedByAFileDuringARunIsNamed();
+    void aTargetThatBecomesAFolderDuringARunIsNamed();
 
     void aFullDiskLeavesTheOldFileWhole_data();
     void aFullDiskLeavesTheOldFileWhole();
@@ -128,19 +117,22 @@ private slots:
     void aTargetThatCannotBeReplacedIsNamed();
 
 private:
-    void expectNothingStored(const QByteArray &oldContent);
+    const Files oldFile = {{u"a"_s, "old"}};
+
+    void publishOldFile(const HttpAnswer &answer, const QString &url = u"a"_s);
+    QString runWithSizeLimit(int bytes);
 };
 
-void TestPatchManagerFaults::aFailedTransferIsToldInTheLibrarysWords_data()
+void TestPatchManagerFaults::aFailedTransferIsReportedWithTheLibrarysText_data()
 {
     const HttpAnswer whole = HttpAnswer::withLength("content of a");
     QTest::addColumn<HttpAnswer>("answer");
     QTest::newRow("not found") << HttpAnswer::status("404 Not Found", "no such file");
     QTest::newRow("forbidden") << HttpAnswer::status("403 Forbidden");
-    QTest::newRow("gone, in other words") << HttpAnswer::status("410 Moved Out");
+    QTest::newRow("gone, with another reason phrase") << HttpAnswer::status("410 Moved Out");
     QTest::newRow("internal error") << HttpAnswer::status("500 Internal Server Error", "oops");
     QTest::newRow("unavailable") << HttpAnswer::status("503 Service Unavailable", "busy");
-    QTest::newRow("login wanted")
+    QTest::newRow("authentication required")
         << HttpAnswer::status("401 Unauthorized").withHeader("WWW-Authenticate: Basic realm=\"x\"");
     QTest::newRow("closed without an answer") << whole.cutAt(HttpAnswer::beforeHeader);
     QTest::newRow("closed inside the header") << whole.cutAt(HttpAnswer::insideHeader);
@@ -148,47 +140,42 @@ void TestPatchManagerFaults::aFailedTransferIsToldInTheLibrarysWords_data()
     QTest::newRow("reset inside the header") << whole.resetAt(HttpAnswer::insideHeader);
     QTest::newRow("no HTTP") << HttpAnswer::raw("SSH-2.0-OpenSSH_9.2\r\n", "").cutAt(0);
     QTest::newRow("broken compression") << whole.withHeader("Content-Encoding: gzip");
-    QTest::newRow("redirect in a circle") << HttpAnswer::redirect("/manifest.json");
+    QTest::newRow("redirect loop") << HttpAnswer::redirect("/manifest.json");
     QTest::newRow("redirect to nothing") << HttpAnswer::redirect("/nowhere");
     QTest::newRow("redirect to another protocol") << HttpAnswer::redirect("ftp://127.0.0.1/a");
 }
 
-void TestPatchManagerFaults::aFailedTransferIsToldInTheLibrarysWords()
+void TestPatchManagerFaults::aFailedTransferIsReportedWithTheLibrarysText()
 {
     QFETCH(const HttpAnswer, answer);
     server->answer("/manifest.json", answer);
     const QByteArray settings = settingsBytes();
-    const QString manifestText = libraryError(QUrl(server->url(QStringLiteral("/manifest.json"))));
+    const QString manifestText = serverError(u"/manifest.json"_s);
     QVERIFY(!manifestText.isEmpty());
-    QVERIFY(runToEnd());
-    QCOMPARE(
-        log->lines(),
-        QStringList({QStringLiteral("status Verificando versao..."), QStringLiteral("progress 0"),
-                     QStringLiteral("finished false Nao foi possivel baixar manifest.json: ") +
-                         manifestText}));
+    QCOMPARE(runToEnd(), manifestFailed(manifestText));
+    QCOMPARE(log->lines(), start() + QStringList(log->last()));
 
     server->answer("/data/a", answer);
-    publish(QStringLiteral("2"), {{QStringLiteral("a"), QStringLiteral("data/a")}});
-    if (QLatin1String(QTest::currentDataTag()) == QLatin1String("redirect in a circle")) {
+    publish(u"2"_s, {{u"a"_s, u"data/a"_s}});
+    if (QLatin1String(QTest::currentDataTag()) == u"redirect loop"_s) {
         server->answer("/data/a", HttpAnswer::redirect("/data/a"));
     }
-    Disk::write(clientPath(QStringLiteral("a")), "old");
-    const QString fileText = libraryError(QUrl(server->url(QStringLiteral("/data/a"))));
+    Disk::write(clientPath(u"a"_s), "old");
+    const QString fileText = serverError(u"/data/a"_s);
     QVERIFY(!fileText.isEmpty());
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), QStringLiteral("finished false Falha ao baixar a: ") + fileText);
-    QCOMPARE(log->linesOf(QStringLiteral("status")).last(),
-             QStringLiteral("status Baixando a (1/1)"));
+    QCOMPARE(runToEnd(), fileFailed(u"a"_s, fileText));
+    QCOMPARE(log->linesOf(u"status"_s).last(), u"status Baixando a (1/1)"_s);
     QCOMPARE(settingsBytes(), settings);
-    expectRecovery(oldFile());
+    expectRecovery(oldFile);
 }
 
-/// The folder holds the file "a" alone, as it was, and the settings the old version.
-void TestPatchManagerFaults::expectNothingStored(const QByteArray &oldContent)
+/// The client folder holds the file "a"; the manifest lists it, with @p url, and @p answer is what
+/// the server sends for it.
+void TestPatchManagerFaults::publishOldFile(const HttpAnswer &answer, const QString &url)
 {
-    QCOMPARE(clientFile(QStringLiteral("a")), oldContent);
-    QCOMPARE(clientTree(), QStringList({QStringLiteral("a")}));
-    QCOMPARE(LauncherSettings::instance().localVersion, QStringLiteral("1.0.0"));
+    publish(u"2"_s, {{u"a"_s, url}});
+    server->answer("/a", answer);
+    Disk::write(clientPath(u"a"_s), "old");
 }
 
 void TestPatchManagerFaults::aBodyThatBreaksOffIsAClosedConnection_data()
@@ -204,7 +191,7 @@ void TestPatchManagerFaults::aBodyThatBreaksOffIsAClosedConnection_data()
     QTest::newRow("reset before the last byte") << whole.heldAt(299'999).resetAt(299'999);
     for (const char *length : {"4294967297", "5000000000", "9223372036854775807"}) {
         QTest::addRow("closed inside of %s bytes", length)
-            << HttpAnswer::raw(QByteArray("HTTP/1.1 200 OK\r\nContent-Length: ") + length + "\r\n",
+            << HttpAnswer::raw("HTTP/1.1 200 OK\r\nContent-Length: "_ba + length + "\r\n",
                                QByteArray(megabyte, 'x'))
                    .cutAt(megabyte);
     }
@@ -219,30 +206,22 @@ void TestPatchManagerFaults::aBodyThatBreaksOffIsAClosedConnection()
     resumer.start(20);
 
     server->answer("/manifest.json", answer);
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), QStringLiteral("finished false Nao foi possivel baixar manifest.json: "
-                                         "Connection closed"));
-    publish(QStringLiteral("2"), {{QStringLiteral("a"), {}}});
-    server->answer("/a", answer);
-    Disk::write(clientPath(QStringLiteral("a")), "old");
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), QStringLiteral("finished false Falha ao baixar a: Connection closed"));
-    static const QRegularExpression percentage(QStringLiteral("^progress [0-9]{1,2}$"));
-    const QStringList progress = log->linesOf(QStringLiteral("progress"));
+    QCOMPARE(runToEnd(), manifestFailed(closed()));
+    publishOldFile(answer);
+    QCOMPARE(runToEnd(), fileFailed(u"a"_s, closed()));
+    static const QRegularExpression percentage(u"^progress [0-9]{1,2}$"_s);
+    const QStringList progress = log->linesOf(u"progress"_s);
     QCOMPARE(progress.filter(percentage), progress);
-    expectRecovery(oldFile());
+    expectRecovery(oldFile);
 }
 
-void TestPatchManagerFaults::aServerThatIsNotThereIsToldInTheLibrarysWords()
+void TestPatchManagerFaults::aServerThatIsNotThereIsReportedWithTheLibrarysText()
 {
     QTcpServer port;
     QVERIFY(port.listen(QHostAddress::LocalHost));
-    manager->baseUrl = QStringLiteral("http://127.0.0.1:%1/").arg(port.serverPort());
+    manager->baseUrl = u"http://127.0.0.1:%1/"_s.arg(port.serverPort());
     port.close();
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(),
-             QStringLiteral("finished false Nao foi possivel baixar manifest.json: ") +
-                 libraryError(QUrl(manager->baseUrl + QStringLiteral("manifest.json"))));
+    QCOMPARE(runToEnd(), manifestFailed(libraryError(QUrl(manager->baseUrl + u"manifest.json"_s))));
     expectRecovery({});
 }
 
@@ -257,70 +236,59 @@ void TestPatchManagerFaults::aStalledServerIsWaitedFor_data()
 void TestPatchManagerFaults::aStalledServerIsWaitedFor()
 {
     QFETCH(const int, position);
-    publish(QStringLiteral("2"), {{QStringLiteral("a"), {}}});
-    server->answer("/a", HttpAnswer::withLength("content, and a bit more").heldAt(position));
+    publishOldFile(HttpAnswer::withLength("content, and a bit more").heldAt(position));
     manager->checkAndUpdate();
-    QVERIFY(waitForHold());
-    QTest::qWait(300);
+    QVERIFY(waitForHold(position));
     QCOMPARE(log->finishedCount(), 0);
-    QCOMPARE(server->heldAnswers(), 1);
+    QCOMPARE(reply()->request().transferTimeout(), 0);
     server->resume();
     QVERIFY(waitForEnds(1));
-    QCOMPARE(log->last(), completeEnd());
-    QCOMPARE(clientFile(QStringLiteral("a")), QByteArray("content, and a bit more"));
+    QCOMPARE(log->last(), complete());
+    QCOMPARE(clientFile(u"a"_s), "content, and a bit more"_ba);
 }
 
 void TestPatchManagerFaults::aFailedFileEndsTheRun()
 {
-    publish(QStringLiteral("2"), {{QStringLiteral("a"), {}},
-                                  {QStringLiteral("data/b"), QStringLiteral("b")},
-                                  {QStringLiteral("c"), {}}});
-    server->answer("/a", HttpAnswer::withLength("content of a"));
-    server->answer("/c", HttpAnswer::withLength("content of c"));
+    publishWhole({{u"a"_s, "content of a"}, {u"c"_s, "content of c"}});
+    publish(u"2"_s, {{u"a"_s, {}}, {u"data/b"_s, u"b"_s}, {u"c"_s, {}}});
     const QByteArray settings = settingsBytes();
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), QStringLiteral("finished false Falha ao baixar data/b: ") +
-                              libraryError(QUrl(server->url(QStringLiteral("/b")))));
-    QVERIFY(!log->lines().contains(QStringLiteral("progress 100")));
+    QCOMPARE(runToEnd(), fileFailed(u"data/b"_s, serverError(u"/b"_s)));
+    QVERIFY(!log->lines().contains(u"progress 100"_s));
     QVERIFY(!server->paths().contains("/c"));
     QCOMPARE(settingsBytes(), settings);
-    expectRecovery({{QStringLiteral("a"), "content of a"}});
+    expectRecovery({{u"a"_s, "content of a"}});
+}
+
+void TestPatchManagerFaults::aCutFileIsNeverStored_data()
+{
+    // The library takes most cuts of bodies of this size for the end.
+    const HttpAnswer large = HttpAnswer::withLength(QByteArray(megabyte, 'x'));
+    QTest::addColumn<HttpAnswer>("answer");
+    QTest::addColumn<QString>("url");
+    QTest::addColumn<int>("runs");
+    QTest::newRow("small") << HttpAnswer::withLength("content of a").cutAt(3) << u"a"_s << 1;
+    QTest::newRow("1 MiB") << large.cutAt(megabyte - 1000) << u"a"_s << 200;
+    QTest::newRow("4 MiB")
+        << HttpAnswer::withLength(QByteArray(4 * megabyte, 'x')).cutAt(4 * megabyte - 1000)
+        << u"a"_s << 10;
+    QTest::newRow("behind a redirect") << large.cutAt(megabyte - 1) << u"redirected"_s << 60;
+    QTest::newRow("uncompressed, with an encoding line")
+        << large.withHeader("Content-Encoding: identity").cutAt(megabyte - 1) << u"a"_s << 20;
 }
 
 void TestPatchManagerFaults::aCutFileIsNeverStored()
 {
-    // Of a body of this size the library takes most cuts for the end, of one as small as this
-    // text none.
-    publish(QStringLiteral("2"), {{QStringLiteral("a"), {}}});
-    server->answer("/small", HttpAnswer::withLength("content of a").cutAt(3));
-    const QString closedText = libraryError(QUrl(server->url(QStringLiteral("/small"))));
-    QCOMPARE(closedText, QStringLiteral("Connection closed"));
-    Disk::write(clientPath(QStringLiteral("a")), "old");
-    for (int size : {megabyte, 4 * megabyte}) {
-        server->answer("/a", HttpAnswer::withLength(QByteArray(size, 'x')).cutAt(size - 1000));
-        for (int i = 0; i < (size == megabyte ? 200 : 10); ++i) {
-            QVERIFY(runToEnd());
-            QCOMPARE(log->last(),
-                     QStringLiteral("finished false Falha ao baixar a: ") + closedText);
-            expectNothingStored("old");
-        }
+    QFETCH(const HttpAnswer, answer);
+    QFETCH(const QString, url);
+    QFETCH(const int, runs);
+    server->answer("/redirected", HttpAnswer::redirect("/a"));
+    publishOldFile(answer, url);
+    for (int i = 0; i < runs; ++i) {
+        QCOMPARE(runToEnd(), fileFailed(u"a"_s, closed()));
+        QCOMPARE(Disk::files(clientPath({})), oldFile);
+        QCOMPARE(LauncherSettings::instance().localVersion, u"1.0.0"_s);
     }
-    expectRecovery(oldFile());
-}
-
-void TestPatchManagerFaults::aCutFileBehindARedirectIsNeverStored()
-{
-    publish(QStringLiteral("2"), {{QStringLiteral("a"), QStringLiteral("led")}});
-    server->answer("/led", HttpAnswer::redirect("/a"));
-    server->answer("/a", HttpAnswer::withLength(QByteArray(megabyte, 'x')).cutAt(megabyte - 1));
-    Disk::write(clientPath(QStringLiteral("a")), "old");
-    for (int i = 0; i < 60; ++i) {
-        QVERIFY(runToEnd());
-        QCOMPARE(log->last(),
-                 QStringLiteral("finished false Falha ao baixar a: Connection closed"));
-        expectNothingStored("old");
-    }
-    expectRecovery(oldFile());
+    expectRecovery(oldFile);
 }
 
 void TestPatchManagerFaults::aCutManifestIsNeverUsed()
@@ -329,29 +297,10 @@ void TestPatchManagerFaults::aCutManifestIsNeverUsed()
     const QByteArray manifest = R"({"version":"2","files":[]})" + QByteArray(megabyte, ' ');
     server->answer("/manifest.json", HttpAnswer::withLength(manifest).cutAt(megabyte - 1));
     for (int i = 0; i < 20; ++i) {
-        QVERIFY(runToEnd());
-        QCOMPARE(log->last(), QStringLiteral("finished false Nao foi possivel baixar "
-                                             "manifest.json: Connection closed"));
-        QCOMPARE(LauncherSettings::instance().localVersion, QStringLiteral("1.0.0"));
+        QCOMPARE(runToEnd(), manifestFailed(closed()));
+        QCOMPARE(LauncherSettings::instance().localVersion, u"1.0.0"_s);
     }
     expectRecovery({});
-}
-
-void TestPatchManagerFaults::anUncompressedBodyWithAnEncodingLineIsCheckedToo()
-{
-    publish(QStringLiteral("1.0.0"), {{QStringLiteral("a"), {}}});
-    const HttpAnswer whole =
-        HttpAnswer::withLength(QByteArray(megabyte, 'x')).withHeader("Content-Encoding: identity");
-    server->answer("/a", whole);
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), completeEnd());
-    server->answer("/a", whole.cutAt(megabyte - 1));
-    for (int i = 0; i < 20; ++i) {
-        QVERIFY(runToEnd());
-        QCOMPARE(log->last(),
-                 QStringLiteral("finished false Falha ao baixar a: Connection closed"));
-    }
-    expectRecovery({{QStringLiteral("a"), QByteArray(megabyte, 'x')}});
 }
 
 void TestPatchManagerFaults::aRedirectsOwnLengthIsNotTakenForTheFiles_data()
@@ -362,24 +311,21 @@ void TestPatchManagerFaults::aRedirectsOwnLengthIsNotTakenForTheFiles_data()
     QTest::newRow("without length") << HttpAnswer::withoutLength("short");
     QTest::newRow("chunked") << HttpAnswer::chunked("short");
     QTest::newRow("compressed") << HttpAnswer::gzipped("short");
+    QTest::newRow("uncompressed, with an encoding line")
+        << HttpAnswer::withLength("short").withHeader("Content-Encoding: identity");
 }
 
 void TestPatchManagerFaults::aRedirectsOwnLengthIsNotTakenForTheFiles()
 {
-    // The library leaves the redirect's header on one reply of five or so.
+    // The library leaves the redirect's header on about one reply of five.
     QFETCH(const HttpAnswer, answer);
-    QList<Listed> files;
-    for (int i = 0; i < 60; ++i) {
-        files.append({QStringLiteral("a"), QStringLiteral("led")});
-    }
-    publish(QStringLiteral("2"), files);
-    server->answer("/led", HttpAnswer::redirect("/a"));
+    publish(u"2"_s, QList<Listed>(60, {u"a"_s, u"redirected"_s}));
+    server->answer("/redirected", HttpAnswer::redirect("/a"));
     server->answer("/a", answer);
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), completeEnd());
+    QCOMPARE(runToEnd(), complete());
 }
 
-void TestPatchManagerFaults::onlyTheLibraryCanTellACutBodyWithoutLength_data()
+void TestPatchManagerFaults::aCutBodyWithoutLengthIsLeftToTheLibrary_data()
 {
     const HttpAnswer zipped = HttpAnswer::gzipped(severalBlocks());
     QTest::addColumn<HttpAnswer>("answer");
@@ -395,29 +341,27 @@ void TestPatchManagerFaults::onlyTheLibraryCanTellACutBodyWithoutLength_data()
     }
 }
 
-void TestPatchManagerFaults::onlyTheLibraryCanTellACutBodyWithoutLength()
+void TestPatchManagerFaults::aCutBodyWithoutLengthIsLeftToTheLibrary()
 {
-    // It does so sometimes, and leaves nothing to tell it by when it does not. That is why patches
-    // belong on a server that says how long they are.
+    // The library reports some of these cuts and takes the others for the end; nothing in the reply
+    // shows which. Therefore a patch server should send the length.
     QFETCH(const HttpAnswer, answer);
-    publish(QStringLiteral("1.0.0"), {{QStringLiteral("a"), {}}});
-    server->answer("/a", answer);
     for (int i = 0; i < 5; ++i) {
-        Disk::write(clientPath(QStringLiteral("a")), "old");
-        QVERIFY(runToEnd());
-        const QByteArray left = clientFile(QStringLiteral("a"));
-        if (log->last() == completeEnd()) {
+        publishOldFile(answer);
+        publish(u"1.0.0"_s, {{u"a"_s, {}}});
+        const QString end = runToEnd();
+        const QByteArray left = clientFile(u"a"_s);
+        if (end == complete()) {
             QVERIFY(severalBlocks().startsWith(left));
         } else {
-            QCOMPARE(log->last(),
-                     QStringLiteral("finished false Falha ao baixar a: Connection closed"));
-            QCOMPARE(left, QByteArray("old"));
+            QCOMPARE(end, fileFailed(u"a"_s, closed()));
+            QCOMPARE(left, "old"_ba);
         }
     }
-    expectRecovery({{QStringLiteral("a"), clientFile(QStringLiteral("a"))}});
+    expectRecovery({{u"a"_s, clientFile(u"a"_s)}});
 }
 
-void TestPatchManagerFaults::aLongManifestIsBegunAtOnce()
+void TestPatchManagerFaults::aLongManifestIsStarted()
 {
     QByteArray listed;
     for (int i = 0; i < 100'000; ++i) {
@@ -426,29 +370,26 @@ void TestPatchManagerFaults::aLongManifestIsBegunAtOnce()
     publishText(R"({"version":"2","files":[)" + listed.sliced(1) + "]}");
     server->answer("/data/f0", HttpAnswer::withLength("first"));
     server->answer("/data/f1", HttpAnswer::withLength("second"));
-    QVERIFY(runToEnd());
-    QCOMPARE(log->linesOf(QStringLiteral("status")),
-             QStringList({QStringLiteral("status Verificando versao..."),
-                          QStringLiteral("status Baixando 100000 arquivo(s)..."),
-                          QStringLiteral("status Baixando data/f0 (1/100000)"),
-                          QStringLiteral("status Baixando data/f1 (2/100000)"),
-                          QStringLiteral("status Baixando data/f2 (3/100000)")}));
-    QCOMPARE(log->last(), QStringLiteral("finished false Falha ao baixar data/f2: ") +
-                              libraryError(QUrl(server->url(QStringLiteral("/data/f2")))));
-    expectRecovery({{QStringLiteral("data/f0"), "first"}, {QStringLiteral("data/f1"), "second"}});
+    QCOMPARE(runToEnd(), fileFailed(u"data/f2"_s, serverError(u"/data/f2"_s)));
+    QCOMPARE(log->linesOf(u"status"_s).mid(1),
+             QStringList({u"status Baixando 100000 arquivo(s)..."_s,
+                          u"status Baixando data/f0 (1/100000)"_s,
+                          u"status Baixando data/f1 (2/100000)"_s,
+                          u"status Baixando data/f2 (3/100000)"_s}));
+    expectRecovery({{u"data/f0"_s, "first"}, {u"data/f1"_s, "second"}});
 }
 
 void TestPatchManagerFaults::aManifestOfWhiteSpaceTakesBoundedMemory_data()
 {
     const QByteArray blanks(200 * megabyte, ' ');
-    const QString invalid = QStringLiteral("manifest.json invalido.");
+    const QString invalid = u"manifest.json invalido."_s;
     QTest::addColumn<HttpAnswer>("answer");
     QTest::addColumn<QString>("message"); // null: the library's
     QTest::newRow("nothing else") << HttpAnswer::withLength(blanks) << invalid;
     QTest::newRow("nothing else, chunked") << HttpAnswer::chunked(blanks, megabyte) << invalid;
     QTest::newRow("around an object")
         << HttpAnswer::withLength(R"({"version":)" + blanks + R"("1.0.0"})")
-        << QStringLiteral("Cliente ja esta atualizado.");
+        << u"Cliente ja esta atualizado."_s;
     QTest::newRow("20 MiB, compressed")
         << HttpAnswer::gzipped(blanks.first(20 * megabyte)) << QString();
 }
@@ -459,8 +400,7 @@ void TestPatchManagerFaults::aManifestOfWhiteSpaceTakesBoundedMemory()
     QFETCH(QString, message);
     server->answer("/manifest.json", answer);
     if (message.isNull()) {
-        message = QStringLiteral("Nao foi possivel baixar manifest.json: ") +
-                  libraryError(QUrl(server->url(QStringLiteral("/manifest.json"))));
+        message = u"Nao foi possivel baixar manifest.json: "_s + serverError(u"/manifest.json"_s);
     }
     const QJsonObject result =
         QJsonDocument::fromJson(Child({server->url(), clientPath({})}).output()).object();
@@ -473,44 +413,40 @@ void TestPatchManagerFaults::aManifestOfWhiteSpaceTakesBoundedMemory()
 void TestPatchManagerFaults::whatCannotBeOpenedIsNamed_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("a folder") << QStringLiteral("folder");
-    QTest::newRow("a folder, with a slash") << QStringLiteral("folder/");
-    QTest::newRow("a new folder, with a slash") << QStringLiteral("new/");
-    QTest::newRow("the client folder") << QStringLiteral(".");
-    QTest::newRow("the folder above") << QStringLiteral("..");
-    QTest::newRow("the root") << QStringLiteral("/");
-    QTest::newRow("below a file") << QStringLiteral("file/a");
-    QTest::newRow("far below a file") << QStringLiteral("file/b/c/a");
-    QTest::newRow("null character in the name") << QStringLiteral("a") + QChar::Null;
-    QTest::newRow("null character in the folder")
-        << QStringLiteral("new") + QChar::Null + QStringLiteral("/a");
+    QTest::newRow("a folder") << u"folder"_s;
+    QTest::newRow("a folder, with a slash") << u"folder/"_s;
+    QTest::newRow("a new folder, with a slash") << u"new/"_s;
+    QTest::newRow("the client folder") << u"."_s;
+    QTest::newRow("the folder above") << u".."_s;
+    QTest::newRow("the root") << u"/"_s;
+    QTest::newRow("below a file") << u"file/a"_s;
+    QTest::newRow("far below a file") << u"file/b/c/a"_s;
+    QTest::newRow("null character in the name") << u"a"_s + QChar::Null;
+    QTest::newRow("null character in the folder") << u"new"_s + QChar::Null + u"/a"_s;
     QTest::newRow("null character alone") << QString(QChar::Null);
 }
 
 void TestPatchManagerFaults::whatCannotBeOpenedIsNamed()
 {
     QFETCH(const QString, path);
-    QVERIFY(QDir(clientPath({})).mkdir(QStringLiteral("folder")));
-    Disk::write(clientPath(QStringLiteral("file")), "a file");
+    QVERIFY(QDir(clientPath({})).mkdir(u"folder"_s));
+    Disk::write(clientPath(u"file"_s), "a file");
     const QStringList before = clientTree();
-    publish(QStringLiteral("2"), {{path, QStringLiteral("a")}, {QStringLiteral("b"), {}}});
+    publish(u"2"_s, {{path, u"a"_s}, {u"b"_s, {}}});
     server->answer("/a", HttpAnswer::withLength("content"));
     const QByteArray settings = settingsBytes();
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), QStringLiteral("finished false Nao foi possivel gravar ") +
-                              QDir(clientPath({})).filePath(path));
+    QCOMPARE(runToEnd(), openFailed(path));
     QCOMPARE(server->paths(), QByteArrayList({"/manifest.json", "/a"}));
     QStringList after = clientTree();
-    after.removeOne(QStringLiteral("new")); // its folder may be made
+    after.removeOne(u"new"_s); // its folder may be made
     QCOMPARE(after, before);
     QCOMPARE(settingsBytes(), settings);
-    expectRecovery({{QStringLiteral("file"), "a file"}});
+    expectRecovery({{u"file"_s, "a file"}});
 }
 
-void TestPatchManagerFaults::aFolderRemovedInMidRunIsMadeAgain()
+void TestPatchManagerFaults::aFolderRemovedDuringARunIsMadeAgain()
 {
-    publish(QStringLiteral("2"), {{QStringLiteral("data/a"), QStringLiteral("a")},
-                                  {QStringLiteral("data/b"), QStringLiteral("b")}});
+    publish(u"2"_s, {{u"data/a"_s, u"a"_s}, {u"data/b"_s, u"b"_s}});
     server->answer("/a", HttpAnswer::withLength("content of a"));
     server->answer("/b", HttpAnswer::withLength("content of b").heldAt(2));
     manager->checkAndUpdate();
@@ -518,46 +454,40 @@ void TestPatchManagerFaults::aFolderRemovedInMidRunIsMadeAgain()
     QVERIFY(QDir(clientPath({})).removeRecursively());
     server->resume();
     QVERIFY(waitForEnds(1));
-    QCOMPARE(log->last(), completeEnd());
-    QCOMPARE(clientTree(), QStringList({QStringLiteral("data"), QStringLiteral("data/b")}));
+    QCOMPARE(log->last(), complete());
+    QCOMPARE(clientTree(), QStringList({u"data"_s, u"data/b"_s}));
     server->answer("/b", HttpAnswer::withLength("content of b"));
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), completeEnd());
+    QCOMPARE(runToEnd(), complete());
 }
 
-void TestPatchManagerFaults::aFolderReplacedByAFileInMidRunIsNamed()
+void TestPatchManagerFaults::aFolderReplacedByAFileDuringARunIsNamed()
 {
-    publish(QStringLiteral("2"), {{QStringLiteral("a"), {}}});
-    server->answer("/a", HttpAnswer::withLength("content of a").heldAt(2));
+    publishOldFile(HttpAnswer::withLength("content of a").heldAt(2));
     manager->checkAndUpdate();
     QVERIFY(waitForHold());
-    QVERIFY(QDir(root->path()).rmdir(QStringLiteral("client")));
+    QVERIFY(QDir(clientPath({})).removeRecursively());
     QFile file(clientPath({}));
     QVERIFY(file.open(QIODevice::WriteOnly));
     server->resume();
     QVERIFY(waitForEnds(1));
-    QCOMPARE(log->last(), QStringLiteral("finished false Nao foi possivel gravar ") +
-                              clientPath(QStringLiteral("a")));
+    QCOMPARE(log->last(), openFailed(u"a"_s));
     QCOMPARE(file.size(), 0);
     QVERIFY(file.remove());
     expectRecovery({});
 }
 
-void TestPatchManagerFaults::aTargetThatBecomesAFolderInMidRunIsNamed()
+void TestPatchManagerFaults::aTargetThatBecomesAFolderDuringARunIsNamed()
 {
-    publish(QStringLiteral("2"), {{QStringLiteral("a"), {}}});
-    server->answer("/a", HttpAnswer::withLength("content of a").heldAt(2));
-    Disk::write(clientPath(QStringLiteral("a")), "old");
+    publishOldFile(HttpAnswer::withLength("content of a").heldAt(2));
     manager->checkAndUpdate();
     QVERIFY(waitForHold());
-    QVERIFY(QFile::remove(clientPath(QStringLiteral("a"))));
-    QVERIFY(QDir(clientPath({})).mkpath(QStringLiteral("a/b")));
+    QVERIFY(QFile::remove(clientPath(u"a"_s)));
+    QVERIFY(QDir(clientPath({})).mkpath(u"a/b"_s));
     server->resume();
     QVERIFY(waitForEnds(1));
-    QCOMPARE(log->last(), QStringLiteral("finished false Nao foi possivel gravar ") +
-                              clientPath(QStringLiteral("a")));
-    QCOMPARE(clientTree(), QStringList({QStringLiteral("a"), QStringLiteral("a/b")}));
-    QVERIFY(QDir(clientPath(QStringLiteral("a"))).removeRecursively());
+    QCOMPARE(log->last(), openFailed(u"a"_s));
+    QCOMPARE(clientTree(), QStringList({u"a"_s, u"a/b"_s}));
+    QVERIFY(QDir(clientPath(u"a"_s)).removeRecursively());
     expectRecovery({});
 }
 
@@ -575,32 +505,29 @@ void TestPatchManagerFaults::aFullDiskLeavesTheOldFileWhole_data()
     QTest::newRow("large, the last byte does not fit") << 2 * megabyte + 10 << 2 * megabyte + 9;
 }
 
+/// Like runToEnd(), with no file larger than @p bytes.
+QString TestPatchManagerFaults::runWithSizeLimit(int bytes)
+{
+    const Disk::SizeLimit limit{rlim_t(bytes)};
+    return runToEnd();
+}
+
 void TestPatchManagerFaults::aFullDiskLeavesTheOldFileWhole()
 {
     QFETCH(const int, size);
     QFETCH(const int, limit);
     const QByteArray body(size, 'x');
-    publish(QStringLiteral("2"), {{QStringLiteral("a"), {}}, {QStringLiteral("b"), {}}});
-    server->answer("/a", HttpAnswer::withLength(body));
-    Disk::write(clientPath(QStringLiteral("a")), "old");
-    {
-        const Disk::SizeLimit full{rlim_t(limit)};
-        QVERIFY(runToEnd());
-    }
-    QCOMPARE(log->last(),
-             QStringLiteral("finished false Falha ao salvar ") + clientPath(QStringLiteral("a")));
+    publishOldFile(HttpAnswer::withLength(body));
+    publish(u"2"_s, {{u"a"_s, {}}, {u"b"_s, {}}});
+    QCOMPARE(runWithSizeLimit(limit), commitFailed(u"a"_s));
     QCOMPARE(server->paths(), QByteArrayList({"/manifest.json", "/a"}));
-    expectRecovery(oldFile());
+    expectRecovery(oldFile);
 
     // What just fits is stored.
-    server->answer("/a", HttpAnswer::withLength(body));
+    publishOldFile(HttpAnswer::withLength(body));
     publishText(R"({"files":[{"path":"a"}]})"); // without a version no settings are written
-    {
-        const Disk::SizeLimit enough{rlim_t(size)};
-        QVERIFY(runToEnd());
-    }
-    QCOMPARE(log->last(), completeEnd());
-    QCOMPARE(clientFile(QStringLiteral("a")), body);
+    QCOMPARE(runWithSizeLimit(size), complete());
+    QCOMPARE(clientFile(u"a"_s), body);
 }
 
 void TestPatchManagerFaults::aFullFileSystemLeavesTheOldFileWhole_data()
@@ -622,56 +549,45 @@ void TestPatchManagerFaults::aFullFileSystemLeavesTheOldFileWhole()
         QSKIP("mounts need root");
     }
     const auto unmount = qScopeGuard([&] { umount2(point.constData(), MNT_DETACH); });
-    Disk::write(clientPath(QStringLiteral("a")), "old");
+    publishOldFile(HttpAnswer::withLength(QByteArray(size, 'x')));
     if (isFilled) {
-        QFile filler(root->filePath(QStringLiteral("client/filler")));
+        QFile filler(root->filePath(u"client/filler"_s));
         QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
         while (filler.write(QByteArray(4096, 'f')) == 4096) {
         }
     }
     const Files before = Disk::files(clientPath({}));
-    publish(QStringLiteral("2"), {{QStringLiteral("a"), {}}});
-    server->answer("/a", HttpAnswer::withLength(QByteArray(size, 'x')));
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(),
-             QStringLiteral("finished false Falha ao salvar ") + clientPath(QStringLiteral("a")));
+    QCOMPARE(runToEnd(), commitFailed(u"a"_s));
     QCOMPARE(Disk::files(clientPath({})), before);
-    QFile::remove(clientPath(QStringLiteral("filler")));
-    expectRecovery(oldFile());
+    QFile::remove(clientPath(u"filler"_s));
+    expectRecovery(oldFile);
 }
 
 void TestPatchManagerFaults::aNameTooLongIsNamed()
 {
     const QString name(256, u'n');
-    publish(QStringLiteral("2"), {{name, QStringLiteral("a")}});
+    publish(u"2"_s, {{name, u"a"_s}});
     server->answer("/a", HttpAnswer::withLength("content"));
-    QVERIFY(runToEnd());
+    const QString end = runToEnd();
     // Where files can be written before they have a name, only the commit fails.
-    const QStringList either = {
-        QStringLiteral("finished false Nao foi possivel gravar ") + clientPath(name),
-        QStringLiteral("finished false Falha ao salvar ") + clientPath(name)};
-    QVERIFY2(either.contains(log->last()), qPrintable(log->last()));
+    QVERIFY2(end == openFailed(name) || end == commitFailed(name), qPrintable(end));
     expectRecovery({});
 }
 
 void TestPatchManagerFaults::aTargetThatCannotBeReplacedIsNamed()
 {
     // A file that is a mount point can be opened but not replaced.
-    Disk::write(clientPath(QStringLiteral("a")), "old");
-    const QByteArray point = QFile::encodeName(clientPath(QStringLiteral("a")));
+    publishOldFile(HttpAnswer::withLength("content of a"));
+    const QByteArray point = QFile::encodeName(clientPath(u"a"_s));
     if (!enterOwnMountNamespace() ||
         mount(point.constData(), point.constData(), nullptr, MS_BIND, nullptr) != 0) {
         QSKIP("mounts need root");
     }
     auto unmount = qScopeGuard([&] { umount2(point.constData(), MNT_DETACH); });
-    publish(QStringLiteral("2"), {{QStringLiteral("a"), {}}});
-    server->answer("/a", HttpAnswer::withLength("content of a"));
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(),
-             QStringLiteral("finished false Falha ao salvar ") + clientPath(QStringLiteral("a")));
+    QCOMPARE(runToEnd(), commitFailed(u"a"_s));
     unmount.dismiss();
     QCOMPARE(umount(point.constData()), 0);
-    expectRecovery(oldFile());
+    expectRecovery(oldFile);
 }
 
 int main(int argc, char *argv[])

@@ -7,15 +7,12 @@
 #include <QSslSocket>
 #include <QStandardPaths>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
-QString completeEnd()
-{
-    return QStringLiteral("finished true Atualizacao concluida.");
-}
-
-/// A certificate that vouches for itself, and its key.
+/// A self-signed certificate and its key.
 struct Identity {
     QSslCertificate certificate;
     QSslKey key;
@@ -29,18 +26,15 @@ struct Identity {
     }
 };
 
-/// Makes one for the server named @p subject, "IP:127.0.0.1" for one.
+/// Makes one for the server named @p subject, for example "IP:127.0.0.1".
 Identity makeIdentity(const QString &subject)
 {
     const QTemporaryDir dir;
-    const QString keyPath = dir.filePath(QStringLiteral("key.pem"));
+    const QString keyPath = dir.filePath(u"key.pem"_s);
     QProcess openssl;
-    openssl.start(QStringLiteral("openssl"),
-                  {QStringLiteral("req"), QStringLiteral("-x509"), QStringLiteral("-newkey"),
-                   QStringLiteral("rsa:2048"), QStringLiteral("-nodes"), QStringLiteral("-days"),
-                   QStringLiteral("2"), QStringLiteral("-subj"), QStringLiteral("/CN=test"),
-                   QStringLiteral("-addext"), QStringLiteral("subjectAltName=") + subject,
-                   QStringLiteral("-keyout"), keyPath});
+    openssl.start(u"openssl"_s, {u"req"_s, u"-x509"_s, u"-newkey"_s, u"rsa:2048"_s, u"-nodes"_s,
+                                 u"-days"_s, u"2"_s, u"-subj"_s, u"/CN=test"_s, u"-addext"_s,
+                                 u"subjectAltName="_s + subject, u"-keyout"_s, keyPath});
     if (!openssl.waitForFinished() || openssl.exitCode() != 0) {
         qFatal("openssl makes no certificate: %s", openssl.readAllStandardError().constData());
     }
@@ -48,7 +42,7 @@ Identity makeIdentity(const QString &subject)
             QSslKey(Disk::read(keyPath), QSsl::Rsa)};
 }
 
-/// What every request from here on trusts.
+/// From here on every request trusts @p certificates and no other.
 void trust(const QList<QSslCertificate> &certificates)
 {
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
@@ -68,10 +62,10 @@ private slots:
     void init();
     void cleanup();
 
-    void anUpdateComesOverHttps();
+    void anUpdateOverHttps();
     void aServerThatIsNotTrustedIsNotUsed_data();
     void aServerThatIsNotTrustedIsNotUsed();
-    void noRedirectLeadsFromHttpsToHttp();
+    void aRedirectFromHttpsToHttpIsNotFollowed();
     void otherRedirectsAreFollowed();
 
 private:
@@ -87,10 +81,10 @@ void TestPatchManagerTls::initTestCase()
     if (!QSslSocket::supportsSsl()) {
         QSKIP("the network library has no TLS here");
     }
-    if (QStandardPaths::findExecutable(QStringLiteral("openssl")).isEmpty()) {
+    if (QStandardPaths::findExecutable(u"openssl"_s).isEmpty()) {
         QSKIP("there is no openssl");
     }
-    own = makeIdentity(QStringLiteral("IP:127.0.0.1"));
+    own = makeIdentity(u"IP:127.0.0.1"_s);
 }
 
 void TestPatchManagerTls::init()
@@ -111,24 +105,23 @@ void TestPatchManagerTls::useServer(const Identity &identity)
 {
     server = std::make_unique<HttpServer>(identity.forServer());
     manager->baseUrl = server->url();
-    publish(QStringLiteral("2"), {{QStringLiteral("a.bin"), {}}});
+    publish(u"2"_s, {{u"a.bin"_s, {}}});
     server->answer("/a.bin", HttpAnswer::withLength("content of a"));
 }
 
-void TestPatchManagerTls::anUpdateComesOverHttps()
+void TestPatchManagerTls::anUpdateOverHttps()
 {
-    QVERIFY(manager->baseUrl.startsWith(QStringLiteral("https://")));
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), completeEnd());
-    QCOMPARE(clientFile(QStringLiteral("a.bin")), "content of a");
+    QVERIFY(manager->baseUrl.startsWith(u"https://"_s));
+    QCOMPARE(runToEnd(), complete());
+    QCOMPARE(clientFile(u"a.bin"_s), "content of a");
 }
 
 void TestPatchManagerTls::aServerThatIsNotTrustedIsNotUsed_data()
 {
     QTest::addColumn<QString>("subject");
     QTest::addColumn<bool>("isTrusted");
-    QTest::newRow("nobody vouches for it") << QStringLiteral("IP:127.0.0.1") << false;
-    QTest::newRow("it is another") << QStringLiteral("DNS:example.org,IP:127.0.0.2") << true;
+    QTest::newRow("unknown certificate") << u"IP:127.0.0.1"_s << false;
+    QTest::newRow("certificate of another server") << u"DNS:example.org,IP:127.0.0.2"_s << true;
 }
 
 void TestPatchManagerTls::aServerThatIsNotTrustedIsNotUsed()
@@ -138,14 +131,12 @@ void TestPatchManagerTls::aServerThatIsNotTrustedIsNotUsed()
     const Identity other = makeIdentity(subject);
     useServer(other);
     trust({isTrusted ? other.certificate : own.certificate});
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), QStringLiteral("finished false Nao foi possivel baixar manifest.json: ") +
-                              libraryError(QUrl(server->url(QStringLiteral("/manifest.json")))));
+    QCOMPARE(runToEnd(), manifestFailed(serverError(u"/manifest.json"_s)));
     QCOMPARE(server->paths(), QByteArrayList());
     QCOMPARE(clientTree(), QStringList());
 }
 
-void TestPatchManagerTls::noRedirectLeadsFromHttpsToHttp()
+void TestPatchManagerTls::aRedirectFromHttpsToHttpIsNotFollowed()
 {
     plain->answer("/manifest.json", HttpAnswer::withLength(R"({"version": "3"})"));
     plain->answer("/a.bin", HttpAnswer::withLength("content of another"));
@@ -154,17 +145,13 @@ void TestPatchManagerTls::noRedirectLeadsFromHttpsToHttp()
     };
 
     answerHere("/a.bin");
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), QStringLiteral("finished false Falha ao baixar a.bin: ") +
-                              libraryError(QUrl(server->url(QStringLiteral("/a.bin")))));
+    QCOMPARE(runToEnd(), fileFailed(u"a.bin"_s, serverError(u"/a.bin"_s)));
     answerHere("/manifest.json");
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), QStringLiteral("finished false Nao foi possivel baixar manifest.json: ") +
-                              libraryError(QUrl(server->url(QStringLiteral("/manifest.json")))));
+    QCOMPARE(runToEnd(), manifestFailed(serverError(u"/manifest.json"_s)));
 
     QCOMPARE(plain->totalConnections(), 0);
     QCOMPARE(clientTree(), QStringList());
-    QCOMPARE(savedVersion(), QStringLiteral("1.0.0"));
+    QCOMPARE(savedVersion(), u"1.0.0"_s);
 }
 
 void TestPatchManagerTls::otherRedirectsAreFollowed()
@@ -176,9 +163,8 @@ void TestPatchManagerTls::otherRedirectsAreFollowed()
                   HttpAnswer::redirect(server->url().toLatin1() + "/manifest.json"));
     plain->answer("/a.bin", HttpAnswer::redirect(server->url().toLatin1() + "/a.bin"));
     manager->baseUrl = plain->url();
-    QVERIFY(runToEnd());
-    QCOMPARE(log->last(), completeEnd());
-    QCOMPARE(clientFile(QStringLiteral("a.bin")), "content elsewhere");
+    QCOMPARE(runToEnd(), complete());
+    QCOMPARE(clientFile(u"a.bin"_s), "content elsewhere");
 }
 
 ZEL_TEST_MAIN(TestPatchManagerTls)
