@@ -1,11 +1,9 @@
 #include "zel-manifest/CommandLine.h"
 
-#include <QCoreApplication>
 #include <QDir>
-#include <QTextStream>
 
-#include "zel-manifest/Console.h"
 #include "zel-manifest/Manifest.h"
+#include "zel-manifest/Text.h"
 
 namespace
 {
@@ -54,67 +52,65 @@ CommandLine::CommandLine()
                                  QStringLiteral("FOLDER"));
 }
 
-std::optional<Options> CommandLine::read(Console *console, ExitCode *exitCode)
+Options CommandLine::read(const QStringList &arguments, QString *error)
 {
-    const bool parsed = parser.parse(QCoreApplication::arguments());
-    console->setQuiet(parser.isSet(quiet));
-    *exitCode = Done;
-    if (parsed && parser.isSet(help)) {
-        QTextStream(stdout) << helpText();
-        return std::nullopt;
-    }
-    if (parsed && parser.isSet(programVersion)) {
-        QTextStream(stdout) << "zel-manifest " ZEL_VERSION "\n";
-        return std::nullopt;
-    }
-
     Options options;
-    QString error = parser.errorText();
-    options.dryRun = parser.isSet(dryRun);
+    const bool parsed = parser.parse(arguments);
+    options.quiet = parser.isSet(quiet);
+    if (!parsed) {
+        *error = parser.errorText();
+        return options;
+    }
+    if (parser.isSet(help) || parser.isSet(programVersion)) {
+        options.task = Options::ShowText;
+        options.text =
+            parser.isSet(help) ? helpText() : QStringLiteral("zel-manifest " ZEL_VERSION "\n");
+        return options;
+    }
     const QStringList folders = parser.positionalArguments();
-    if (parsed && folders.size() > 1) {
-        error = QStringLiteral("one folder at a time: %1 is too much").arg(quoted(folders.at(1)));
+    if (folders.size() > 1) {
+        *error = QStringLiteral("one folder at a time: %1 is too much").arg(quoted(folders.at(1)));
+        return options;
     }
     options.folder = folders.value(0);
     options.manifest = parser.isSet(output)
                            ? parser.value(output)
                            : QDir(options.folder).filePath(QStringLiteral("manifest.json"));
-    if (error.isEmpty() && (parser.isSet(baseUrl) ? readChecking(&options, &error)
-                                                  : readPublishing(&options, &error))) {
-        return options;
+    if (parser.isSet(baseUrl)) {
+        readChecking(&options, error);
+    } else {
+        readPublishing(&options, error);
     }
-    console->error(error);
-    console->note(QStringLiteral("see zel-manifest --help"));
-    *exitCode = WrongUsage;
-    return std::nullopt;
+    return options;
 }
 
-bool CommandLine::readPublishing(Options *options, QString *error) const
+void CommandLine::readPublishing(Options *options, QString *error) const
 {
     if (options->folder.isEmpty()) {
         *error = QStringLiteral("which folder?");
-        return false;
+        return;
     }
     if (parser.isSet(timeout)) {
         *error = QStringLiteral("--timeout is for --base-url");
-        return false;
+        return;
     }
+    options->dryRun = parser.isSet(dryRun);
     options->version = parser.value(patchVersion);
     if (options->version.isEmpty() && !parser.isSet(allowEmptyVersion)) {
         *error = QStringLiteral("the version is empty; give one with --patch-version (or "
                                 "--allow-empty-version if you know what the launcher then does)");
-        return false;
+        return;
     }
     if (options->version.contains(QChar::ReplacementCharacter)) {
         *error = QStringLiteral("the version is not UTF-8");
-        return false;
+        return;
     }
     const QStringList patterns = parser.values(exclude);
     for (const QString &pattern : patterns) {
         options->excludes.append(ExcludePattern(pattern));
         if (!options->excludes.constLast().isValid()) {
             *error = QStringLiteral("%1 is no pattern for --exclude").arg(quoted(pattern));
-            return false;
+            return;
         }
     }
     if (parser.isSet(urlPrefix)) {
@@ -127,30 +123,30 @@ bool CommandLine::readPublishing(Options *options, QString *error) const
             names.contains(QStringLiteral(".."))) {
             *error = QStringLiteral("%1 is no path of a folder below the base URL")
                          .arg(quoted(parser.value(urlPrefix)));
-            return false;
+            return;
         }
         options->urlPrefix = Manifest::urlOf(path.toUtf8());
     }
-    return true;
 }
 
-bool CommandLine::readChecking(Options *options, QString *error) const
+void CommandLine::readChecking(Options *options, QString *error) const
 {
     for (const QCommandLineOption &option :
          {patchVersion, allowEmptyVersion, exclude, urlPrefix, dryRun}) {
         if (parser.isSet(option)) {
             *error = QStringLiteral("--%1 is not for --base-url, which writes no manifest")
                          .arg(option.names().constLast());
-            return false;
+            return;
         }
     }
     if (options->folder.isEmpty() && !parser.isSet(output)) {
         options->manifest.clear();
     }
+    options->task = Options::Check;
     options->baseUrl = parser.value(baseUrl);
-    if (options->baseUrl->trimmed().isEmpty()) {
+    if (options->baseUrl.trimmed().isEmpty()) {
         *error = QStringLiteral("the base URL is empty; launchers then look for no updates");
-        return false;
+        return;
     }
     if (parser.isSet(timeout)) {
         bool isNumber = false;
@@ -158,10 +154,9 @@ bool CommandLine::readChecking(Options *options, QString *error) const
         constexpr int longest = 24 * 60 * 60;
         if (!isNumber || options->timeout < 1 || options->timeout > longest) {
             *error = QStringLiteral("--timeout takes 1 to %1 seconds").arg(longest);
-            return false;
+            return;
         }
     }
-    return true;
 }
 
 QString CommandLine::helpText() const

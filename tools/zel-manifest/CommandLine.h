@@ -4,12 +4,9 @@
 #include <QCommandLineParser>
 #include <QList>
 #include <QString>
-
-#include <optional>
+#include <QStringList>
 
 #include "zel-manifest/PatchFolder.h"
-
-class Console;
 
 /// How the program ends.
 enum ExitCode {
@@ -23,15 +20,28 @@ enum ExitCode {
 
 /// What the operator asks for.
 struct Options {
+    enum Task {
+        Publish,  ///< Write the manifest of a folder.
+        Check,    ///< Check a published patch.
+        ShowText, ///< Print a text: the help, or the version of the program.
+    };
+    Task task = Publish;
+    QString text;
+    bool quiet = false;
+
     QString folder;
     QString
-        manifest; ///< The file to write, or to compare the published manifest with if not empty.
+        manifest; ///< The file to write, or to compare the published manifest with unless empty.
+
+    // For Publish.
     QString version;
-    QString urlPrefix; ///< Encoded; empty or with "/" at its end.
+    QString urlPrefix; ///< Percent-encoded; empty or with "/" at its end.
     QList<ExcludePattern> excludes;
     bool dryRun = false;
-    std::optional<QString> baseUrl; ///< Given when a published patch is to be checked.
-    int timeout = 60;               ///< Seconds.
+
+    // For Check.
+    QString baseUrl;
+    int timeout = 60; ///< Seconds.
 };
 
 /// The command line and its meaning.
@@ -40,13 +50,13 @@ class CommandLine
 public:
     CommandLine();
 
-    /// Reads the arguments of the process. Returns nothing, with the exit code in @p exitCode,
-    /// when there is nothing left to do: help was asked for, or an error is reported.
-    std::optional<Options> read(Console *console, ExitCode *exitCode);
+    /// Reads the arguments of the process, the first of which is the name of the program. If they
+    /// make no sense, @p error receives the reason; of the result only "quiet" then counts.
+    Options read(const QStringList &arguments, QString *error);
 
 private:
-    bool readPublishing(Options *options, QString *error) const;
-    bool readChecking(Options *options, QString *error) const;
+    void readPublishing(Options *options, QString *error) const;
+    void readChecking(Options *options, QString *error) const;
     QString helpText() const;
 
     QCommandLineParser parser;
@@ -55,7 +65,7 @@ private:
     const QCommandLineOption programVersion{{QStringLiteral("v"), QStringLiteral("version")},
                                             QStringLiteral("Show the version of this program.")};
     const QCommandLineOption quiet{{QStringLiteral("q"), QStringLiteral("quiet")},
-                                   QStringLiteral("Show warnings and errors alone.")};
+                                   QStringLiteral("Show warnings and errors only.")};
     const QCommandLineOption patchVersion{
         {QStringLiteral("p"), QStringLiteral("patch-version")},
         QStringLiteral("Version of the patch, any text but an empty one. Required."),
@@ -67,7 +77,7 @@ private:
         {QStringLiteral("x"), QStringLiteral("exclude")},
         QStringLiteral("Do not list the files and folders that match GLOB (*, ?, [...]): with a "
                        "\"/\" in it by their path in FOLDER, otherwise by their name; with one at "
-                       "its end folders alone. Can be given many times."),
+                       "its end folders only. Can be given many times."),
         QStringLiteral("GLOB")};
     const QCommandLineOption output{
         {QStringLiteral("o"), QStringLiteral("output")},

@@ -2,21 +2,16 @@
 
 #include <QScopeGuard>
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <condition_variable>
 #include <fcntl.h>
-#include <mutex>
+#include <future>
 #include <openssl/evp.h>
 #include <sys/stat.h>
 #include <system_error>
-#include <thread>
 #include <unistd.h>
 #include <vector>
-
-#include "zel-manifest/Console.h"
 
 struct Sha256::Private {
     EVP_MD *method = EVP_MD_fetch(nullptr, "SHA256", nullptr);
@@ -38,8 +33,7 @@ Sha256::~Sha256()
 
 void Sha256::reset()
 {
-    d->healthy = d->method != nullptr && d->context != nullptr &&
-                 EVP_DigestInit_ex2(d->context, d->method, nullptr) == 1;
+    d->healthy = EVP_DigestInit_ex2(d->context, d->method, nullptr) == 1;
 }
 
 void Sha256::addData(QByteArrayView data)
@@ -63,10 +57,9 @@ QByteArray Sha256::hexResult()
 namespace
 {
 
-/// Small enough that a block is still in the processor's cache when it is hashed.
+/// A block stays in the processor's cache until it is hashed.
 constexpr size_t blockSize = 131072;
 
-/// One thread hashes about as fast as a disk delivers; a second one fills the waits.
 constexpr int threadCount = 2;
 
 constexpr std::chrono::milliseconds progressInterval{100};
@@ -76,13 +69,12 @@ QString systemError(int code)
     return QString::fromStdString(std::generic_category().message(code));
 }
 
-bool isSameState(const struct stat &a, const struct stat &b)
+bool isSameTime(const timespec &a, const timespec &b)
 {
-    return a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
-           a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
-/// What the threads share: each takes the next file that nobody has taken.
+/// The work that the threads share: each takes the next file that none has taken.
 class DigestRun
 {
 public:
@@ -101,20 +93,9 @@ public:
             failures[size_t(i)] = digest(files.at(i), &hash, &block, &results[i]);
             ++doneFiles;
         }
-        const std::lock_guard lock(mutex);
-        ++endedThreads;
-        ended.notify_one();
     }
 
-    /// Returns true when all threads have ended, false when @p timeout has passed.
-    bool waitForEnd(std::chrono::milliseconds timeout)
-    {
-        std::unique_lock lock(mutex);
-        return ended.wait_for(lock, timeout, [this] { return endedThreads == threadCount; });
-    }
-
-    qsizetype filesSoFar() const { return doneFiles; }
-    qint64 bytesSoFar() const { return doneBytes; }
+    FileAmount done() const { return {doneFiles, doneBytes}; }
 
     QStringList errors() const
     {
@@ -129,9 +110,11 @@ public:
     }
 
 private:
+    /// Returns why the file could not be read; an empty text on success.
     QString digest(const QByteArray &path, Sha256 *hash, std::vector<char> *block,
                    FileDigest *result)
     {
+        // Without O_NONBLOCK the opening of a FIFO would wait for a writer.
         const int file = ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
         if (file < 0) {
             return systemError(errno);
@@ -144,28 +127,23 @@ private:
         if (!S_ISREG(before.st_mode)) {
             return QStringLiteral("is no file any more");
         }
-        if (before.st_size > off_t(block->size())) {
-            ::posix_fadvise(file, 0, 0, POSIX_FADV_SEQUENTIAL);
-        }
 
         hash->reset();
-        result->size = 0;
         ssize_t count = 0;
-        while ((count = ::read(file, block->data(), block->size())) != 0) {
-            if (count < 0 && errno == EINTR) {
-                continue;
-            }
-            if (count < 0) {
-                return systemError(errno);
-            }
+        while ((count = ::read(file, block->data(), block->size())) > 0) {
             hash->addData(QByteArrayView(block->data(), count));
             result->size += count;
             doneBytes += count;
         }
+        if (count < 0) {
+            return systemError(errno);
+        }
 
         struct stat after = {};
-        if (::fstat(file, &after) != 0 || !isSameState(before, after) ||
-            result->size != after.st_size) {
+        if (::fstat(file, &after) != 0) {
+            return systemError(errno);
+        }
+        if (!isSameTime(before.st_mtim, after.st_mtim) || result->size != after.st_size) {
             return QStringLiteral("changed while it was read");
         }
         result->sha256 = hash->hexResult();
@@ -179,9 +157,6 @@ private:
     std::atomic<qsizetype> next = 0;
     std::atomic<qsizetype> doneFiles = 0;
     std::atomic<qint64> doneBytes = 0;
-    std::mutex mutex;
-    std::condition_variable ended;
-    int endedThreads = 0;
 };
 
 } // namespace
@@ -189,18 +164,16 @@ private:
 bool digestFiles(const QByteArrayList &paths, QList<FileDigest> *digests, QStringList *errors,
                  const DigestProgress &progress)
 {
-    digests->clear();
-    digests->resize(paths.size());
+    *digests = QList<FileDigest>(paths.size());
     DigestRun run(paths, digests);
-    {
-        std::vector<std::jthread> threads;
-        threads.reserve(threadCount);
-        for (int i = 0; i < threadCount; ++i) {
-            threads.emplace_back([&run] { run.work(); });
-        }
-        while (!run.waitForEnd(progressInterval)) {
+    std::vector<std::future<void>> threads;
+    for (int i = 0; i < threadCount; ++i) {
+        threads.push_back(std::async(std::launch::async, [&run] { run.work(); }));
+    }
+    for (const std::future<void> &thread : threads) {
+        while (thread.wait_for(progressInterval) == std::future_status::timeout) {
             if (progress) {
-                progress(run.filesSoFar(), run.bytesSoFar());
+                progress(run.done());
             }
         }
     }

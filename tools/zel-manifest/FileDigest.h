@@ -9,6 +9,8 @@
 #include <functional>
 #include <memory>
 
+#include "zel-manifest/Text.h"
+
 /// SHA-256 of a stream of bytes, by libcrypto: it uses the processor's instructions for it.
 class Sha256
 {
@@ -21,7 +23,7 @@ public:
     void reset();
     void addData(QByteArrayView data);
     /// The digest of all bytes so far in 64 lower-case hex digits; call reset() before the next
-    /// addData(). Empty when libcrypto has no SHA-256 to give.
+    /// addData(). Empty when libcrypto provides no SHA-256.
     QByteArray hexResult();
 
 private:
@@ -29,14 +31,14 @@ private:
     const std::unique_ptr<Private> d;
 };
 
-/// One file as it was read.
+/// Size and digest of a file that was read whole.
 struct FileDigest {
     qint64 size = 0;   ///< Bytes.
     QByteArray sha256; ///< Lower-case hex digits.
 };
 
-/// Called on the caller's thread, some times a second, with what is done so far.
-using DigestProgress = std::function<void(qsizetype files, qint64 bytes)>;
+/// Called on the caller's thread, about ten times a second, with what is done so far.
+using DigestProgress = std::function<void(const FileAmount &done)>;
 
 /// Reads the files at @p paths, two at a time, and puts their digests in @p digests in the same
 /// order. Returns false when a file could not be read whole, or changed while it was read;

@@ -1,10 +1,12 @@
 #include "zel-manifest/Manifest.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSaveFile>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <unistd.h>
@@ -18,8 +20,8 @@ QByteArray jsonString(const QString &text)
     // Without its brackets, an array of one string is that string.
     QByteArray json = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
     json = json.mid(1, json.size() - 2);
-    // The launcher's reader takes this character away from the start of a string that has no
-    // escape.
+    // QJsonDocument, which the launcher reads with, drops this character at the start of a string
+    // unless it is escaped.
     const QByteArray byteOrderMark("\"\xEF\xBB\xBF");
     if (json.startsWith(byteOrderMark)) {
         json.replace(0, byteOrderMark.size(), "\"\\ufeff");
@@ -35,6 +37,15 @@ QByteArray jsonLine(const ManifestEntry &entry)
 }
 
 } // namespace
+
+FileAmount Manifest::amount() const
+{
+    FileAmount amount{files.size()};
+    for (const ManifestEntry &entry : files) {
+        amount.bytes += std::max<qint64>(entry.size, 0);
+    }
+    return amount;
+}
 
 QByteArray Manifest::toJson() const
 {
@@ -76,6 +87,21 @@ QString Manifest::urlOf(const QByteArray &path)
     return QString::fromLatin1(path.toPercentEncoding("/"));
 }
 
+std::optional<QByteArray> readWhole(const QString &path, QString *error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = file.errorString();
+        return std::nullopt;
+    }
+    QByteArray content = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        *error = file.errorString();
+        return std::nullopt;
+    }
+    return content;
+}
+
 bool writeWhole(const QString &target, const QByteArray &content, QString *error)
 {
     QSaveFile file(target);
@@ -83,14 +109,13 @@ bool writeWhole(const QString &target, const QByteArray &content, QString *error
         *error = file.errorString();
         return false;
     }
-    // A commit after a write that a full disk cut would succeed.
-    if (file.write(content) != content.size() || !file.flush() ||
-        file.error() != QFileDevice::NoError || file.size() != content.size()) {
+    // QSaveFile would commit what a full disk cut short.
+    if (file.write(content) != content.size() || !file.flush()) {
         *error = file.errorString();
         file.cancelWriting();
         return false;
     }
-    // Some file systems report a full disk only here.
+    // Some file systems report a full disk only here, and QSaveFile ignores it.
     if (::fsync(file.handle()) != 0) {
         *error = QString::fromStdString(std::generic_category().message(errno));
         file.cancelWriting();

@@ -4,6 +4,10 @@
 #include <QList>
 #include <QString>
 
+#include <optional>
+
+#include "zel-manifest/Text.h"
+
 /// One file of a manifest, as the launcher reads it.
 struct ManifestEntry {
     QString path;    ///< Where the launcher stores the file, below the client folder.
@@ -17,12 +21,15 @@ struct Manifest {
     QString version;
     QList<ManifestEntry> files;
 
+    /// How many files it lists, and their announced sizes together.
+    FileAmount amount() const;
+
     /// The manifest as JSON in UTF-8, one line for each file, in the order of the list.
     QByteArray toJson() const;
 
-    /// Reads a manifest like the launcher does: a missing "url" is the "path", entries without a
-    /// "path" do not count. Returns false, and leaves @p manifest as it was, when @p json is not
-    /// a JSON object.
+    /// Reads a manifest as the launcher does: a missing "url" is the "path", entries without a
+    /// "path" are dropped. A missing "size" is -1. Returns false, and leaves @p manifest unchanged,
+    /// when @p json is not a JSON object.
     static bool fromJson(const QByteArray &json, Manifest *manifest);
 
     /// The text that the launcher has to append to a base URL to fetch the file at @p path. All
@@ -32,6 +39,10 @@ struct Manifest {
     static QString urlOf(const QByteArray &path);
 };
 
-/// Replaces the file @p target by @p content whole, or leaves it as it was and puts the reason in
-/// @p error.
+/// Returns the content of the file at @p path; nothing, with the reason in @p error, when it could
+/// not be read.
+std::optional<QByteArray> readWhole(const QString &path, QString *error);
+
+/// Replaces the file @p target by @p content. Returns false, with the reason in @p error, when that
+/// failed; the old file is then unchanged.
 bool writeWhole(const QString &target, const QByteArray &content, QString *error);

@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "zel-manifest/Console.h"
+#include "zel-manifest/Text.h"
 
 namespace fs = std::filesystem;
 

@@ -1,0 +1,221 @@
+#include "support/TestMain.h"
+
+#include "support/network/HttpServer.h"
+#include "zel-manifest/PatchCheck.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+// Digest of "0123456789".
+const QByteArray digest = "84d89877f0d4041efb6bf91a16f0248f2fd573e6af05c19f96bedb9f882f7882";
+
+QByteArray manifestOf(const QByteArray &files)
+{
+    return "{\"version\": \"1\", \"files\": [" + files + "]}";
+}
+
+QByteArray listed(const QByteArray &name, const QByteArray &more)
+{
+    return "{\"path\": \"" + name + "\", " + more + '}';
+}
+
+} // namespace
+
+class TestPatchCheck : public TestBase
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void everyFileIsCompared_data();
+    void everyFileIsCompared();
+    void theCheckGoesOnAfterADifference();
+    void progressCountsWhatIsFetched();
+    void aManifestIsNeeded_data();
+    void aManifestIsNeeded();
+    void theManifestIsComparedByteForByte();
+    void baseUrlsThatLoseNamesAreWarnedOf_data();
+    void baseUrlsThatLoseNamesAreWarnedOf();
+
+private:
+    PatchCheck checkOf(const QString &baseUrl)
+    {
+        return PatchCheck(baseUrl, 30000, [this](const Finding &finding) {
+            findings.append(
+                (finding.kind == Finding::Warning ? u"warning %1: %2"_s : u"error %1: %2"_s)
+                    .arg(finding.path, finding.text));
+        });
+    }
+
+    HttpServer server;
+    QStringList findings;
+};
+
+void TestPatchCheck::init()
+{
+    TestBase::init();
+    findings.clear();
+}
+
+void TestPatchCheck::everyFileIsCompared_data()
+{
+    QTest::addColumn<QByteArray>("entry");
+    QTest::addColumn<QByteArray>("published");
+    QTest::addColumn<QStringList>("expected");
+    const QByteArray whole = "\"size\": 10, \"sha256\": \"" + digest + '"';
+    const QString changed = u"error the file: the content is not what is listed"_s;
+    const QString noDigest = u"warning the file: the manifest has no digest to compare with"_s;
+    QTest::newRow("as listed") << whole << "0123456789"_ba << QStringList();
+    QTest::newRow("a digest in capitals")
+        << "\"size\": 10, \"sha256\": \""_ba + digest.toUpper() + '"' << "0123456789"_ba
+        << QStringList();
+    QTest::newRow("no size") << "\"sha256\": \""_ba + digest + '"' << "0123456789"_ba
+                             << QStringList();
+    QTest::newRow("changed") << whole << "0123456_89"_ba << QStringList{changed};
+    QTest::newRow("cut short") << whole << "01234567"_ba
+                               << QStringList{
+                                      u"error the file: 8 bytes are published, 10 are listed"_s};
+    QTest::newRow("emptied") << whole << ""_ba
+                             << QStringList{
+                                    u"error the file: 0 bytes are published, 10 are listed"_s};
+    QTest::newRow("grown") << whole << "0123456789a"_ba
+                           << QStringList{
+                                  u"error the file: 11 bytes are published, 10 are listed"_s};
+    QTest::newRow("grown from nothing")
+        << "\"size\": 0"_ba
+        << "0"_ba << QStringList{u"error the file: 1 bytes are published, 0 are listed"_s};
+    QTest::newRow("no digest") << "\"size\": 10"_ba
+                               << "0123456_89"_ba << QStringList{noDigest};
+}
+
+void TestPatchCheck::everyFileIsCompared()
+{
+    QFETCH(const QByteArray, entry);
+    QFETCH(const QByteArray, published);
+    QFETCH(const QStringList, expected);
+    server.answer("/manifest.json", HttpAnswer::withLength(manifestOf(
+                                        listed("the file", "\"url\": \"the%20url\", " + entry))));
+    server.answer("/the%20url", HttpAnswer::withLength(published));
+    PatchCheck check = checkOf(server.url());
+    QVERIFY(check.fetchManifest());
+    check.compareFiles();
+    QCOMPARE(findings, expected);
+    QCOMPARE(check.errorCount(), expected.filter(u"error"_s).size());
+}
+
+void TestPatchCheck::theCheckGoesOnAfterADifference()
+{
+    const QByteArray size = "\"size\": 2";
+    server.answer("/many/manifest.json",
+                  HttpAnswer::withLength(manifestOf(listed("1", size) + ',' + listed("2", size) +
+                                                    ',' + listed("3", size))));
+    server.answer("/many/2", HttpAnswer::withLength("22"));
+    server.answer("/many/3", HttpAnswer::withLength("333"));
+    PatchCheck check = checkOf(server.url(u"/many"_s));
+    QVERIFY(check.fetchManifest());
+    check.compareFiles();
+    QCOMPARE(findings.size(), 3);
+    QVERIFY(findings.at(0).startsWith(u"error 1: "_s));
+    QVERIFY(findings.at(0).endsWith(u"Not Found"_s));
+    QCOMPARE(findings.at(1), u"warning 2: the manifest has no digest to compare with"_s);
+    QCOMPARE(findings.at(2), u"error 3: 3 bytes are published, 2 are listed"_s);
+    QCOMPARE(check.errorCount(), 2);
+}
+
+void TestPatchCheck::progressCountsWhatIsFetched()
+{
+    server.answer("/sum/manifest.json",
+                  HttpAnswer::withLength(manifestOf(listed("a", "\"size\": 3") + ',' +
+                                                    listed("b", "\"url\": \"a\"") + ',' +
+                                                    listed("c", "\"url\": \"a\""))));
+    server.answer("/sum/a", HttpAnswer::withLength("123"));
+    PatchCheck check = checkOf(server.url(u"/sum"_s));
+    QVERIFY(check.fetchManifest());
+    QCOMPARE(check.manifest().amount().files, 3);
+    QCOMPARE(check.manifest().amount().bytes, 3); // files without a size count as empty
+    QStringList amounts;
+    check.compareFiles([&](const FileAmount &done) {
+        amounts.append(u"%1 files, %2 bytes"_s.arg(done.files).arg(done.bytes));
+    });
+    amounts.removeDuplicates();
+    QVERIFY(amounts.removeOne(u"0 files, 3 bytes"_s));
+    QVERIFY(amounts.removeOne(u"1 files, 6 bytes"_s));
+    QVERIFY(amounts.removeOne(u"2 files, 6 bytes"_s));
+}
+
+void TestPatchCheck::aManifestIsNeeded_data()
+{
+    QTest::addColumn<QByteArray>("status");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("message");
+    const QString notJson = u"error manifest.json: is not a JSON object"_s;
+    QTest::newRow("none") << "404 Not Found"_ba
+                          << "{}"_ba << u"Not Found"_s;
+    QTest::newRow("a page") << "200 OK"_ba
+                            << "<html></html>"_ba << notJson;
+    QTest::newRow("an array") << "200 OK"_ba
+                              << "[]"_ba << notJson;
+    QTest::newRow("empty") << "200 OK"_ba
+                           << ""_ba << notJson;
+}
+
+void TestPatchCheck::aManifestIsNeeded()
+{
+    QFETCH(const QByteArray, status);
+    QFETCH(const QByteArray, body);
+    QFETCH(const QString, message);
+    server.answer("/manifest.json", HttpAnswer::status(status, body));
+    PatchCheck check = checkOf(server.url());
+    QVERIFY(!check.fetchManifest());
+    QCOMPARE(findings.size(), 1);
+    QVERIFY(findings.first().startsWith(u"error manifest.json: "_s));
+    QVERIFY2(findings.first().endsWith(message), qPrintable(findings.first()));
+}
+
+void TestPatchCheck::theManifestIsComparedByteForByte()
+{
+    const QByteArray json = manifestOf({});
+    server.answer("/manifest.json", HttpAnswer::withLength(json));
+    PatchCheck check = checkOf(server.url());
+    QVERIFY(check.fetchManifest());
+    QCOMPARE(check.manifest().version, u"1"_s);
+    check.compareManifest(json, u"mine"_s);
+    QCOMPARE(findings, QStringList());
+    check.compareManifest(json + '\n', u"mine"_s);
+    QCOMPARE(findings, QStringList{u"error manifest.json: is not the one in \"mine\""_s});
+    QCOMPARE(check.errorCount(), 1);
+}
+
+void TestPatchCheck::baseUrlsThatLoseNamesAreWarnedOf_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QByteArray>("requested");
+    QTest::addColumn<QString>("warning");
+    const QString number = u"warning : the base URL has a \"#\": what follows it, "_s;
+    const QString percent = u"warning : the base URL has a \"%\" that encodes nothing: "_s;
+    QTest::newRow("an encoded character")
+        << u"/a%20b%C3"_s << "/a%20b%C3/manifest.json"_ba << u""_s;
+    QTest::newRow("a number sign") << u"/a#b"_s << "/a"_ba << number;
+    QTest::newRow("a lone percent") << u"/100%"_s << "/100%25/manifest.json"_ba << percent;
+    QTest::newRow("a percent before one digit") << u"/%2"_s << "/%252/manifest.json"_ba << percent;
+    QTest::newRow("a percent before letters") << u"/%fg"_s << "/%25fg/manifest.json"_ba << percent;
+}
+
+void TestPatchCheck::baseUrlsThatLoseNamesAreWarnedOf()
+{
+    QFETCH(const QString, path);
+    QFETCH(const QByteArray, requested);
+    QFETCH(const QString, warning);
+    server.answer(requested, HttpAnswer::withLength(manifestOf({})));
+    PatchCheck check = checkOf(server.url(path));
+    QVERIFY(check.fetchManifest());
+    QCOMPARE(findings.size(), warning.isEmpty() ? 0 : 1);
+    QVERIFY(warning.isEmpty() || findings.first().startsWith(warning));
+    QCOMPARE(check.errorCount(), 0);
+}
+
+ZEL_TEST_MAIN(TestPatchCheck)
+
+#include "tst_patchcheck.moc"

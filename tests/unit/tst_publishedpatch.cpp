@@ -1,0 +1,112 @@
+#include "support/TestMain.h"
+
+#include <QCryptographicHash>
+
+#include "support/network/HttpServer.h"
+#include "zel-manifest/PublishedPatch.h"
+
+using namespace Qt::StringLiterals;
+
+class TestPublishedPatch : public TestBase
+{
+    Q_OBJECT
+
+private slots:
+    void aFetchedFileIsDigestedAsItArrives();
+    void theManifestIsFetchedFromTheNormalizedBaseUrl();
+    void aLengthThatIsNotTheBodysOwnIsNotExpected();
+    void aTransferThatIsCutShortIsAnError();
+    void aTransferThatStandsStillIsGivenUp();
+    void aFileThatCannotBeFetchedIsAnError();
+    void anInvalidUrlIsAnError();
+
+private:
+    HttpServer server;
+    FileDigest digest;
+    QString error;
+};
+
+void TestPublishedPatch::aFetchedFileIsDigestedAsItArrives()
+{
+    const QByteArray body(200000, 'z');
+    server.answer("/a%20b", HttpAnswer::withLength(body));
+    PublishedPatch patch(server.url(), 30000);
+    QList<qint64> progress;
+    for (int i = 0; i < 2; ++i) { // the second one starts from zero
+        progress.clear();
+        QVERIFY2(patch.fetchFile(u"a%20b"_s, &digest, &error,
+                                 [&](qint64 received) { progress.append(received); }),
+                 qPrintable(error));
+        QCOMPARE(digest.size, body.size());
+        QCOMPARE(digest.sha256, QCryptographicHash::hash(body, QCryptographicHash::Sha256).toHex());
+        QVERIFY(std::is_sorted(progress.begin(), progress.end()));
+        QCOMPARE(progress.constLast(), body.size());
+    }
+}
+
+void TestPublishedPatch::theManifestIsFetchedFromTheNormalizedBaseUrl()
+{
+    server.answer("/x%20y?z/manifest.json", HttpAnswer::withLength("{}"));
+    PublishedPatch patch(u" \t"_s + server.url(u"/x y?z\n"_s), 30000);
+    QByteArray json = "old";
+    QVERIFY2(patch.fetchManifest(&json, &error), qPrintable(error));
+    QCOMPARE(json, "{}"_ba);
+}
+
+void TestPublishedPatch::aLengthThatIsNotTheBodysOwnIsNotExpected()
+{
+    server.answer("/x", HttpAnswer::withLength("12345"));
+    server.answer("/chunked", HttpAnswer::chunked("12345").withHeader("Content-Length: 100"));
+    server.answer("/redirect", HttpAnswer::redirect(server.url(u"/x"_s).toLatin1()));
+    PublishedPatch patch(server.url(), 30000);
+    for (const QString &name : {u"chunked"_s, u"redirect"_s}) {
+        QVERIFY2(patch.fetchFile(name, &digest, &error), qPrintable(error));
+        QCOMPARE(digest.size, 5);
+    }
+}
+
+void TestPublishedPatch::aTransferThatIsCutShortIsAnError()
+{
+    // QNetworkAccessManager takes most cuts of a body as large as the second one for its end.
+    for (const int size : {10, 1000000, 1000000, 1000000}) {
+        server.answer("/x", HttpAnswer::withLength(QByteArray(size, 'x')).cutAt(size - 1));
+        PublishedPatch patch(server.url(), 30000);
+        QVERIFY(!patch.fetchFile(u"x"_s, &digest, &error));
+        QVERIFY2(error == u"Connection closed" ||
+                     error ==
+                         u"the connection closed after %1 of %2 bytes"_s.arg(size - 1).arg(size),
+                 qPrintable(error));
+    }
+}
+
+void TestPublishedPatch::aTransferThatStandsStillIsGivenUp()
+{
+    server.answer("/x", HttpAnswer::withLength("1234567890").heldAt(5));
+    PublishedPatch patch(server.url(), 100);
+    QVERIFY(!patch.fetchFile(u"x"_s, &digest, &error));
+    QCOMPARE(error, u"the server sent nothing for 0.1 seconds"_s);
+}
+
+void TestPublishedPatch::aFileThatCannotBeFetchedIsAnError()
+{
+    server.answer("/manifest.json", HttpAnswer::status("404 Not Found", "{}"));
+    PublishedPatch patch(server.url(), 30000);
+    QByteArray json;
+    QVERIFY(!patch.fetchManifest(&json, &error));
+    QVERIFY2(error.contains(u"Not Found"_s), qPrintable(error));
+
+    PublishedPatch unknown(u"unknown://host"_s, 30000);
+    QVERIFY(!unknown.fetchManifest(&json, &error));
+    QCOMPARE(error, u"Protocol \"unknown\" is unknown"_s);
+}
+
+void TestPublishedPatch::anInvalidUrlIsAnError()
+{
+    PublishedPatch patch(u"http://[bad"_s, 30000);
+    QVERIFY(!patch.fetchFile(u"x"_s, &digest, &error));
+    QVERIFY2(error.startsWith(u"not a valid URL: "_s), qPrintable(error));
+}
+
+ZEL_TEST_MAIN(TestPublishedPatch)
+
+#include "tst_publishedpatch.moc"

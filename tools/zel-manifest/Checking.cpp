@@ -1,0 +1,62 @@
+#include "zel-manifest/Checking.h"
+
+#include <optional>
+
+#include "zel-manifest/Console.h"
+
+Checking::Checking(const Options &itsOptions, Console *itsConsole)
+    : options(itsOptions)
+    , console(itsConsole)
+{
+}
+
+ExitCode Checking::run()
+{
+    std::optional<QByteArray> expected;
+    if (!options.manifest.isEmpty()) {
+        QString error;
+        expected = readWhole(options.manifest, &error);
+        if (!expected) {
+            console->error(quoted(options.manifest) + QLatin1String(": ") + error);
+            return Failed;
+        }
+    }
+
+    PatchCheck check(options.baseUrl, options.timeout * 1000,
+                     [this](const Finding &finding) { show(finding); });
+    if (!check.fetchManifest()) {
+        return Unpublished;
+    }
+    if (expected) {
+        check.compareManifest(*expected, options.manifest);
+    }
+    check.compareFiles([&](const FileAmount &done) {
+        console->progress(QStringLiteral("fetching"), done, check.manifest().amount());
+    });
+    console->endProgress();
+    summarize(check);
+    return check.errorCount() == 0 ? Done : Different;
+}
+
+void Checking::show(const Finding &finding)
+{
+    const QString line = finding.path.isEmpty()
+                             ? finding.text
+                             : quoted(finding.path) + QLatin1String(": ") + finding.text;
+    if (finding.kind == Finding::Warning) {
+        console->warning(line);
+    } else {
+        console->error(line);
+    }
+}
+
+void Checking::summarize(const PatchCheck &check)
+{
+    const FileAmount amount = check.manifest().amount();
+    const QString what =
+        QStringLiteral("version %1, %2, %3")
+            .arg(quoted(check.manifest().version), filesText(amount.files), sizeText(amount.bytes));
+    console->note(check.errorCount() == 0
+                      ? QStringLiteral("published as it should be: ") + what
+                      : QStringLiteral("%1 wrong in: ").arg(check.errorCount()) + what);
+}

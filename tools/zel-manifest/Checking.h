@@ -1,0 +1,23 @@
+#pragma once
+
+#include "zel-manifest/CommandLine.h"
+#include "zel-manifest/PatchCheck.h"
+
+class Console;
+
+/// Checks a published patch and shows the findings on the console.
+class Checking
+{
+public:
+    /// Neither is copied.
+    Checking(const Options &itsOptions, Console *itsConsole);
+
+    ExitCode run();
+
+private:
+    void show(const Finding &finding);
+    void summarize(const PatchCheck &check);
+
+    const Options &options;
+    Console *const console;
+};

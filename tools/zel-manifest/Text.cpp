@@ -1,0 +1,79 @@
+#include "zel-manifest/Text.h"
+
+#include <QStringDecoder>
+
+namespace
+{
+
+QString hexEscape(char32_t code)
+{
+    return QStringLiteral("\\x%1").arg(uint(code), 2, 16, QLatin1Char('0'));
+}
+
+void appendEscaped(QString *text, QChar c)
+{
+    switch (c.category()) {
+    case QChar::Other_Control:
+    case QChar::Other_Format: // among them those that change the writing direction
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        *text += hexEscape(c.unicode());
+        return;
+    default:
+        if (c == u'\\' || c == u'"') {
+            *text += u'\\';
+        }
+        *text += c;
+    }
+}
+
+} // namespace
+
+QString quoted(const QByteArray &name)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
+                                                     QStringDecoder::Flag::ConvertInitialBom);
+    const QString text = decoder(name);
+    if (!decoder.hasError()) {
+        return quoted(text);
+    }
+    QString result(u'"');
+    for (const char byte : name) {
+        const auto code = static_cast<unsigned char>(byte);
+        if (code < 0x80) {
+            appendEscaped(&result, QLatin1Char(byte));
+        } else {
+            result += hexEscape(code);
+        }
+    }
+    return result + u'"';
+}
+
+QString quoted(const QString &name)
+{
+    QString result(u'"');
+    for (const QChar c : name) {
+        appendEscaped(&result, c);
+    }
+    return result + u'"';
+}
+
+QString sizeText(qint64 bytes)
+{
+    constexpr const char *units[] = {"KiB", "MiB", "GiB", "TiB"};
+    if (bytes < 1024) {
+        return bytes == 1 ? QStringLiteral("1 byte") : QStringLiteral("%1 bytes").arg(bytes);
+    }
+    double amount = double(bytes) / 1024;
+    size_t unit = 0;
+    while (amount >= 1024 && unit + 1 < std::size(units)) {
+        amount /= 1024;
+        ++unit;
+    }
+    return QStringLiteral("%1 %2").arg(QString::number(amount, 'f', 1), QLatin1String(units[unit]));
+}
+
+QString filesText(qsizetype count)
+{
+    return count == 1 ? QStringLiteral("1 file") : QStringLiteral("%1 files").arg(count);
+}
