@@ -5,8 +5,7 @@
 
 #include "app/MainWindow.h"
 #include "settings/LauncherSettings.h"
-#include "ui/StandardTexts.h"
-#include "ui/ZelPalette.h"
+#include "ui/StandardLook.h"
 #include "ui/ZelTheme.h"
 
 namespace
@@ -39,10 +38,7 @@ int main(int argc, char *argv[])
     QIcon::setThemeSearchPaths({QStringLiteral(":/icons")});
     const ZelTheme::Mode mode = ZelTheme::loadPreferredMode();
     ZelTheme::apply(app, mode);
-    // What the sheet leaves to the desktop: the other colours, the texts of standard widgets.
-    QApplication::setPalette(ZelPalette::forMode(mode));
-    StandardTexts texts;
-    QCoreApplication::installTranslator(&texts);
+    const StandardLook look(mode);
 
     MainWindow window;
     window.show();

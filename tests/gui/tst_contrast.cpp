@@ -67,6 +67,7 @@ private:
     /// How well the text of @p widget can be read, scrolled into view.
     double textContrast(QWidget *widget) const;
 
+    std::unique_ptr<StandardLook> look;
     std::unique_ptr<SettingsDialog> dialog;
     QScrollArea *scrollArea = nullptr;
 };
@@ -75,7 +76,7 @@ void TestContrast::open()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QPalette, desktopPalette);
-    startUp(mode, desktopPalette);
+    look = startUp(mode, desktopPalette);
     LauncherSettings &settings = LauncherSettings::instance();
     settings.clientDir = QStringLiteral("/jogo");
     settings.patchBaseUrl = QStringLiteral("https://example.org/patch/");
@@ -104,7 +105,7 @@ void TestContrast::theMainWindowIsReadable()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QPalette, desktopPalette);
-    startUp(mode, desktopPalette);
+    look = startUp(mode, desktopPalette);
     LauncherWindow launcher;
     QVERIFY(QTest::qWaitForWindowExposed(&launcher.window));
 

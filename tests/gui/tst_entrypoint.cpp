@@ -14,6 +14,8 @@
 #include <array>
 #include <optional>
 
+#include "ui/ZelPalette.h"
+
 namespace
 {
 
@@ -24,7 +26,7 @@ struct Dress {
     QString styleSheet;
     QPalette palette;
     QStringList fontFamilies;
-    QString yes;
+    QString copy;
     QStringList iconFolders;
     QList<QSize> iconSizes;
 };
@@ -42,7 +44,7 @@ public:
                          qApp->styleSheet(),
                          QApplication::palette(),
                          QApplication::font().families(),
-                         QCoreApplication::translate("QPlatformTheme", "&Yes"),
+                         QCoreApplication::translate("QLineEdit", "&Copy"),
                          QIcon::themeSearchPaths(),
                          QApplication::windowIcon().availableSizes()};
             }
@@ -129,7 +131,7 @@ void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists()
     QCOMPARE(dress.styleSheet, ZelTheme::globalStyleSheet(mode));
     QCOMPARE(dress.palette, ZelPalette::forMode(mode));
     QCOMPARE(dress.fontFamilies.value(0), QStringLiteral("Inter"));
-    QCOMPARE(dress.yes, QStringLiteral("&Sim"));
+    QCOMPARE(dress.copy, QStringLiteral("&Copiar"));
     QCOMPARE(dress.iconFolders, QStringList{QStringLiteral(":/icons")}); // none of the desktop's
     QVERIFY(dress.iconSizes.contains(QImageReader(QStringLiteral(":/Orvandale.ico")).size()));
     // Nothing in the launcher stores a mode.

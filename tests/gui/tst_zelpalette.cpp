@@ -182,7 +182,7 @@ void TestZelPalette::aMessageBoxIsReadable()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QPalette, desktopPalette);
-    startUp(mode, desktopPalette);
+    const auto look = startUp(mode, desktopPalette);
 
     MessageBoxAnswerer answerer;
     answerer.expect(QMessageBox::No, [mode](const QMessageBox &box) {
@@ -211,7 +211,7 @@ void TestZelPalette::theDesktopDoesNotShowInAMessageBox()
 
     QList<QImage> pictures;
     for (const char *const color : {"#efefef", "#303030"}) {
-        startUp(mode, desktop(color));
+        const auto look = startUp(mode, desktop(color));
         MessageBoxAnswerer answerer;
         answerer.expect(QMessageBox::Ok,
                         [&pictures](QMessageBox &box) { pictures.append(box.grab().toImage()); });
@@ -235,7 +235,7 @@ void TestZelPalette::aDesktopThatColorsSingleClassesDoesNotShow()
     before.ensurePolished();
     QCOMPARE(before.palette().color(QPalette::Button), QColor(Qt::magenta));
 
-    startUp(Mode::Light, garish);
+    const auto look = startUp(Mode::Light, garish);
     const QPalette palette = ZelPalette::forMode(Mode::Light);
     QPushButton button;
     button.ensurePolished();
@@ -269,7 +269,7 @@ void TestZelPalette::aFileChooserIsReadable()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QPalette, desktopPalette);
-    startUp(mode, desktopPalette);
+    const auto look = startUp(mode, desktopPalette);
 
     const QTemporaryDir folder;
     const auto chooser = openChooser(folder.path());
@@ -309,7 +309,7 @@ void TestZelPalette::aFileChooserListIsReadable()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QPalette, desktopPalette);
-    startUp(mode, desktopPalette);
+    const auto look = startUp(mode, desktopPalette);
 
     const QTemporaryDir folder;
     for (const char *const name : {"one.txt", "two.txt"}) {
@@ -353,7 +353,7 @@ void TestZelPalette::aContextMenuIsReadable()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QPalette, desktopPalette);
-    startUp(mode, desktopPalette);
+    const auto look = startUp(mode, desktopPalette);
 
     QLineEdit edit(QStringLiteral("ZEL"));
     const std::unique_ptr<QMenu> menu(edit.createStandardContextMenu());
@@ -379,7 +379,7 @@ void TestZelPalette::aToolTipIsReadable()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QPalette, desktopPalette);
-    startUp(mode, desktopPalette);
+    const auto look = startUp(mode, desktopPalette);
 
     QWidget window;
     window.show();
@@ -408,7 +408,7 @@ void TestZelPalette::theGroundAroundAGroupIsTheDialogs()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QPalette, desktopPalette);
-    startUp(mode, desktopPalette);
+    const auto look = startUp(mode, desktopPalette);
 
     QDialog dialog;
     auto *layout = new QVBoxLayout(&dialog);

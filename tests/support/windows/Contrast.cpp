@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "ui/ZelPalette.h"
-
 using ZelTheme::Mode;
 
 namespace
@@ -73,12 +71,12 @@ QImage inside(const QWidget *widget)
     return picture(widget, widget->rect().adjusted(frame, frame, -frame, -frame));
 }
 
-void startUp(Mode mode, const QPalette &desktopPalette)
+std::unique_ptr<StandardLook> startUp(Mode mode, const QPalette &desktopPalette)
 {
     qApp->setStyleSheet(QString());
     QApplication::setPalette(desktopPalette);
     ZelTheme::apply(*qApp, mode);
-    QApplication::setPalette(ZelPalette::forMode(mode));
+    return std::make_unique<StandardLook>(mode);
 }
 
 void addModesAndDesktops()

@@ -5,6 +5,9 @@
 #include <QPalette>
 #include <QWidget>
 
+#include <memory>
+
+#include "ui/StandardLook.h"
 #include "ui/ZelTheme.h"
 
 /// What text needs to be read.
@@ -30,8 +33,9 @@ QImage inside(const QWidget *widget);
 /// What a desktop of that colour gives its applications.
 QPalette desktop(const char *name);
 
-/// Dresses the application like the launcher's start, on a desktop with colours of its own.
-void startUp(ZelTheme::Mode mode, const QPalette &desktopPalette);
+/// Styles the application as the launcher does at its start, on a desktop with @p desktopPalette.
+[[nodiscard]] std::unique_ptr<StandardLook> startUp(ZelTheme::Mode mode,
+                                                    const QPalette &desktopPalette = {});
 
 /// Columns "mode" and "desktopPalette": both modes, each on a light and on a dark desktop.
 void addModesAndDesktops();

@@ -1,0 +1,91 @@
+#include "ui/StandardLook.h"
+
+#include <QApplication>
+#include <QDialogButtonBox>
+#include <QEvent>
+#include <QPushButton>
+
+#include "ui/ZelPalette.h"
+
+namespace
+{
+
+/// The launcher's text for a standard button, or a null text. Set on the button because the
+/// platform theme's texts do not all go through a translator.
+QString standardButtonText(QDialogButtonBox::StandardButton button)
+{
+    switch (button) {
+    case QDialogButtonBox::Ok:
+        return QStringLiteral("OK");
+    case QDialogButtonBox::Cancel:
+        return QStringLiteral("Cancelar");
+    case QDialogButtonBox::Yes:
+        return QStringLiteral("&Sim");
+    case QDialogButtonBox::No:
+        return QStringLiteral("&Nao");
+    default:
+        return {};
+    }
+}
+
+void setStandardText(QPushButton *button)
+{
+    const auto *box = qobject_cast<QDialogButtonBox *>(button->parentWidget());
+    const QString text =
+        box == nullptr ? QString() : standardButtonText(box->standardButton(button));
+    if (!text.isNull()) {
+        button->setText(text);
+    }
+}
+
+} // namespace
+
+StandardLook::StandardLook(ZelTheme::Mode mode)
+    : font(QApplication::font())
+    , palette(ZelPalette::forMode(mode))
+{
+    restoreTimer.setSingleShot(true);
+    connect(&restoreTimer, &QTimer::timeout, this, &StandardLook::restore);
+    setFontAndPalette();
+    QCoreApplication::installTranslator(&texts);
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
+bool StandardLook::eventFilter(QObject *watched, QEvent *event)
+{
+    switch (event->type()) {
+    case QEvent::ThemeChange:
+    case QEvent::ApplicationFontChange:
+    case QEvent::ApplicationPaletteChange:
+        // A change comes as many events; restore once, after the last one.
+        if (!isSetting) {
+            restoreTimer.start(0);
+        }
+        break;
+    case QEvent::Polish:
+    case QEvent::LanguageChange:
+        if (auto *button = qobject_cast<QPushButton *>(watched)) {
+            setStandardText(button);
+        }
+        break;
+    default:
+        break;
+    }
+    return false;
+}
+
+void StandardLook::setFontAndPalette()
+{
+    isSetting = true;
+    // Also clears the platform theme's fonts of single classes, which setStyleSheet() brought back.
+    QApplication::setFont(font);
+    QApplication::setPalette(palette);
+    isSetting = false;
+}
+
+void StandardLook::restore()
+{
+    setFontAndPalette();
+    // Widgets keep fonts that the style sheet derived from the desktop's until it is set again.
+    qApp->setStyleSheet(qApp->styleSheet());
+}

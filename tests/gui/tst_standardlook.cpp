@@ -1,0 +1,301 @@
+#include "support/TestMain.h"
+
+#include "support/windows/Contrast.h"
+#include "support/windows/MessageBoxAnswerer.h"
+#include "ui/MessageBox.h"
+#include "ui/SettingsDialog.h"
+#include "ui/StandardLook.h"
+
+#include <QDialogButtonBox>
+#include <QPushButton>
+
+#include <private/qguiapplication_p.h>
+#include <qpa/qplatformtheme.h>
+#include <qpa/qwindowsysteminterface.h>
+
+#include <functional>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using ZelTheme::Mode;
+
+namespace
+{
+
+/// A desktop with a font and a palette for every class of widgets, and with button texts and an
+/// order of buttons of its own.
+class Desktop : public QPlatformTheme
+{
+public:
+    explicit Desktop(QDialogButtonBox::ButtonLayout layout = QDialogButtonBox::KdeLayout)
+        : buttonLayout(layout)
+    {
+    }
+
+    const QFont *font(Font /*type*/) const override { return &desktopFont; }
+    const QPalette *palette(Palette /*type*/) const override { return &desktopPalette; }
+    QString standardButtonText(int /*button*/) const override { return u"Desktop"_s; }
+    QVariant themeHint(ThemeHint hint) const override
+    {
+        return hint == DialogButtonBoxLayout ? buttonLayout : QPlatformTheme::themeHint(hint);
+    }
+
+private:
+    QFont desktopFont{u"serif"_s, 14, QFont::Black, true};
+    QPalette desktopPalette{Qt::magenta};
+    QDialogButtonBox::ButtonLayout buttonLayout;
+};
+
+using Visit = std::function<void(QWidget &)>;
+
+void visitSettingsDialog(const Visit &visit)
+{
+    SettingsDialog dialog;
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    visit(dialog);
+}
+
+void visitQuestion(const Visit &visit)
+{
+    MessageBoxAnswerer answerer;
+    answerer.expect(QMessageBox::No, visit);
+    MessageBox::ask(nullptr, u"ZEL Launcher"_s, u"Texto"_s);
+}
+
+/// Class, font, colours and text of every visible widget of @p window.
+QStringList looks(const QWidget &window)
+{
+    QStringList looks;
+    for (const QWidget *widget : window.findChildren<QWidget *>()) {
+        if (widget->isVisible()) {
+            const auto *button = qobject_cast<const QPushButton *>(widget);
+            looks.append(QStringList({QLatin1StringView(widget->metaObject()->className()),
+                                      widget->font().toString(),
+                                      widget->palette().color(QPalette::Text).name(),
+                                      widget->palette().color(QPalette::Button).name(),
+                                      button == nullptr ? QString() : button->text()})
+                             .join(u' '));
+        }
+    }
+    return looks;
+}
+
+QStringList looksIn(void (*visitWindow)(const Visit &))
+{
+    QStringList result;
+    visitWindow([&result](const QWidget &window) { result = looks(window); });
+    return result;
+}
+
+/// Counts how often the application's font or palette changes.
+class ChangeCounter : public QObject
+{
+public:
+    ChangeCounter() { qApp->installEventFilter(this); }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        changes += watched == qApp && (event->type() == QEvent::ApplicationFontChange ||
+                                       event->type() == QEvent::ApplicationPaletteChange);
+        return false;
+    }
+
+    int changes = 0;
+};
+
+} // namespace
+
+class TestStandardLook : public TestBase
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup();
+
+    void theDesktopDoesNotShow_data();
+    void theDesktopDoesNotShow();
+    void aChangeOfTheDesktopDoesNotShow_data() { theDesktopDoesNotShow_data(); }
+    void aChangeOfTheDesktopDoesNotShow();
+    void aFontAndAPaletteOfTheDesktopDoNotShow_data() { theDesktopDoesNotShow_data(); }
+    void aFontAndAPaletteOfTheDesktopDoNotShow();
+    void aChangeOfLanguageKeepsTheWords_data() { theDesktopDoesNotShow_data(); }
+    void aChangeOfLanguageKeepsTheWords();
+    void theWordsOfTheButtons_data();
+    void theWordsOfTheButtons();
+    void theButtonsKeepTheDesktopsOrder_data();
+    void theButtonsKeepTheDesktopsOrder();
+    void oneChangeIsAnsweredOnce();
+
+private:
+    /// Makes @p theme the desktop's theme and announces the change.
+    static void change(QPlatformTheme *theme);
+
+    using Visitor = void (*)(const Visit &);
+    QPlatformTheme *const ownTheme = QGuiApplicationPrivate::platform_theme;
+    Desktop desktop;
+};
+
+void TestStandardLook::cleanup()
+{
+    change(ownTheme);
+}
+
+void TestStandardLook::change(QPlatformTheme *theme)
+{
+    QGuiApplicationPrivate::platform_theme = theme;
+    QWindowSystemInterface::handleThemeChange();
+    QWindowSystemInterface::sendWindowSystemEvents(QEventLoop::AllEvents);
+}
+
+void TestStandardLook::theDesktopDoesNotShow_data()
+{
+    QTest::addColumn<Mode>("mode");
+    QTest::addColumn<Visitor>("visitWindow");
+
+    QTest::newRow("settings dialog, dark") << Mode::Dark << &visitSettingsDialog;
+    QTest::newRow("settings dialog, light") << Mode::Light << &visitSettingsDialog;
+    QTest::newRow("question, dark") << Mode::Dark << &visitQuestion;
+    QTest::newRow("question, light") << Mode::Light << &visitQuestion;
+}
+
+void TestStandardLook::theDesktopDoesNotShow()
+{
+    QFETCH(const Mode, mode);
+    QFETCH(const Visitor, visitWindow);
+    auto look = startUp(mode);
+    const QStringList expected = looksIn(visitWindow);
+    QCOMPARE_GE(expected.size(), 5);
+    look.reset();
+
+    change(&desktop);
+    qApp->setStyleSheet(QString());
+    ZelTheme::apply(*qApp, mode);
+    QVERIFY(looksIn(visitWindow) != expected);
+    look = startUp(mode);
+    QCOMPARE(looksIn(visitWindow), expected);
+}
+
+void TestStandardLook::aChangeOfTheDesktopDoesNotShow()
+{
+    QFETCH(const Mode, mode);
+    QFETCH(const Visitor, visitWindow);
+    const auto look = startUp(mode);
+
+    QStringList expected;
+    visitWindow([this, &expected](const QWidget &window) {
+        expected = looks(window);
+        change(&desktop);
+        QCoreApplication::processEvents();
+        QCOMPARE(looks(window), expected);
+    });
+    QCOMPARE(looksIn(visitWindow), expected);
+}
+
+void TestStandardLook::aFontAndAPaletteOfTheDesktopDoNotShow()
+{
+    QFETCH(const Mode, mode);
+    QFETCH(const Visitor, visitWindow);
+    const auto look = startUp(mode);
+
+    const QFont font = QApplication::font();
+    const QPalette palette = QApplication::palette();
+    const QFont desktopFont(u"serif"_s, 14, QFont::Black);
+
+    visitWindow([&](const QWidget &window) {
+        const QStringList expected = looks(window);
+        QApplication::setFont(desktopFont);
+        QApplication::setFont(desktopFont, "QWidget");
+        QVERIFY(looks(window) != expected);
+        QTRY_COMPARE(QApplication::font(), font);
+        QTRY_COMPARE(looks(window), expected);
+        QApplication::setPalette(QPalette(Qt::magenta));
+        QTRY_COMPARE(QApplication::palette(), palette);
+        QCOMPARE(looks(window), expected);
+    });
+}
+
+void TestStandardLook::aChangeOfLanguageKeepsTheWords()
+{
+    QFETCH(const Mode, mode);
+    QFETCH(const Visitor, visitWindow);
+    change(&desktop);
+    const auto look = startUp(mode);
+
+    visitWindow([](const QWidget &window) {
+        const QStringList expected = looks(window);
+        StandardTexts other;
+        QVERIFY(QCoreApplication::installTranslator(&other));
+        QCOMPARE(looks(window), expected);
+    });
+}
+
+void TestStandardLook::theWordsOfTheButtons_data()
+{
+    QTest::addColumn<QDialogButtonBox::StandardButton>("button");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("ok") << QDialogButtonBox::Ok << u"OK"_s;
+    QTest::newRow("cancel") << QDialogButtonBox::Cancel << u"Cancelar"_s;
+    QTest::newRow("yes") << QDialogButtonBox::Yes << u"&Sim"_s;
+    QTest::newRow("no") << QDialogButtonBox::No << u"&Nao"_s;
+    QTest::newRow("one of no window") << QDialogButtonBox::Help << u"Desktop"_s;
+}
+
+void TestStandardLook::theWordsOfTheButtons()
+{
+    QFETCH(const QDialogButtonBox::StandardButton, button);
+    QFETCH(const QString, text);
+    change(&desktop);
+    const auto look = startUp(Mode::Dark);
+
+    QDialogButtonBox box(button);
+    QPushButton other(u"Outro"_s, &box);
+    box.show();
+    QCOMPARE(box.button(button)->text(), text);
+    QCOMPARE(other.text(), u"Outro"_s);
+}
+
+void TestStandardLook::theButtonsKeepTheDesktopsOrder_data()
+{
+    QTest::addColumn<QDialogButtonBox::ButtonLayout>("layout");
+    QTest::addColumn<bool>("isCancelFirst");
+
+    QTest::newRow("confirmation first") << QDialogButtonBox::KdeLayout << false;
+    QTest::newRow("confirmation last") << QDialogButtonBox::GnomeLayout << true;
+}
+
+void TestStandardLook::theButtonsKeepTheDesktopsOrder()
+{
+    QFETCH(const QDialogButtonBox::ButtonLayout, layout);
+    QFETCH(const bool, isCancelFirst);
+    Desktop ordered(layout);
+    change(&ordered);
+    const auto look = startUp(Mode::Dark);
+
+    visitSettingsDialog([isCancelFirst](const QWidget &window) {
+        const auto *box = window.findChild<QDialogButtonBox *>();
+        QCOMPARE(box->button(QDialogButtonBox::Cancel)->x() <
+                     box->button(QDialogButtonBox::Ok)->x(),
+                 isCancelFirst);
+    });
+    change(ownTheme);
+}
+
+void TestStandardLook::oneChangeIsAnsweredOnce()
+{
+    const auto look = startUp(Mode::Dark);
+    const QFont font = QApplication::font();
+    const ChangeCounter counter;
+    QApplication::setFont(QFont(u"serif"_s));
+    QTRY_COMPARE(QApplication::font(), font);
+    const int changes = counter.changes;
+    for (int turn = 0; turn < 10; ++turn) {
+        QCoreApplication::processEvents();
+    }
+    QCOMPARE(counter.changes, changes);
+}
+
+ZEL_GUI_TEST_MAIN(TestStandardLook)
+
+#include "tst_standardlook.moc"
