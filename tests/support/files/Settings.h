@@ -5,22 +5,13 @@
 #include "settings/LauncherSettings.h"
 #include "support/files/Disk.h"
 
+/// The launcher's settings as a new process has them.
+inline const LauncherSettings initialSettings = LauncherSettings::instance();
+
 /// Gives the launcher's settings the values that a new process starts with.
 inline void resetFields()
 {
-    LauncherSettings &settings = LauncherSettings::instance();
-    settings.clientDir.clear();
-    settings.clientExe = QStringLiteral("ZEL.exe");
-    settings.winePath.clear();
-    settings.useWine = true;
-    settings.patchBaseUrl.clear();
-    settings.serverName = QStringLiteral("Orvandale");
-    settings.serverIp = QStringLiteral("127.0.0.1");
-    settings.channelCount = 1;
-    settings.websiteUrl.clear();
-    settings.newsUrl.clear();
-    settings.localVersion = QStringLiteral("1.0.0");
-    settings.clientConfig = ClientConfig();
+    LauncherSettings::instance() = initialSettings;
 }
 
 /// Starts anew, without a settings file.
