@@ -19,14 +19,11 @@ namespace
 constexpr int serverListGroup = 0;
 constexpr int snBinGroup = 1;
 
-bool isFolder(const QString &path)
+/// Returns false and sets @p error when @p clientDir is not an existing folder.
+bool requireFolder(const QString &clientDir, QString *error)
 {
-    return Files::isPath(path) && QFileInfo(path).isDir();
-}
-
-QString noFolderText()
-{
-    return QStringLiteral("Configure a pasta do cliente.");
+    return QFileInfo(clientDir).isDir() ||
+           Files::fail(error, QStringLiteral("Configure a pasta do cliente."));
 }
 
 bool writeServerTxt(const QDir &client, const QString &ip, QString *error)
@@ -65,24 +62,25 @@ QByteArray withServerIp(const QByteArray &text, const QString &ip)
 
 void updateLoginIni(const QDir &client, const QString &ip)
 {
-    QFile file(client.filePath(QStringLiteral("zel_login.ini")));
-    if (!Files::openToRead(file, QIODevice::ReadWrite | QIODevice::Text)) {
+    const QString path = client.filePath(QStringLiteral("zel_login.ini"));
+    QFile file(path);
+    // QFile would create a missing file.
+    if (!QFileInfo::exists(path) || !file.open(QIODevice::ReadWrite | QIODevice::Text)) {
         return;
     }
     const QByteArray text = file.readAll();
     if (file.error() != QFileDevice::NoError) {
         return; // what was not read could not be written back
     }
-    file.resize(0);
-    file.seek(0);
+    file.resize(0); // moves the position too
     file.write(withServerIp(text, ip));
 }
 
 void removePatchedExe(const QDir &client)
 {
-    QFile file(client.filePath(QStringLiteral("ZEL_patched.exe")));
-    if (file.exists()) {
-        file.remove();
+    const QString path = client.filePath(QStringLiteral("ZEL_patched.exe"));
+    if (QFileInfo::exists(path)) {
+        QFile::remove(path);
     }
 }
 
@@ -95,8 +93,8 @@ int ClientSync::clampChannelCount(int n)
 
 bool ClientSync::writeGameConfig(const QString &clientDir, const ClientConfig &cfg, QString *error)
 {
-    if (!isFolder(clientDir)) {
-        return Files::fail(error, noFolderText());
+    if (!requireFolder(clientDir, error)) {
+        return false;
     }
     return ConfigBin::save(QDir(clientDir).filePath(QStringLiteral("Config.bin")), cfg, error);
 }
@@ -104,8 +102,8 @@ bool ClientSync::writeGameConfig(const QString &clientDir, const ClientConfig &c
 bool ClientSync::writeServerFiles(const QString &clientDir, const ServerProfile &profile,
                                   QString *error)
 {
-    if (!isFolder(clientDir)) {
-        return Files::fail(error, noFolderText());
+    if (!requireFolder(clientDir, error)) {
+        return false;
     }
     const QString ip = profile.ip.trimmed();
     if (ip.isEmpty() || ip.contains(u' ')) {

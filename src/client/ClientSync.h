@@ -25,8 +25,8 @@ public:
     static bool writeGameConfig(const QString &clientDir, const ClientConfig &cfg,
                                 QString *error = nullptr);
 
-    /// Points the client in @p clientDir at @p profile: writes "serverlist.txt", "sn.bin" (left
-    /// as it is when it already carries the name), "server.txt" and the "server_ip=" lines of an
+    /// Points the client in @p clientDir at @p profile: writes "serverlist.txt", "sn.bin" (unless
+    /// it carries the name already), "server.txt" and the "server_ip=" lines of an
     /// existing "zel_login.ini", and removes "ZEL_patched.exe".
     ///
     /// Returns false and sets @p error (which may be null) at the first failure; files already

@@ -1,6 +1,7 @@
 #include "client/ConfigBin.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QtEndian>
 
 #include <algorithm>
@@ -33,10 +34,33 @@ enum Word : qsizetype {
     CameraView = 14,
 };
 
-/// The words of a file that the client never wrote.
-QList<short> newFileWords()
+/// The words of a file that holds @p cfg.
+QList<short> wordsOf(const ClientConfig &cfg)
 {
-    return {7000, 3, 2, 0, 0, -1, 57, 2, 1, 1, 1, 0, 0, 0, 1};
+    QList<short> words = cfg.raw;
+    if (words.size() != wordCount) {
+        words.fill(0, wordCount);
+    }
+    // The client treats 0 here as unset.
+    if (words[ClientOwned] == 0) {
+        words[ClientOwned] = -1;
+    }
+
+    words[HeaderValue] = cfg.headerValue;
+    words[Resolution] = cfg.resolution;
+    words[ModelQuality] = std::clamp<qint16>(cfg.modelQuality, 1, 3);
+    words[SoundLevel] = std::clamp<qint16>(cfg.soundLevel, 0, 200);
+    words[MusicLevel] = std::clamp<qint16>(cfg.musicLevel, 0, 200);
+    words[Brightness] = std::clamp<qint16>(cfg.brightness, 0, 100);
+    words[Cursor] = cfg.cursor;
+    words[IntroVideo] = cfg.introVideo != 0 ? 1 : 0;
+    words[Windowed] = cfg.windowed ? 1 : 0;
+    words[AuxValue] = cfg.auxValue;
+    words[CameraRotation] = cfg.cameraRotation ? 1 : 0;
+    words[DxtTextures] = cfg.dxtTextures ? 0 : 1;
+    words[KeyLayout] = cfg.keyLayout;
+    words[CameraView] = cfg.cameraView;
+    return words;
 }
 
 int percentFromLevel(int level)
@@ -46,7 +70,7 @@ int percentFromLevel(int level)
 
 int levelFromPercent(int percent)
 {
-    return percent < 1 ? 0 : std::min(percent, 101) + 99;
+    return percent < 1 ? 0 : std::min(percent, 101) + 99; // limited first: no overflow
 }
 
 } // namespace
@@ -56,21 +80,21 @@ bool ConfigBin::load(const QString &path, ClientConfig *cfg, QString *error)
     if (cfg == nullptr) {
         return Files::fail(error, QStringLiteral("Config invalido."));
     }
-    if (!Files::exists(path)) {
+    if (!QFileInfo::exists(path)) {
         *cfg = ClientConfig();
-        cfg->raw = newFileWords();
+        cfg->raw = wordsOf(*cfg);
         return true;
     }
 
     QFile file(path);
-    if (!Files::openToRead(file, QIODevice::ReadOnly)) {
+    if (!Files::open(file, QIODevice::ReadOnly)) {
         return Files::fail(error, QStringLiteral("Nao foi possivel abrir %1").arg(path));
     }
-    const QByteArray bytes = file.read(fileSize + 1); // a foreign file may be of any size
+    const QByteArray bytes = file.readAll();
     if (bytes.size() != fileSize) {
-        const qint64 size = bytes.size() < fileSize ? bytes.size() : file.size();
-        return Files::fail(error, QStringLiteral("Config.bin invalido (%1 bytes, esperado %2).")
-                                      .arg(QString::number(size), QString::number(fileSize)));
+        return Files::fail(error,
+                           QStringLiteral("Config.bin invalido (%1 bytes, esperado %2).")
+                               .arg(QString::number(bytes.size()), QString::number(fileSize)));
     }
 
     std::array<qint16, wordCount> words{};
@@ -98,30 +122,7 @@ bool ConfigBin::load(const QString &path, ClientConfig *cfg, QString *error)
 
 bool ConfigBin::save(const QString &path, const ClientConfig &cfg, QString *error)
 {
-    QList<short> words = cfg.raw;
-    if (words.size() != wordCount) {
-        words.fill(0, wordCount);
-    }
-    // The client treats 0 here as unset.
-    if (words[ClientOwned] == 0) {
-        words[ClientOwned] = -1;
-    }
-
-    words[HeaderValue] = cfg.headerValue;
-    words[Resolution] = cfg.resolution;
-    words[ModelQuality] = std::clamp<qint16>(cfg.modelQuality, 1, 3);
-    words[SoundLevel] = std::clamp<qint16>(cfg.soundLevel, 0, 200);
-    words[MusicLevel] = std::clamp<qint16>(cfg.musicLevel, 0, 200);
-    words[Brightness] = std::clamp<qint16>(cfg.brightness, 0, 100);
-    words[Cursor] = cfg.cursor;
-    words[IntroVideo] = cfg.introVideo != 0 ? 1 : 0;
-    words[Windowed] = cfg.windowed ? 1 : 0;
-    words[AuxValue] = cfg.auxValue;
-    words[CameraRotation] = cfg.cameraRotation ? 1 : 0;
-    words[DxtTextures] = cfg.dxtTextures ? 0 : 1;
-    words[KeyLayout] = cfg.keyLayout;
-    words[CameraView] = cfg.cameraView;
-
+    const QList<short> words = wordsOf(cfg);
     QByteArray bytes(fileSize, Qt::Uninitialized);
     qToLittleEndian<qint16>(words.constData(), wordCount, bytes.data());
     return Files::write(path, bytes, error);

@@ -8,7 +8,7 @@
 /// values of a client that was never configured.
 struct ClientConfig {
     qint16 headerValue = 7000;   ///< Word 0; not shown to the user.
-    qint16 resolution = 3;       ///< Word 1; a ResolutionEntry code, or a value kept as it is.
+    qint16 resolution = 3;       ///< Word 1; a ResolutionEntry code; others are kept.
     bool windowed = true;        ///< Word 9.
     qint16 modelQuality = 2;     ///< Word 2; 1 low, 2 medium, 3 high.
     qint16 soundLevel = 0;       ///< Word 3; 0 mute, else 100..199 for 1..100 %.

@@ -4,27 +4,18 @@
 #include <QFile>
 #include <QString>
 
-/// What the readers and writers of files share. Nothing here prints, whatever the path.
+/// What the readers and writers of the client's files share.
 namespace Files
 {
 
-/// True when @p path can name a file: it is not empty and holds no NUL character.
-///
-/// Qt remarks on other paths on the console, and opens what stands before the NUL.
-bool isPath(const QString &path);
-
-/// True when a file or folder exists at @p path.
-bool exists(const QString &path);
-
-/// Opens @p file for @p mode, which reads. Returns false when that fails or the file is not a
-/// regular one: reading a device or a pipe may never end.
-bool openToRead(QFile &file, QIODevice::OpenMode mode);
+/// Opens @p file. Returns false when that fails, as it does for a folder, or when the path holds a
+/// NUL character: QFile would open what stands before it.
+bool open(QFile &file, QIODevice::OpenMode mode);
 
 /// Replaces the content of the file at @p path by @p bytes; a missing file is created.
 ///
-/// The bytes go straight to the system, so that a full disk is seen here and not after the
-/// answer was given. There is no temporary file and no roll-back: a failed write leaves what
-/// reached the disk.
+/// The bytes go straight to the system, so that a full disk shows in the result of the write.
+/// There is no temporary file and no roll-back: a failed write leaves what reached the disk.
 ///
 /// Returns false and sets @p error (which may be null) to "Nao foi possivel gravar %1" when the
 /// file cannot be opened, to "Falha ao gravar %1" when not exactly all bytes were written.

@@ -1,6 +1,7 @@
 #include "client/ServerList.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -64,12 +65,12 @@ bool ServerList::load(const QString &path, QList<ServerEntry> *entries, QString 
         return Files::fail(error, QStringLiteral("Lista invalida."));
     }
     entries->clear();
-    if (!Files::exists(path)) {
+    if (!QFileInfo::exists(path)) {
         return true;
     }
 
     QFile file(path);
-    if (!Files::openToRead(file, QIODevice::ReadOnly | QIODevice::Text)) {
+    if (!Files::open(file, QIODevice::ReadOnly | QIODevice::Text)) {
         return Files::fail(error, QStringLiteral("Nao foi possivel abrir %1").arg(path));
     }
     while (!file.atEnd()) {

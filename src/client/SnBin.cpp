@@ -13,11 +13,6 @@ namespace
 constexpr int maxNameLength = 15;
 constexpr int trailingLineCount = 10;
 
-QString defaultName()
-{
-    return QStringLiteral("Orvandale");
-}
-
 bool isGroupId(int group)
 {
     return group >= 1 && group <= 10;
@@ -28,7 +23,7 @@ bool isGroupId(int group)
 std::optional<QStringList> firstLineTokens(const QString &path)
 {
     QFile file(path);
-    if (!Files::openToRead(file, QIODevice::ReadOnly)) {
+    if (!Files::open(file, QIODevice::ReadOnly)) {
         return std::nullopt;
     }
     return QString::fromUtf8(file.readLine()).trimmed().split(u' ', Qt::SkipEmptyParts);
@@ -63,6 +58,11 @@ bool SnBin::loadDisplayName(const QString &path, QString *name)
     }
     *name = tokens->size() < 2 ? defaultName() : tokens->sliced(1).join(u' ');
     return true;
+}
+
+QString SnBin::defaultName()
+{
+    return QStringLiteral("Orvandale");
 }
 
 QString SnBin::preparedName(const QString &name)

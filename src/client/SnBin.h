@@ -14,13 +14,16 @@ public:
     static bool isValid(const QString &path);
 
     /// Sets @p name to the display name of the file at @p path, with runs of blanks shrunk to
-    /// one; a file that has none gives "Orvandale". The group ID is not checked.
+    /// one; a file without a name gives defaultName(). The group ID is not checked.
     ///
     /// Returns false, with @p name untouched, when it is null or the file cannot be opened.
     static bool loadDisplayName(const QString &path, QString *name);
 
-    /// The name as the file can hold it: trimmed, on one line, at most 15 UTF-16 code units (a
-    /// trailing blank that this cut leaves stays), "Orvandale" when nothing is left.
+    /// The display name of a server without one: "Orvandale".
+    static QString defaultName();
+
+    /// @p name as the file can hold it: trimmed, on one line, at most 15 UTF-16 code units (a
+    /// trailing blank that this cut leaves is kept), defaultName() when nothing is left.
     static QString preparedName(const QString &name);
 
     /// Replaces the whole file at @p path by one for @p group (1 to 10) named

@@ -4,13 +4,12 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
-#include <QTemporaryFile>
 
 #include "client/ClientSync.h"
 #include "client/Files.h"
 #include "client/ServerList.h"
 #include "client/SnBin.h"
-#include "settings/QuietSettings.h"
+#include "settings/SettingsStore.h"
 
 namespace
 {
@@ -32,37 +31,19 @@ constexpr QStringView linksNews = u"links/news";
 } // namespace Key
 
 /// The launcher's settings file, open for the lifetime of the object.
-class SettingsFile : public QuietSettings
+class SettingsFile : public SettingsStore
 {
 public:
     SettingsFile()
-        : QuietSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Orvandale"),
+        : SettingsStore(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Orvandale"),
                         QStringLiteral("zel_launcher"))
     {
-    }
-
-    /// Whether @p length more characters of settings can be stored.
-    ///
-    /// QSettings does not notice that the disk fills up while it writes: it would put a cut or
-    /// empty file in the place of the old one. And what it fails to write it keeps in memory,
-    /// where the next load() would find it. So nothing is begun that the disk has no room for.
-    bool canStore(qsizetype length) const
-    {
-        if (!isWritable()) {
-            return false;
-        }
-        // A character takes at most six bytes, and what is stored already may grow in today's
-        // notation; the rest is for the keys and the lock file.
-        const QFileInfo old(fileName());
-        const qint64 size = 6 * length + 2 * old.size() + 16384;
-        QTemporaryFile probe(old.exists() ? old.canonicalFilePath() : fileName());
-        return probe.open() && probe.write(QByteArray(size, ' ')) == size && probe.flush();
     }
 };
 
 QString absolutePath(const QString &path)
 {
-    return Files::isPath(path) ? QFileInfo(path).absoluteFilePath() : path;
+    return QFileInfo(path).absoluteFilePath();
 }
 
 } // namespace
@@ -75,11 +56,26 @@ LauncherSettings &LauncherSettings::instance()
 
 void LauncherSettings::load()
 {
-    loadFields();
+    static const LauncherSettings defaults;
+    const SettingsFile file;
+    clientDir = file.value(Key::clientDir).toString();
+    clientExe = file.value(Key::clientExe, defaults.clientExe).toString();
+    winePath = file.value(Key::clientWine).toString();
+    useWine = file.value(Key::clientUseWine, defaults.useWine).toBool();
+    patchBaseUrl = file.value(Key::patchBaseUrl).toString();
+    serverName = file.value(Key::serverName, defaults.serverName).toString();
+    serverIp = file.value(Key::serverIp, defaults.serverIp).toString();
+    const int legacyCount = file.value(Key::serverChannel, defaults.channelCount).toInt();
+    channelCount =
+        ClientSync::clampChannelCount(file.value(Key::serverChannelCount, legacyCount).toInt());
+    websiteUrl = file.value(Key::linksWebsite).toString();
+    newsUrl = file.value(Key::linksNews).toString();
+    localVersion = file.value(Key::patchLocalVersion, defaults.localVersion).toString();
+
     if (clientDir.isEmpty()) {
         // A launcher installed inside the client folder needs no configuration.
         const QString ownDir = QCoreApplication::applicationDirPath();
-        if (Files::exists(ownDir)) {
+        if (QFileInfo::exists(ownDir)) {
             clientDir = absolutePath(ownDir);
         }
     }
@@ -87,33 +83,12 @@ void LauncherSettings::load()
     ConfigBin::load(configBinPath(), &clientConfig, nullptr);
 }
 
-void LauncherSettings::loadFields()
-{
-    const SettingsFile file;
-    clientDir = file.value(Key::clientDir).toString();
-    clientExe = file.value(Key::clientExe, QStringLiteral("ZEL.exe")).toString();
-    winePath = file.value(Key::clientWine).toString();
-    useWine = file.value(Key::clientUseWine, true).toBool();
-    patchBaseUrl = file.value(Key::patchBaseUrl).toString();
-    serverName = file.value(Key::serverName, QStringLiteral("Orvandale")).toString();
-    serverIp = file.value(Key::serverIp, QStringLiteral("127.0.0.1")).toString();
-    const int legacyCount = file.value(Key::serverChannel, 1).toInt();
-    channelCount =
-        ClientSync::clampChannelCount(file.value(Key::serverChannelCount, legacyCount).toInt());
-    websiteUrl = file.value(Key::linksWebsite).toString();
-    newsUrl = file.value(Key::linksNews).toString();
-    localVersion = file.value(Key::patchLocalVersion, QStringLiteral("1.0.0")).toString();
-}
-
 void LauncherSettings::save() const
 {
     SettingsFile file;
-    const QString texts = clientDir + clientExe + winePath + patchBaseUrl + serverName + serverIp +
-                          websiteUrl + newsUrl + localVersion;
-    if (!file.canStore(texts.size())) {
+    if (!file.prepareWrite()) {
         return;
     }
-    file.removeLeftLock();
     file.setValue(Key::clientDir, clientDir);
     file.setValue(Key::clientExe, clientExe);
     file.setValue(Key::clientWine, winePath);
@@ -151,7 +126,7 @@ QString LauncherSettings::launcherBmpPath() const
 {
     const QString name = QStringLiteral("Launcher.bmp");
     const QString inClient = inClientDir(name);
-    if (Files::exists(inClient)) {
+    if (QFileInfo::exists(inClient)) {
         return inClient;
     }
     return QDir(QCoreApplication::applicationDirPath()).filePath(name);
@@ -159,17 +134,17 @@ QString LauncherSettings::launcherBmpPath() const
 
 QString LauncherSettings::baseClientExePath() const
 {
-    if (Files::exists(clientExe)) {
+    if (QFileInfo::exists(clientExe)) {
         return absolutePath(clientExe);
     }
     const QString primary = inClientDir(clientExe);
-    if (Files::exists(primary)) {
+    if (QFileInfo::exists(primary)) {
         return absolutePath(primary);
     }
     for (const QString &name : {QStringLiteral("ZELmarind.exe"), QStringLiteral("ZEL IP 14.exe"),
                                 QStringLiteral("ZELLauncher.exe")}) {
         const QString path = inClientDir(name);
-        if (Files::exists(path)) {
+        if (QFileInfo::exists(path)) {
             return absolutePath(path);
         }
     }
@@ -183,13 +158,13 @@ QString LauncherSettings::resolvedClientExe() const
 
 QString LauncherSettings::resolvedWine() const
 {
-    if (Files::exists(winePath)) {
+    if (QFileInfo::exists(winePath)) {
         return winePath;
     }
     // Plain "wine" comes first here: it starts 32-bit clients too where that is installed.
     for (const QString &candidate : {QStringLiteral("/usr/bin/wine"),
                                      QStringLiteral("/usr/bin/wine64"), QStringLiteral("wine")}) {
-        if (Files::exists(candidate)) {
+        if (QFileInfo::exists(candidate)) {
             return candidate;
         }
         const QString found = QStandardPaths::findExecutable(candidate);
@@ -233,7 +208,7 @@ bool LauncherSettings::syncClientFiles(QString *error) const
 
 bool LauncherSettings::syncServerFilesOnly(QString *error) const
 {
-    if (!Files::exists(clientDir)) {
+    if (!QFileInfo::exists(clientDir)) {
         return Files::fail(error, QStringLiteral("Configure a pasta do cliente."));
     }
     return ClientSync::writeServerFiles(clientDir, {serverName, serverIp, channelCount}, error);

@@ -3,10 +3,11 @@
 #include <QString>
 
 #include "client/ConfigBin.h"
+#include "client/SnBin.h"
 
 /// Everything the launcher remembers between runs. One object a process, used from the GUI
-/// thread only; its fields are read and assigned directly and reach the disk through save(). A
-/// copy keeps the fields of its moment, to be put back later.
+/// thread only; its fields are read and assigned directly and reach the disk through save(). It
+/// can be copied, to restore the fields later.
 class LauncherSettings
 {
 public:
@@ -19,23 +20,23 @@ public:
     QString winePath;     ///< Wine executable chosen by the user; empty lets resolvedWine() pick.
     bool useWine = true;  ///< Whether the client is started through Wine.
     QString patchBaseUrl; ///< Base URL of the patch server; empty switches updates off.
-    QString serverName = QStringLiteral("Orvandale"); ///< Server display name.
-    QString serverIp = QStringLiteral("127.0.0.1");   ///< Game server address.
-    int channelCount = 1;                             ///< Channels of the server, 1..10.
-    QString websiteUrl;                               ///< Kept for the user; nothing opens it.
-    QString newsUrl;                                  ///< Kept for the user; nothing opens it.
+    QString serverName = SnBin::defaultName();      ///< Server display name.
+    QString serverIp = QStringLiteral("127.0.0.1"); ///< Game server address.
+    int channelCount = 1;                           ///< Channels of the server, 1..10.
+    QString websiteUrl;                             ///< Kept for the user; nothing opens it.
+    QString newsUrl;                                ///< Kept for the user; nothing opens it.
     /// Client version that the last completed update reached.
     QString localVersion = QStringLiteral("1.0.0");
     ClientConfig clientConfig; ///< The client's options; they live in its "Config.bin".
 
     /// Replaces every field from the settings file, then the server fields and the client's
     /// options from the files in the client folder. Unsaved edits are lost. What cannot be read
-    /// gives the defaults, but a "Config.bin" that is no good leaves clientConfig as it is;
-    /// nothing is reported.
+    /// gives the defaults, but an unreadable or malformed "Config.bin" leaves clientConfig
+    /// untouched. Nothing is reported.
     void load();
 
-    /// Writes every field but clientConfig to the settings file. A failure is silent and leaves
-    /// the file as it was, a full disk included.
+    /// Writes every field but clientConfig to the settings file. A failure, a full disk included,
+    /// is silent and leaves the file unchanged.
     void save() const;
 
     /// Path of the client's server name file.
@@ -76,6 +77,5 @@ public:
 private:
     LauncherSettings() = default;
 
-    void loadFields();
     QString inClientDir(const QString &name) const;
 };

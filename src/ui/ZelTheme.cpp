@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <array>
 
-#include "settings/QuietSettings.h"
+#include "settings/SettingsStore.h"
 
 namespace
 {
@@ -30,11 +30,11 @@ QString lightName()
 }
 
 /// The theme's own store, apart from the launcher's settings file on purpose.
-class PreferenceStore : public QuietSettings
+class PreferenceStore : public SettingsStore
 {
 public:
     PreferenceStore()
-        : QuietSettings(QStringLiteral("Orvandale"), QStringLiteral("ZEL"))
+        : SettingsStore(QStringLiteral("Orvandale"), QStringLiteral("ZEL"))
     {
     }
 };
@@ -366,8 +366,9 @@ ZelTheme::Mode ZelTheme::loadPreferredMode()
 void ZelTheme::savePreferredMode(Mode mode)
 {
     PreferenceStore store;
-    store.removeLeftLock();
-    store.setValue(themeKey, mode == Mode::Light ? lightName() : darkName());
+    if (store.prepareWrite()) {
+        store.setValue(themeKey, mode == Mode::Light ? lightName() : darkName());
+    }
 }
 
 void ZelTheme::apply(QApplication &app, Mode mode)

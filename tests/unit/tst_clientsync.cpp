@@ -28,8 +28,6 @@ const QByteArray oldSnBin = "1 Old\n";
 const QByteArray oldServerTxt = "old\n";
 const QByteArray oldLoginIni = "a=1\nserver_ip=old\nb=2\n";
 
-const QString noFolder = u"Configure a pasta do cliente."_s;
-
 } // namespace
 
 class TestClientSync : public FolderTest
@@ -37,35 +35,29 @@ class TestClientSync : public FolderTest
     Q_OBJECT
 
 private slots:
-    void theChannelCountIsLimitedToOneToTen_data();
     void theChannelCountIsLimitedToOneToTen();
     void aNewProfileWantsOneChannel();
 
     void theGameConfigIsSavedInTheClientFolder();
-    void withoutAFolderNothingIsWritten_data();
     void withoutAFolderNothingIsWritten();
-    void aGameConfigThatIsNotWrittenTellsWhy_data();
-    void aGameConfigThatIsNotWrittenTellsWhy();
+    void aGameConfigThatIsNotWrittenFailsWithTheReason();
 
     void aPassWritesEveryServerFile();
     void aPassInAnEmptyFolderCreatesThreeFiles();
     void theGroupsOfTheTwoFilesDifferDeliberately();
     void theAddressIsTrimmedInAllFiles_data();
     void theAddressIsTrimmedInAllFiles();
-    void aBadAddressIsRefusedAndNothingIsWritten_data();
     void aBadAddressIsRefusedAndNothingIsWritten();
-    void theFolderIsLookedAtBeforeTheAddress();
-    void theChannelLinesAreLimited_data();
     void theChannelLinesAreLimited();
-    void theErrorTextIsOptional();
 
-    void aNameThatTheFileCarriesLeavesItAsItIs_data();
-    void aNameThatTheFileCarriesLeavesItAsItIs();
+    void aFileWithTheSameNameIsNotRewritten_data();
+    void aFileWithTheSameNameIsNotRewritten();
     void anyOtherNameFileIsRewritten_data();
     void anyOtherNameFileIsRewritten();
 
     void eachFailureEndsThePassWhereItIs_data();
     void eachFailureEndsThePassWhereItIs();
+    void aDiskThatFillsUpAtTheNameFileEndsThePass();
     void onlyTheAddressFileMayFailOnAFullDisk();
     void theAddressFileIsReplacedWhole();
 
@@ -73,11 +65,10 @@ private slots:
     void onlyTheAddressLinesOfTheIniFileChange();
     void textModeDropsCarriageReturnsFromTheIniFileDeliberately_data();
     void textModeDropsCarriageReturnsFromTheIniFileDeliberately();
-    void nothingInTheAddressIsAPlaceholder_data();
     void nothingInTheAddressIsAPlaceholder();
     void aMissingIniFileStaysMissing();
-    void anIniFileThatCannotBeOpenedIsSkipped_data();
     void anIniFileThatCannotBeOpenedIsSkipped();
+    void anIniFileOnTheNullDeviceDoesNoHarm();
     void aLinkedIniFileIsChangedWhereItIs();
 
     void thePatchedClientIsRemoved();
@@ -111,25 +102,20 @@ QByteArray TestClientSync::loginIniAfterAPass(const QByteArray &before, const QS
 
 // ---- the channel count
 
-void TestClientSync::theChannelCountIsLimitedToOneToTen_data()
-{
-    QTest::addColumn<int>("wanted");
-    QTest::addColumn<int>("count");
-    QTest::newRow("the lowest number") << std::numeric_limits<int>::min() << 1;
-    QTest::newRow("-5") << -5 << 1;
-    QTest::newRow("0") << 0 << 1;
-    QTest::newRow("1") << 1 << 1;
-    QTest::newRow("7") << 7 << 7;
-    QTest::newRow("10") << 10 << 10;
-    QTest::newRow("11") << 11 << 10;
-    QTest::newRow("99") << 99 << 10;
-    QTest::newRow("the highest number") << std::numeric_limits<int>::max() << 10;
-}
-
 void TestClientSync::theChannelCountIsLimitedToOneToTen()
 {
-    QFETCH(const int, wanted);
-    QTEST(ClientSync::clampChannelCount(wanted), "count");
+    const QList<std::pair<int, int>> counts = {{std::numeric_limits<int>::min(), 1},
+                                               {-5, 1},
+                                               {0, 1},
+                                               {1, 1},
+                                               {7, 7},
+                                               {10, 10},
+                                               {11, 10},
+                                               {99, 10},
+                                               {std::numeric_limits<int>::max(), 10}};
+    for (const auto &[wanted, count] : counts) {
+        QCOMPARE(ClientSync::clampChannelCount(wanted), count);
+    }
 }
 
 void TestClientSync::aNewProfileWantsOneChannel()
@@ -149,62 +135,45 @@ void TestClientSync::theGameConfigIsSavedInTheClientFolder()
     QString error = u"before"_s;
     QVERIFY(ClientSync::writeGameConfig(folder(), config, &error));
     QCOMPARE(error, u"before"_s);
-    QVERIFY(ClientSync::writeGameConfig(folder(), config, nullptr));
     QCOMPARE(Disk::names(folder()), QStringList{u"Config.bin"_s});
     ClientConfig saved;
     QVERIFY(ConfigBin::load(at(u"Config.bin"_s), &saved, nullptr));
     QCOMPARE(int(saved.resolution), 11);
 }
 
-void TestClientSync::withoutAFolderNothingIsWritten_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::newRow("no folder") << QString();
-    QTest::newRow("a missing folder") << u"nonexistent"_s;
-    QTest::newRow("a file") << u"file"_s;
-    QTest::newRow("a link to nothing") << u"link"_s;
-    QTest::newRow("a NUL character") << u".\0x"_s;
-}
-
 void TestClientSync::withoutAFolderNothingIsWritten()
 {
-    QFETCH(const QString, name);
     Disk::write(at(u"file"_s), "file");
     Disk::makeLink(at(u"link"_s), u"/nonexistent"_s);
     const Disk::WorkingFolder working(folder());
-    const QStringList before = Disk::names(folder());
+    const QString text = u"Configure a pasta do cliente."_s;
+    for (const QString &name : {QString(), u"nonexistent"_s, u"file"_s, u"link"_s}) {
+        QString error;
+        QVERIFY(!ClientSync::writeGameConfig(at(name), ClientConfig(), &error));
+        QCOMPARE(error, text);
+        QVERIFY(!ClientSync::writeGameConfig(at(name), ClientConfig()));
 
-    QString error;
-    QVERIFY(!ClientSync::writeGameConfig(at(name), ClientConfig(), &error));
-    QCOMPARE(error, noFolder);
-    QVERIFY(!ClientSync::writeGameConfig(at(name), ClientConfig(), nullptr));
-
-    error.clear();
-    QVERIFY(!ClientSync::writeServerFiles(at(name), profile, &error));
-    QCOMPARE(error, noFolder);
-    QVERIFY(!ClientSync::writeServerFiles(at(name), profile, nullptr));
-
-    QCOMPARE(Disk::names(folder()), before);
-    QCOMPARE(Disk::read(at(u"file"_s)), QByteArray("file"));
+        error.clear();
+        QVERIFY(!ClientSync::writeServerFiles(at(name), {}, &error)); // before the address
+        QCOMPARE(error, text);
+        QVERIFY(!ClientSync::writeServerFiles(at(name), profile));
+    }
+    QCOMPARE(Disk::names(folder()), QStringList({u"file"_s, u"link"_s}));
+    QCOMPARE(Disk::read(at(u"file"_s)), "file"_ba);
 }
 
-void TestClientSync::aGameConfigThatIsNotWrittenTellsWhy_data()
+void TestClientSync::aGameConfigThatIsNotWrittenFailsWithTheReason()
 {
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("a folder in its place") << u"."_s << u"Nao foi possivel gravar "_s;
-    QTest::newRow("a full disk") << u"/dev/full"_s << u"Falha ao gravar "_s;
-}
-
-void TestClientSync::aGameConfigThatIsNotWrittenTellsWhy()
-{
-    QFETCH(const QString, target);
-    QFETCH(const QString, text);
-    Disk::makeLink(at(u"Config.bin"_s), target);
+    const QString path = at(u"Config.bin"_s);
     QString error;
+    Disk::makeFull(path);
     QVERIFY(!ClientSync::writeGameConfig(folder(), ClientConfig(), &error));
-    QCOMPARE(error, text + at(u"Config.bin"_s));
-    QVERIFY(!ClientSync::writeGameConfig(folder(), ClientConfig(), nullptr));
+    QCOMPARE(error, u"Falha ao gravar "_s + path);
+
+    QFile::remove(path);
+    Disk::makeFolder(path);
+    QVERIFY(!ClientSync::writeGameConfig(folder(), ClientConfig(), &error));
+    QCOMPARE(error, u"Nao foi possivel gravar "_s + path);
 }
 
 // ---- writeServerFiles
@@ -217,36 +186,29 @@ void TestClientSync::aPassWritesEveryServerFile()
     QString error = u"before"_s;
     QVERIFY(ClientSync::writeServerFiles(folder(), profile, &error));
     QCOMPARE(error, u"before"_s);
-    QCOMPARE(Disk::names(folder()),
-             QStringList({u"Config.bin"_s, u"ZEL.exe"_s, u"server.txt"_s, u"serverlist.txt"_s,
-                          u"sn.bin"_s, u"zel_login.ini"_s}));
-    QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), newServerList);
-    QCOMPARE(Disk::read(at(u"sn.bin"_s)), newSnBin);
-    QCOMPARE(Disk::read(at(u"server.txt"_s)), newServerTxt);
-    QCOMPARE(Disk::read(at(u"zel_login.ini"_s)), newLoginIni);
-    QCOMPARE(Disk::read(at(u"Config.bin"_s)), QByteArray("options"));
-
     // The same pass again finds everything in place.
-    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
-    QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), newServerList);
-    QCOMPARE(Disk::read(at(u"sn.bin"_s)), newSnBin);
-    QCOMPARE(Disk::read(at(u"server.txt"_s)), newServerTxt);
-    QCOMPARE(Disk::read(at(u"zel_login.ini"_s)), newLoginIni);
+    for (int pass = 0; pass < 2; ++pass) {
+        const QMap<QString, QByteArray> expected = {
+            {u"Config.bin"_s, "options"},    {u"ZEL.exe"_s, "MZ"},
+            {u"server.txt"_s, newServerTxt}, {u"serverlist.txt"_s, newServerList},
+            {u"sn.bin"_s, newSnBin},         {u"zel_login.ini"_s, newLoginIni}};
+        QCOMPARE(Disk::files(folder()), expected);
+        QVERIFY(ClientSync::writeServerFiles(folder(), profile));
+    }
 }
 
 void TestClientSync::aPassInAnEmptyFolderCreatesThreeFiles()
 {
-    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
-    QCOMPARE(Disk::names(folder()),
-             QStringList({u"server.txt"_s, u"serverlist.txt"_s, u"sn.bin"_s}));
-    QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), newServerList);
-    QCOMPARE(Disk::read(at(u"sn.bin"_s)), newSnBin);
-    QCOMPARE(Disk::read(at(u"server.txt"_s)), newServerTxt);
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile));
+    const QMap<QString, QByteArray> expected = {{u"server.txt"_s, newServerTxt},
+                                                {u"serverlist.txt"_s, newServerList},
+                                                {u"sn.bin"_s, newSnBin}};
+    QCOMPARE(Disk::files(folder()), expected);
 }
 
 void TestClientSync::theGroupsOfTheTwoFilesDifferDeliberately()
 {
-    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile));
     QVERIFY(Disk::read(at(u"serverlist.txt"_s)).startsWith("0 0 "));
     QVERIFY(Disk::read(at(u"sn.bin"_s)).startsWith("1 "));
 }
@@ -270,77 +232,41 @@ void TestClientSync::theAddressIsTrimmedInAllFiles()
     QFETCH(const QString, ip);
     QFETCH(const QByteArray, written);
     fillFolder();
-    QVERIFY(ClientSync::writeServerFiles(folder(), {u"Alpha"_s, ip, 1}, nullptr));
+    QVERIFY(ClientSync::writeServerFiles(folder(), {u"Alpha"_s, ip, 1}));
     QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), "0 0 " + written + "\n0 1 " + written + "\n");
     QCOMPARE(Disk::read(at(u"server.txt"_s)), written + "\n");
     QCOMPARE(Disk::read(at(u"zel_login.ini"_s)), "a=1\nserver_ip=" + written + "\nb=2\n");
 }
 
-void TestClientSync::aBadAddressIsRefusedAndNothingIsWritten_data()
-{
-    QTest::addColumn<QString>("ip");
-    QTest::newRow("no address") << QString();
-    QTest::newRow("a blank address") << u" \t\r\n"_s;
-    QTest::newRow("a blank inside") << u"10.0.0.1 x"_s;
-    QTest::newRow("a blank inside and blanks around") << u" a b "_s;
-}
-
 void TestClientSync::aBadAddressIsRefusedAndNothingIsWritten()
 {
-    QFETCH(const QString, ip);
     fillFolder();
-    QString error;
-    QVERIFY(!ClientSync::writeServerFiles(folder(), {u"Alpha"_s, ip, 1}, &error));
-    QCOMPARE(error, u"Informe o IP do servidor."_s);
-    QVERIFY(!ClientSync::writeServerFiles(folder(), {u"Alpha"_s, ip, 1}, nullptr));
-    QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), oldServerList);
-    QCOMPARE(Disk::read(at(u"sn.bin"_s)), oldSnBin);
-    QCOMPARE(Disk::read(at(u"server.txt"_s)), oldServerTxt);
-    QCOMPARE(Disk::read(at(u"zel_login.ini"_s)), oldLoginIni);
-    QVERIFY(QFile::exists(at(u"ZEL_patched.exe"_s)));
-}
-
-void TestClientSync::theFolderIsLookedAtBeforeTheAddress()
-{
-    QString error;
-    QVERIFY(!ClientSync::writeServerFiles(at(u"nonexistent"_s), {}, &error));
-    QCOMPARE(error, noFolder);
-}
-
-void TestClientSync::theChannelLinesAreLimited_data()
-{
-    QTest::addColumn<int>("channelCount");
-    QTest::addColumn<int>("lastChannel");
-    QTest::newRow("-1") << -1 << 1;
-    QTest::newRow("0") << 0 << 1;
-    QTest::newRow("1") << 1 << 1;
-    QTest::newRow("10") << 10 << 10;
-    QTest::newRow("50") << 50 << 10;
+    const QMap<QString, QByteArray> before = Disk::files(folder());
+    for (const QString &ip : {QString(), u" \t\r\n"_s, u"10.0.0.1 x"_s, u" a b "_s}) {
+        QString error;
+        QVERIFY(!ClientSync::writeServerFiles(folder(), {u"Alpha"_s, ip, 1}, &error));
+        QCOMPARE(error, u"Informe o IP do servidor."_s);
+        QVERIFY(!ClientSync::writeServerFiles(folder(), {u"Alpha"_s, ip, 1}));
+    }
+    QCOMPARE(Disk::files(folder()), before);
 }
 
 void TestClientSync::theChannelLinesAreLimited()
 {
-    QFETCH(const int, channelCount);
-    QFETCH(const int, lastChannel);
-    QVERIFY(ClientSync::writeServerFiles(folder(), {u"Alpha"_s, u"a"_s, channelCount}, nullptr));
-    QByteArray expected;
-    for (int channel = 0; channel <= lastChannel; ++channel) {
-        expected += "0 " + QByteArray::number(channel) + " a\n";
+    const QList<std::pair<int, int>> counts = {{-1, 1}, {0, 1}, {1, 1}, {10, 10}, {50, 10}};
+    for (const auto &[wanted, last] : counts) {
+        QVERIFY(ClientSync::writeServerFiles(folder(), {u"Alpha"_s, u"a"_s, wanted}));
+        QByteArray expected;
+        for (int channel = 0; channel <= last; ++channel) {
+            expected += "0 " + QByteArray::number(channel) + " a\n";
+        }
+        QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), expected);
     }
-    QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), expected);
-}
-
-void TestClientSync::theErrorTextIsOptional()
-{
-    QVERIFY(ClientSync::writeServerFiles(folder(), profile));
-    QVERIFY(!ClientSync::writeServerFiles(QString(), profile));
-    QVERIFY(ClientSync::writeGameConfig(folder(), ClientConfig()));
-    QVERIFY(!ClientSync::writeGameConfig(QString(), ClientConfig()));
 }
 
 // ---- the name
 
-void TestClientSync::aNameThatTheFileCarriesLeavesItAsItIs_data()
+void TestClientSync::aFileWithTheSameNameIsNotRewritten_data()
 {
     QTest::addColumn<QByteArray>("file");
     QTest::addColumn<QString>("name");
@@ -362,12 +288,12 @@ void TestClientSync::aNameThatTheFileCarriesLeavesItAsItIs_data()
     QTest::newRow("a line end inside the name") << QByteArray("1 a b\n") << u"a\nb"_s;
 }
 
-void TestClientSync::aNameThatTheFileCarriesLeavesItAsItIs()
+void TestClientSync::aFileWithTheSameNameIsNotRewritten()
 {
     QFETCH(const QByteArray, file);
     QFETCH(const QString, name);
     Disk::write(at(u"sn.bin"_s), file);
-    QVERIFY(ClientSync::writeServerFiles(folder(), {name, u"a"_s, 1}, nullptr));
+    QVERIFY(ClientSync::writeServerFiles(folder(), {name, u"a"_s, 1}));
     QCOMPARE(Disk::read(at(u"sn.bin"_s)), file);
 }
 
@@ -404,7 +330,7 @@ void TestClientSync::anyOtherNameFileIsRewritten()
     QFETCH(const QString, name);
     QFETCH(const QByteArray, firstLine);
     Disk::write(at(u"sn.bin"_s), file);
-    QVERIFY(ClientSync::writeServerFiles(folder(), {name, u"a"_s, 1}, nullptr));
+    QVERIFY(ClientSync::writeServerFiles(folder(), {name, u"a"_s, 1}));
     QCOMPARE(Disk::read(at(u"sn.bin"_s)), firstLine + tail);
 }
 
@@ -422,8 +348,6 @@ void TestClientSync::eachFailureEndsThePassWhereItIs_data()
         << u"serverlist.txt"_s << u"/dev/full"_s << u"Falha ao gravar %1"_s << 0;
     QTest::newRow("the name file is a folder")
         << u"sn.bin"_s << u"."_s << u"Nao foi possivel gravar %1"_s << 1;
-    QTest::newRow("no room for the name file")
-        << u"sn.bin"_s << u"/dev/full"_s << u"Falha ao gravar %1"_s << 1;
     QTest::newRow("the address file is a folder")
         << u"server.txt"_s << u"."_s << u"Nao foi possivel gravar server.txt"_s << 2;
 }
@@ -434,31 +358,36 @@ void TestClientSync::eachFailureEndsThePassWhereItIs()
     QFETCH(const QString, target);
     QFETCH(const QString, text);
     QFETCH(const int, filesWritten);
-    for (const bool wantsError : {true, false}) {
-        fillFolder();
-        QFile::remove(at(name));
-        Disk::makeLink(at(name), target);
-
-        QString error = u"before"_s;
-        QVERIFY(!ClientSync::writeServerFiles(folder(), profile, wantsError ? &error : nullptr));
-        if (wantsError) {
-            QCOMPARE(error, text.contains(u"%1"_s) ? text.arg(at(name)) : text);
-        }
-
-        if (name != u"serverlist.txt"_s) {
-            QCOMPARE(Disk::read(at(u"serverlist.txt"_s)),
-                     filesWritten >= 1 ? newServerList : oldServerList);
-        }
-        if (name != u"sn.bin"_s) {
-            QCOMPARE(Disk::read(at(u"sn.bin"_s)), filesWritten >= 2 ? newSnBin : oldSnBin);
-        }
-        if (name != u"server.txt"_s) {
-            QCOMPARE(Disk::read(at(u"server.txt"_s)), oldServerTxt);
-        }
-        QCOMPARE(Disk::read(at(u"zel_login.ini"_s)), oldLoginIni);
-        QVERIFY(QFile::exists(at(u"ZEL_patched.exe"_s)));
-        QFile::remove(at(name));
+    fillFolder();
+    QFile::remove(at(name));
+    QMap<QString, QByteArray> expected = Disk::files(folder());
+    if (filesWritten >= 1) {
+        expected[u"serverlist.txt"_s] = newServerList;
     }
+    if (filesWritten >= 2) {
+        expected[u"sn.bin"_s] = newSnBin;
+    }
+    Disk::makeLink(at(name), target);
+
+    QString error;
+    QVERIFY(!ClientSync::writeServerFiles(folder(), profile, &error));
+    QCOMPARE(error, QString(text).replace(u"%1"_s, at(name)));
+    QVERIFY(!ClientSync::writeServerFiles(folder(), profile));
+    QFile::remove(at(name));
+    QCOMPARE(Disk::files(folder()), expected);
+}
+
+void TestClientSync::aDiskThatFillsUpAtTheNameFileEndsThePass()
+{
+    QString error;
+    {
+        const Disk::SizeLimit limit(12); // of the server list
+        QVERIFY(!ClientSync::writeServerFiles(folder(), {u"Alpha"_s, u"a"_s, 1}, &error));
+    }
+    QCOMPARE(error, u"Falha ao gravar "_s + at(u"sn.bin"_s));
+    const QMap<QString, QByteArray> expected = {{u"serverlist.txt"_s, "0 0 a\n0 1 a\n"},
+                                                {u"sn.bin"_s, newSnBin.first(12)}};
+    QCOMPARE(Disk::files(folder()), expected);
 }
 
 void TestClientSync::onlyTheAddressFileMayFailOnAFullDisk()
@@ -476,7 +405,7 @@ void TestClientSync::onlyTheAddressFileMayFailOnAFullDisk()
 void TestClientSync::theAddressFileIsReplacedWhole()
 {
     Disk::write(at(u"server.txt"_s), "an.address.much.longer.than.the.new.one\nand more\n");
-    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile));
     QCOMPARE(Disk::read(at(u"server.txt"_s)), newServerTxt);
 }
 
@@ -560,48 +489,32 @@ void TestClientSync::textModeDropsCarriageReturnsFromTheIniFileDeliberately()
     QTEST(loginIniAfterAPass(before), "after");
 }
 
-void TestClientSync::nothingInTheAddressIsAPlaceholder_data()
-{
-    QTest::addColumn<QString>("ip");
-    QTest::newRow("back-references") << u"\\0\\1\\2\\10"_s;
-    QTest::newRow("backslashes") << u"a\\b\\\\c\\"_s;
-    QTest::newRow("dollar signs") << u"$0$1$&${x}"_s;
-    QTest::newRow("percent signs") << u"%1%2%%"_s;
-    QTest::newRow("characters outside Latin-1") << u"jogo.пример.🐉"_s;
-    QTest::newRow("a NUL character") << u"a\0b"_s;
-}
-
 void TestClientSync::nothingInTheAddressIsAPlaceholder()
 {
-    QFETCH(const QString, ip);
-    QCOMPARE(loginIniAfterAPass("server_ip=old\nb\n", ip), "server_ip=" + ip.toUtf8() + "\nb\n");
-    QCOMPARE(Disk::read(at(u"server.txt"_s)), ip.toUtf8() + "\n");
-    QVERIFY(Disk::read(at(u"serverlist.txt"_s)).startsWith("0 0 " + ip.toUtf8() + "\n"));
+    for (const QString &ip : {u"\\0\\1\\2\\10"_s, u"a\\b\\\\c\\"_s, u"$0$1$&${x}"_s, u"%1%2%%"_s,
+                              u"jogo.пример.🐉"_s, u"a\0b"_s}) {
+        const QByteArray utf8 = ip.toUtf8();
+        QCOMPARE(loginIniAfterAPass("server_ip=old\nb\n", ip), "server_ip=" + utf8 + "\nb\n");
+        QCOMPARE(Disk::read(at(u"server.txt"_s)), utf8 + "\n");
+        QVERIFY(Disk::read(at(u"serverlist.txt"_s)).startsWith("0 0 " + utf8 + "\n"));
+    }
 }
 
 void TestClientSync::aMissingIniFileStaysMissing()
 {
-    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile));
     QVERIFY(!QFile::exists(at(u"zel_login.ini"_s)));
 
     Disk::makeLink(at(u"zel_login.ini"_s), at(u"nonexistent"_s));
-    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile));
     QVERIFY(!QFile::exists(at(u"nonexistent"_s)));
-}
-
-void TestClientSync::anIniFileThatCannotBeOpenedIsSkipped_data()
-{
-    QTest::addColumn<QString>("target");
-    QTest::newRow("a folder") << u"."_s;
-    QTest::newRow("a device without an end") << u"/dev/full"_s;
 }
 
 void TestClientSync::anIniFileThatCannotBeOpenedIsSkipped()
 {
-    QFETCH(const QString, target);
     fillFolder();
     QFile::remove(at(u"zel_login.ini"_s));
-    Disk::makeLink(at(u"zel_login.ini"_s), target);
+    Disk::makeFolder(at(u"zel_login.ini"_s));
     QString error = u"before"_s;
     QVERIFY(ClientSync::writeServerFiles(folder(), profile, &error));
     QCOMPARE(error, u"before"_s);
@@ -609,11 +522,20 @@ void TestClientSync::anIniFileThatCannotBeOpenedIsSkipped()
     QVERIFY(!QFile::exists(at(u"ZEL_patched.exe"_s)));
 }
 
+void TestClientSync::anIniFileOnTheNullDeviceDoesNoHarm()
+{
+    Disk::makeLink(at(u"zel_login.ini"_s), u"/dev/null"_s);
+    QString error = u"before"_s;
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile, &error));
+    QCOMPARE(error, u"before"_s);
+    QVERIFY(QFileInfo(at(u"zel_login.ini"_s)).isSymLink());
+}
+
 void TestClientSync::aLinkedIniFileIsChangedWhereItIs()
 {
     Disk::write(at(u"elsewhere"_s), oldLoginIni);
     Disk::makeLink(at(u"zel_login.ini"_s), at(u"elsewhere"_s));
-    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile));
     QCOMPARE(Disk::read(at(u"elsewhere"_s)), newLoginIni);
     QVERIFY(QFileInfo(at(u"zel_login.ini"_s)).isSymLink());
 }
@@ -624,7 +546,7 @@ void TestClientSync::thePatchedClientIsRemoved()
 {
     Disk::write(at(u"ZEL_patched.exe"_s), "MZ");
     Disk::write(at(u"zel_patched.exe"_s), "another letter case");
-    QVERIFY(ClientSync::writeServerFiles(folder(), profile, nullptr));
+    QVERIFY(ClientSync::writeServerFiles(folder(), profile));
     QVERIFY(!QFile::exists(at(u"ZEL_patched.exe"_s)));
     QVERIFY(QFile::exists(at(u"zel_patched.exe"_s)));
 }

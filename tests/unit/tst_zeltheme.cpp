@@ -434,8 +434,6 @@ void TestZelTheme::theStoredSpellingDecidesTheMode_data()
     QTest::newRow("empty") << QByteArray("[General]\ntheme=\n") << Mode::Dark;
     QTest::newRow("list") << QByteArray("[General]\ntheme=light, light\n") << Mode::Dark;
     QTest::newRow("other key") << QByteArray("[General]\nTheme=light\n") << Mode::Dark;
-    QTest::newRow("value of an unknown type, without a word")
-        << QByteArray("[General]\ntheme=\"@Variant(\\0\\0\\x3\\xff\\x1)\"\n") << Mode::Dark;
     QTest::newRow("other group") << QByteArray("[ui]\ntheme=light\n") << Mode::Dark;
     QTest::newRow("no key") << QByteArray() << Mode::Dark;
 }

@@ -1,0 +1,31 @@
+#include "settings/SettingsStore.h"
+
+#include <QFileInfo>
+#include <QLockFile>
+#include <QTemporaryFile>
+
+bool SettingsStore::prepareWrite() const
+{
+    if (!isWritable() || !hasRoom()) {
+        return false;
+    }
+    removeStaleLock();
+    return true;
+}
+
+bool SettingsStore::hasRoom() const
+{
+    // QSettings does not notice that the disk fills up while it writes: it would put a cut file in
+    // the place of the old one.
+    constexpr qint64 roomForChanges = 65536; // bytes; a whole file takes about one thousand
+    const QFileInfo file(fileName());
+    QTemporaryFile probe(file.exists() ? file.canonicalFilePath() : fileName());
+    const QByteArray content(file.size() + roomForChanges, ' ');
+    return probe.open() && probe.write(content) == content.size() && probe.flush();
+}
+
+void SettingsStore::removeStaleLock() const
+{
+    // An empty lock file, of a process killed before it wrote to it, makes QSettings wait 30 s.
+    QLockFile(fileName() + QStringLiteral(".lock")).removeStaleLockFile();
+}
