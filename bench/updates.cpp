@@ -43,8 +43,8 @@ QString fileName(int index)
     return QStringLiteral("data/%1.bin").arg(index, 4, 10, QLatin1Char('0'));
 }
 
-/// The bare loop: what any program must do that fetches files one after another and stores each
-/// whole or not at all.
+/// The bare loop: the least that a program does that fetches files one by one and stores each
+/// atomically.
 class BareLoop : public QObject
 {
 public:
@@ -109,7 +109,7 @@ double runPatchManager(const QString &url, const QString &folder)
     return millisecondsSince(start);
 }
 
-/// From the end of the manifest's reply until the request for the first file is on its way.
+/// From the end of the manifest's reply until the request for the first file is sent.
 double runManifest(const QString &url, const QString &folder)
 {
     PatchManager manager;
@@ -141,7 +141,7 @@ double runManifest(const QString &url, const QString &folder)
     return elapsed;
 }
 
-/// What parsing the manifest takes alone.
+/// Parses the manifest and does nothing else.
 double runJson(const QString &url)
 {
     QNetworkAccessManager network;
@@ -157,7 +157,7 @@ double runJson(const QString &url)
     return elapsed;
 }
 
-/// The most memory that this process ever had, in MiB.
+/// Peak memory of this process, in MiB.
 double peakMemoryMiB()
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -172,7 +172,7 @@ struct Run {
     double memoryMiB = 0;
 };
 
-/// Runs this program again for one measurement, which stores in a folder that is new.
+/// Runs this program again for one measurement, which stores in a new folder.
 Run runInProcess(const QString &what, const QString &url, const QString &parent, int count)
 {
     const QTemporaryDir folder(parent + QStringLiteral("/updates"));
@@ -207,7 +207,7 @@ int runOne(const QString &what, const QString &url, const QString &folder, int c
     return EXIT_SUCCESS;
 }
 
-/// curl over one kept connection, then what makes each file safe.
+/// curl over one connection, then fsync and rename of each file.
 double runCurl(const QString &url, const QString &parent)
 {
     const QTemporaryDir folder(parent + QStringLiteral("/updates"));

@@ -9,8 +9,6 @@
 #include "support/network/NginxServer.h"
 #include "support/windows/MessageBoxAnswerer.h"
 
-using namespace Qt::StringLiterals;
-
 namespace
 {
 
@@ -20,12 +18,7 @@ constexpr int megabyte = 1'000'000;
 constexpr int slow = 700'000;
 constexpr int endless = 60'000;
 
-/// How a server ends.
-enum class Ending { Stopped, Killed };
-
 } // namespace
-
-Q_DECLARE_METATYPE(Ending)
 
 /// Faults of a real web server, and a window that is closed, during an update.
 class TestUpdateFaults : public PatchTest
@@ -52,7 +45,6 @@ private:
     void writeSite(const Files &files, int manifestSize = 0);
     /// Serves the new files, each of them at a rate; the client folder holds the old ones.
     void startNginx(int bytesPerSecond, int manifestSize = 0);
-    void end(Ending ending);
 
     std::unique_ptr<NginxServer> nginx; // where the test has one
     const Files oldFiles = {{u"a"_s, "old a"}, {u"b"_s, "old b"}};
@@ -111,15 +103,6 @@ void TestUpdateFaults::startNginx(int bytesPerSecond, int manifestSize)
     manager->baseUrl = nginx->url();
 }
 
-void TestUpdateFaults::end(Ending ending)
-{
-    if (ending == Ending::Killed) {
-        nginx->kill();
-    } else {
-        nginx->stop();
-    }
-}
-
 void TestUpdateFaults::aThrottledServerIsWaitedFor()
 {
     startNginx(slow);
@@ -132,20 +115,20 @@ void TestUpdateFaults::aThrottledServerIsWaitedFor()
 
 void TestUpdateFaults::aServerThatEndsDuringATransferEndsTheRun_data()
 {
-    QTest::addColumn<Ending>("ending");
+    QTest::addColumn<bool>("isKilled");
     QTest::addColumn<bool>("isInManifest");
     QTest::addColumn<bool>("isBackAtOnce");
-    QTest::newRow("stopped in the manifest") << Ending::Stopped << true << false;
-    QTest::newRow("killed in the manifest") << Ending::Killed << true << false;
-    QTest::newRow("restarted in the manifest") << Ending::Killed << true << true;
-    QTest::newRow("stopped in a file") << Ending::Stopped << false << false;
-    QTest::newRow("killed in a file") << Ending::Killed << false << false;
-    QTest::newRow("restarted in a file") << Ending::Killed << false << true;
+    QTest::newRow("stopped in the manifest") << false << true << false;
+    QTest::newRow("killed in the manifest") << true << true << false;
+    QTest::newRow("restarted in the manifest") << true << true << true;
+    QTest::newRow("stopped in a file") << false << false << false;
+    QTest::newRow("killed in a file") << true << false << false;
+    QTest::newRow("restarted in a file") << true << false << true;
 }
 
 void TestUpdateFaults::aServerThatEndsDuringATransferEndsTheRun()
 {
-    QFETCH(const Ending, ending);
+    QFETCH(const bool, isKilled);
     QFETCH(const bool, isInManifest);
     QFETCH(const bool, isBackAtOnce);
     startNginx(endless, isInManifest ? megabyte : 0);
@@ -161,7 +144,7 @@ void TestUpdateFaults::aServerThatEndsDuringATransferEndsTheRun()
         QTRY_VERIFY(log->last().contains(QRegularExpression(u"^progress [5-9][1-9]$"_s)));
     }
     QCOMPARE(log->finishedCount(), 0);
-    end(ending);
+    isKilled ? nginx->kill() : nginx->stop();
     if (isBackAtOnce) {
         QVERIFY(nginx->restart());
     }

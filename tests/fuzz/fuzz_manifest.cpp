@@ -38,7 +38,7 @@ QStringList listedPaths(const QByteArray &manifest)
 }
 
 /// True when @p path cannot lead out of the folder that it is joined to, not even when it is cut
-/// at a NUL character. An update takes paths as they stand, so the server must not give it a file
+/// at a NUL character. An update uses paths unchanged, so the server must not send it a file
 /// for any other.
 bool staysInside(const QString &path)
 {
@@ -68,7 +68,7 @@ public:
         requests = 0;
     }
 
-    /// Body of the file that was asked for as the @p n-th.
+    /// Body of the @p n-th file that was requested.
     static QByteArray fileBody(int n) { return "file " + QByteArray::number(n); }
 
 private:
@@ -98,7 +98,7 @@ private:
     int requests = 0;
 };
 
-/// The launcher's updater with an eye on its signals.
+/// The launcher's updater, with checks of its signals.
 class Updater : public PatchManager
 {
 public:
@@ -157,7 +157,7 @@ QSet<QByteArray> filesUnder(const QString &folder)
     return names;
 }
 
-/// Requires what must hold of the client folder after a run that was given every file.
+/// Checks the client folder after a run for which the server had every file.
 void requireStored(const QDir &client, const QStringList &paths, bool success)
 {
     QSet<QByteArray> named;
@@ -209,11 +209,11 @@ void fuzzOne(const QByteArray &input)
 
     require(isKnownEnd(success, updater.message()), "a run ends with one of its messages");
     require(success || settings.localVersion == QStringLiteral("1.0.0"),
-            "a failed run leaves the version as it was");
+            "a failed run leaves the version untouched");
     require(updater.findChildren<QNetworkReply *>().isEmpty(), "every reply is released");
     if (paths.isEmpty()) {
         require(success == QJsonDocument::fromJson(input).isObject(),
-                "without files only a manifest that is none fails");
+                "without files only an invalid manifest fails");
     }
     require(!success || hasFiles, "no success without the files");
     if (hasFiles && !paths.isEmpty()) {

@@ -15,8 +15,6 @@
 #include "settings/LauncherSettings.h"
 #include "support/Timeouts.h"
 
-using namespace Qt::StringLiterals;
-
 namespace
 {
 
@@ -183,6 +181,30 @@ bool PatchTest::waitForHold(qint64 received)
         Timeouts::replyMs);
 }
 
+bool PatchTest::startAndHold(qint64 received)
+{
+    manager->checkAndUpdate();
+    return waitForHold(received);
+}
+
+QString PatchTest::resumeToEnd()
+{
+    server->resume();
+    return waitForEnds(1) ? log->last() : u"(not one end)"_s;
+}
+
+QStringList PatchTest::wholeRun()
+{
+    return start() + QStringList{u"status Baixando 2 arquivo(s)..."_s,
+                                 u"progress 0"_s,
+                                 u"status Baixando a (1/2)"_s,
+                                 u"progress 50"_s,
+                                 u"status Baixando b (2/2)"_s,
+                                 u"progress 99"_s,
+                                 u"progress 100"_s,
+                                 complete()};
+}
+
 QString PatchTest::libraryError(const QUrl &url)
 {
     QNetworkAccessManager network;
@@ -225,39 +247,4 @@ QString PatchTest::savedVersion()
 QByteArray PatchTest::settingsBytes()
 {
     return Disk::read(TestEnvironment::settingsFile());
-}
-
-QStringList PatchTest::start()
-{
-    return {u"status Verificando versao..."_s, u"progress 0"_s};
-}
-
-QString PatchTest::complete()
-{
-    return u"finished true Atualizacao concluida."_s;
-}
-
-QString PatchTest::cancelled()
-{
-    return u"finished false Atualizacao cancelada."_s;
-}
-
-QString PatchTest::manifestFailed(const QString &text)
-{
-    return u"finished false Nao foi possivel baixar manifest.json: "_s + text;
-}
-
-QString PatchTest::fileFailed(const QString &path, const QString &text)
-{
-    return u"finished false Falha ao baixar %1: %2"_s.arg(path, text);
-}
-
-QString PatchTest::openFailed(const QString &name) const
-{
-    return u"finished false Nao foi possivel gravar "_s + QDir(clientPath({})).filePath(name);
-}
-
-QString PatchTest::commitFailed(const QString &name) const
-{
-    return u"finished false Falha ao salvar "_s + QDir(clientPath({})).filePath(name);
 }

@@ -15,6 +15,8 @@
 
 #include "patch/PatchManager.h"
 
+using namespace Qt::StringLiterals;
+
 /// The signals of a PatchManager in their order, one line each: "status Verificando versao...",
 /// "progress 33", "finished true Atualizacao concluida.".
 class SignalLog : public QObject
@@ -30,7 +32,7 @@ public:
     QStringList linesOnce() const;
     /// The lines that begin with @p word.
     QStringList linesOf(const QString &word) const;
-    int finishedCount() const { return int(linesOf(QStringLiteral("finished")).size()); }
+    int finishedCount() const { return int(linesOf(u"finished"_s).size()); }
     QString last() const { return allLines.isEmpty() ? QString() : allLines.last(); }
     void clear() { allLines.clear(); }
 
@@ -87,6 +89,10 @@ protected:
     /// Waits until the server holds an answer and the manager's reply has @p received bytes of its
     /// body. False on a timeout.
     bool waitForHold(qint64 received = 0);
+    /// Starts a run and waits until it is held.
+    bool startAndHold(qint64 received = 0);
+    /// Resumes the held run and waits for its end; returns its last line.
+    QString resumeToEnd();
     /// The manager's reply in flight, null when there is none.
     QNetworkReply *reply() const { return manager->findChild<QNetworkReply *>(); }
 
@@ -107,17 +113,31 @@ protected:
     static QByteArray settingsBytes();
 
     /// The first two lines of a run.
-    static QStringList start();
+    static QStringList start() { return {u"status Verificando versao..."_s, u"progress 0"_s}; }
+    /// The lines of a run of the files "a" and "b", which are not empty; see linesOnce().
+    static QStringList wholeRun();
     /// Last lines of a run.
-    static QString complete();
-    static QString cancelled();
-    static QString manifestFailed(const QString &text);
-    static QString fileFailed(const QString &path, const QString &text);
-    QString openFailed(const QString &name) const;
-    QString commitFailed(const QString &name) const;
+    static QString complete() { return u"finished true Atualizacao concluida."_s; }
+    static QString cancelled() { return u"finished false Atualizacao cancelada."_s; }
+    static QString manifestFailed(const QString &text)
+    {
+        return u"finished false Nao foi possivel baixar manifest.json: "_s + text;
+    }
+    static QString fileFailed(const QString &path, const QString &text)
+    {
+        return u"finished false Falha ao baixar "_s + path + u": "_s + text;
+    }
+    QString openFailed(const QString &name) const
+    {
+        return u"finished false Nao foi possivel gravar "_s + clientPath(name);
+    }
+    QString commitFailed(const QString &name) const
+    {
+        return u"finished false Falha ao salvar "_s + clientPath(name);
+    }
     /// The library's texts for an aborted transfer and for a connection that closes too early.
-    static QString aborted() { return QStringLiteral("Operation canceled"); }
-    static QString closed() { return QStringLiteral("Connection closed"); }
+    static QString aborted() { return u"Operation canceled"_s; }
+    static QString closed() { return u"Connection closed"_s; }
 
     std::unique_ptr<HttpServer> server;
     std::unique_ptr<QTemporaryDir> root;

@@ -5,8 +5,6 @@
 #include "settings/LauncherSettings.h"
 #include "support/Timeouts.h"
 
-using namespace Qt::StringLiterals;
-
 /// cancel(), a second checkAndUpdate() and destruction at every moment of a run.
 class TestPatchManagerControl : public PatchTest
 {
@@ -16,7 +14,6 @@ private slots:
     void cancelWithoutARunChangesNothing();
     void cancelInFlightEndsTheRunBeforeItReturns_data();
     void cancelInFlightEndsTheRunBeforeItReturns();
-    void cancelRightAfterTheStartEndsTheRunBeforeItReturns_data();
     void cancelRightAfterTheStartEndsTheRunBeforeItReturns();
     void cancelWinsOverAnAnswerThatIsNotYetProcessed();
     void filesStoredBeforeCancelStay();
@@ -42,10 +39,8 @@ private:
     const Files files = {{u"a"_s, "content of a"}, {u"b"_s, "content of b"}};
 
     void publishHeld(const QString &heldPath, int position);
-    static QStringList wholeRun();
     static QStringList runHolding(const QString &heldPath);
     static void addMoments();
-    bool startAndHold(int received = 0);
 };
 
 /// Like publishWhole(), with the answer to one path held.
@@ -54,19 +49,6 @@ void TestPatchManagerControl::publishHeld(const QString &heldPath, int position)
     publishWhole(files);
     const QByteArray body = heldPath == u"manifest.json"_s ? R"({"files":[{"path":"a"}]})" : "held";
     server->answer('/' + heldPath.toUtf8(), HttpAnswer::withLength(body).heldAt(position));
-}
-
-/// The lines of a run of the two files.
-QStringList TestPatchManagerControl::wholeRun()
-{
-    return start() + QStringList{u"status Baixando 2 arquivo(s)..."_s,
-                                 u"progress 0"_s,
-                                 u"status Baixando a (1/2)"_s,
-                                 u"progress 50"_s,
-                                 u"status Baixando b (2/2)"_s,
-                                 u"progress 99"_s,
-                                 u"progress 100"_s,
-                                 complete()};
 }
 
 /// The lines of a run until it waits for the held path.
@@ -86,13 +68,6 @@ void TestPatchManagerControl::addMoments()
         QTest::addRow("%s, before the body", path) << name << 0;
         QTest::addRow("%s, inside the body", path) << name << 3;
     }
-}
-
-/// Starts a run and waits until it is held, with @p received bytes of the body.
-bool TestPatchManagerControl::startAndHold(int received)
-{
-    manager->checkAndUpdate();
-    return waitForHold(received);
 }
 
 void TestPatchManagerControl::cancelWithoutARunChangesNothing()
@@ -139,20 +114,9 @@ void TestPatchManagerControl::cancelInFlightEndsTheRunBeforeItReturns()
     QCOMPARE(log->linesOnce(), wholeRun());
 }
 
-void TestPatchManagerControl::cancelRightAfterTheStartEndsTheRunBeforeItReturns_data()
-{
-    QTest::addColumn<QString>("baseUrl");
-    QTest::newRow("server") << QString();
-    QTest::newRow("refusing port") << u"http://127.0.0.1:1"_s;
-}
-
 void TestPatchManagerControl::cancelRightAfterTheStartEndsTheRunBeforeItReturns()
 {
-    QFETCH(const QString, baseUrl);
     publishWhole(files);
-    if (!baseUrl.isEmpty()) {
-        manager->baseUrl = baseUrl;
-    }
     manager->checkAndUpdate();
     manager->cancel();
     QCOMPARE(log->lines(), start() + QStringList(cancelled()));

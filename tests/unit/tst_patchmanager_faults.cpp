@@ -2,12 +2,12 @@
 #include "support/process/Child.h"
 
 #include <QDir>
-#include <QEventLoop>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QScopeGuard>
+#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTimer>
 
@@ -18,8 +18,7 @@
 #include <unistd.h>
 
 #include "settings/LauncherSettings.h"
-
-using namespace Qt::StringLiterals;
+#include "support/Timeouts.h"
 
 namespace
 {
@@ -61,17 +60,12 @@ QJsonObject updateInChild(const QString &baseUrl, const QString &clientDir)
     PatchManager manager;
     manager.baseUrl = baseUrl;
     manager.clientDir = clientDir;
-    QString message;
-    QEventLoop loop;
-    QObject::connect(&manager, &PatchManager::finished, &loop,
-                     [&](bool /*success*/, const QString &text) {
-                         message = text;
-                         loop.quit();
-                     });
+    QSignalSpy ends(&manager, &PatchManager::finished);
     const qint64 before = peakMemory();
     manager.checkAndUpdate();
-    loop.exec();
-    return {{u"message"_s, message}, {u"memory"_s, peakMemory() - before}};
+    ends.wait(Timeouts::replyMs);
+    return {{u"message"_s, ends.value(0).value(1).toString()},
+            {u"memory"_s, peakMemory() - before}};
 }
 
 } // namespace
@@ -237,13 +231,10 @@ void TestPatchManagerFaults::aStalledServerIsWaitedFor()
 {
     QFETCH(const int, position);
     publishOldFile(HttpAnswer::withLength("content, and a bit more").heldAt(position));
-    manager->checkAndUpdate();
-    QVERIFY(waitForHold(position));
+    QVERIFY(startAndHold(position));
     QCOMPARE(log->finishedCount(), 0);
     QCOMPARE(reply()->request().transferTimeout(), 0);
-    server->resume();
-    QVERIFY(waitForEnds(1));
-    QCOMPARE(log->last(), complete());
+    QCOMPARE(resumeToEnd(), complete());
     QCOMPARE(clientFile(u"a"_s), "content, and a bit more"_ba);
 }
 
@@ -449,12 +440,9 @@ void TestPatchManagerFaults::aFolderRemovedDuringARunIsMadeAgain()
     publish(u"2"_s, {{u"data/a"_s, u"a"_s}, {u"data/b"_s, u"b"_s}});
     server->answer("/a", HttpAnswer::withLength("content of a"));
     server->answer("/b", HttpAnswer::withLength("content of b").heldAt(2));
-    manager->checkAndUpdate();
-    QVERIFY(waitForHold());
+    QVERIFY(startAndHold());
     QVERIFY(QDir(clientPath({})).removeRecursively());
-    server->resume();
-    QVERIFY(waitForEnds(1));
-    QCOMPARE(log->last(), complete());
+    QCOMPARE(resumeToEnd(), complete());
     QCOMPARE(clientTree(), QStringList({u"data"_s, u"data/b"_s}));
     server->answer("/b", HttpAnswer::withLength("content of b"));
     QCOMPARE(runToEnd(), complete());
@@ -463,14 +451,11 @@ void TestPatchManagerFaults::aFolderRemovedDuringARunIsMadeAgain()
 void TestPatchManagerFaults::aFolderReplacedByAFileDuringARunIsNamed()
 {
     publishOldFile(HttpAnswer::withLength("content of a").heldAt(2));
-    manager->checkAndUpdate();
-    QVERIFY(waitForHold());
+    QVERIFY(startAndHold());
     QVERIFY(QDir(clientPath({})).removeRecursively());
     QFile file(clientPath({}));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    server->resume();
-    QVERIFY(waitForEnds(1));
-    QCOMPARE(log->last(), openFailed(u"a"_s));
+    QCOMPARE(resumeToEnd(), openFailed(u"a"_s));
     QCOMPARE(file.size(), 0);
     QVERIFY(file.remove());
     expectRecovery({});
@@ -479,13 +464,10 @@ void TestPatchManagerFaults::aFolderReplacedByAFileDuringARunIsNamed()
 void TestPatchManagerFaults::aTargetThatBecomesAFolderDuringARunIsNamed()
 {
     publishOldFile(HttpAnswer::withLength("content of a").heldAt(2));
-    manager->checkAndUpdate();
-    QVERIFY(waitForHold());
+    QVERIFY(startAndHold());
     QVERIFY(QFile::remove(clientPath(u"a"_s)));
     QVERIFY(QDir(clientPath({})).mkpath(u"a/b"_s));
-    server->resume();
-    QVERIFY(waitForEnds(1));
-    QCOMPARE(log->last(), openFailed(u"a"_s));
+    QCOMPARE(resumeToEnd(), openFailed(u"a"_s));
     QCOMPARE(clientTree(), QStringList({u"a"_s, u"a/b"_s}));
     QVERIFY(QDir(clientPath(u"a"_s)).removeRecursively());
     expectRecovery({});

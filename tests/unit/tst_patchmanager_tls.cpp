@@ -7,8 +7,6 @@
 #include <QSslSocket>
 #include <QStandardPaths>
 
-using namespace Qt::StringLiterals;
-
 namespace
 {
 

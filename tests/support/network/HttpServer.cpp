@@ -44,7 +44,7 @@ QByteArray littleEndian(quint32 value)
 
 QByteArray gzip(const QByteArray &data)
 {
-    // What qCompress() gives is the size, a stream header, the deflated data and a checksum.
+    // qCompress() returns the size, a stream header, the deflated data and a checksum.
     const QByteArray compressed = qCompress(data);
     const QByteArray deflated = compressed.mid(6, compressed.size() - 10);
     return QByteArray::fromHex("1f8b08000000000000ff") + deflated + littleEndian(crc32(data)) +
@@ -244,7 +244,8 @@ void HttpConnection::readRequest()
     advance();
 }
 
-/// Sends what may be sent now; runs again when that is gone, in time or let go.
+/// Sends up to the next pause. Called again when the bytes are written, at the end of the interval
+/// and on resume().
 void HttpConnection::advance()
 {
     if (!isAnswering || isHeld || pace.isActive() || socket->bytesToWrite() > 0 ||

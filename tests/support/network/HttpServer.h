@@ -11,7 +11,7 @@
 class QSslConfiguration;
 class QTcpServer;
 
-/// What the server sends for one request, byte by byte, and how it ends.
+/// The answer to one request: its bytes, where it pauses, and how it ends.
 ///
 /// Positions count the bytes of the body as they travel: after compression, with chunk sizes.
 class HttpAnswer
@@ -38,10 +38,10 @@ public:
     /// open.
     static HttpAnswer raw(const QByteArray &header, const QByteArray &body);
 
-    /// The same with a header line more.
+    /// Adds a header line.
     HttpAnswer withHeader(const QByteArray &line) const;
-    /// Stops at @p position, which comes after those of the same kind so far, until
-    /// HttpServer::resume(), which may never come.
+    /// Waits at @p position until HttpServer::resume(). Several positions are given in ascending
+    /// order.
     HttpAnswer heldAt(qsizetype position) const;
     /// Closes the connection properly at @p position.
     HttpAnswer cutAt(qsizetype position) const;
@@ -80,7 +80,7 @@ struct HttpRequest {
     QByteArrayList headerNames() const;
 };
 
-/// An HTTP/1.1 server on a free port of 127.0.0.1 that answers by script and keeps a record.
+/// A scripted HTTP/1.1 server on a free port of 127.0.0.1 that records its requests.
 ///
 /// A path without a script is answered with 404. Every member may be called from the thread that
 /// made the server, whichever thread it works in.
@@ -105,9 +105,9 @@ public:
 
     /// Sets the answer to every request of @p path from now on.
     void answer(const QByteArray &path, const HttpAnswer &answer);
-    /// Lets every answer go on that is held now.
+    /// Continues every answer that is held now.
     void resume();
-    /// Forgets the requests so far and counts anew from the connections that are open now.
+    /// Clears the recorded requests; connections that are open now keep counting.
     void clearRecord();
 
     /// The requests so far, in order.
@@ -116,7 +116,7 @@ public:
     QByteArrayList paths() const;
     int openConnections() const;
     int totalConnections() const;
-    /// Requests that came whole and whose answer is neither sent nor given up.
+    /// Requests that were received and whose answer is neither sent nor aborted.
     int requestsInFlight() const;
     /// The greatest number of them at any moment.
     int mostInFlight() const;
