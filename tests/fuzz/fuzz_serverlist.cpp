@@ -35,7 +35,7 @@ void fuzzOne(const QByteArray &input)
     int channels = -7;
     if (!ServerList::detectPrimary(path, &ip, &channels)) {
         require(ip == QStringLiteral("untouched") && channels == -7,
-                "without a server both results stay as they were");
+                "without a server both results are untouched");
         return;
     }
     require(!ip.isEmpty() && channels >= 1, "a server has an address and a channel");

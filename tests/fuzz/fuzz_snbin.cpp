@@ -58,7 +58,7 @@ void requireWritten(const QString &path, int group, const QString &name)
                                         "\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n",
             "a file is the group, the name and ten lines of 0");
     require(read.size() <= 15, "a name does not grow on its way through the file");
-    require(writtenAndRead(path, group, read) == read, "a name that was read once stays");
+    require(writtenAndRead(path, group, read) == read, "a second round trip changes nothing");
 }
 
 } // namespace

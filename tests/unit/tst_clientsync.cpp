@@ -281,7 +281,7 @@ void TestClientSync::aFileWithTheSameNameIsNotRewritten_data()
     QTest::newRow("a file without a name has the default one")
         << QByteArray("7\n") << u"orvandale"_s;
     QTest::newRow("no name is the default one") << QByteArray("7 ORVANDALE\n") << QString();
-    QTest::newRow("the name as it is cut")
+    QTest::newRow("a name that is cut")
         << QByteArray("1 a very long ser\n") << u"A very long server name"_s;
     QTest::newRow("the blank that the cut leaves does not count")
         << QByteArray("1 Fourteen chars\n") << u"Fourteen chars and more"_s;

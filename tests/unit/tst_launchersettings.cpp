@@ -149,7 +149,7 @@ QByteArray configBin(char resolution)
     return bytes;
 }
 
-/// Saves onto a disk that is full but for some pages, for each number of them. Tells what became
+/// Saves onto a disk that is full but for some pages, for each number of them. Returns what became
 /// of the settings file and what else was left in its folder.
 QJsonArray saveOnFullDisk(const QString &disk)
 {
@@ -756,7 +756,7 @@ void TestLauncherSettings::aFullDiskKeepsTheOldFile()
 
 void TestLauncherSettings::aLockOfAKilledLauncherDelaysNoSave()
 {
-    // Killed before it had signed its lock.
+    // An empty lock file makes QSettings wait 30 s.
     Disk::write(settingsPath() + u".lock"_s, "");
     QElapsedTimer clock;
     clock.start();

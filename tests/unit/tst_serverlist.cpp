@@ -207,8 +207,8 @@ void TestServerList::thePrimaryServerIsFound_data()
     row("a later main line of another group does not", "1 0 a\n2 0 b\n", u"a"_s, 1);
     row("channels of other groups do not count", "1 0 a\n2 9 b\n1 2 a\n0 7 c\n", u"a"_s, 2);
     row("the count is the highest channel, not the lines", "1 1 a\n1 5 a\n", u"a"_s, 5);
-    row("the order of the channels is nothing", "1 5 a\n1 0 a\n1 2 a\n", u"a"_s, 5);
-    row("negative channels are nothing", "1 0 a\n1 -4 b\n", u"a"_s, 1);
+    row("the order of the channels does not matter", "1 5 a\n1 0 a\n1 2 a\n", u"a"_s, 5);
+    row("negative channels do not count", "1 0 a\n1 -4 b\n", u"a"_s, 1);
     row("no limit here", "1 0 a\n1 25 a\n", u"a"_s, 25);
     row("channel 0 announced alone counts as one", "0 0 a\n", u"a"_s, 1);
     row("a negative main line gives way to the channel lines", "-1 0 a\n2 1 b\n2 3 b\n", u"b"_s, 3);
@@ -347,7 +347,7 @@ void TestServerList::badValuesAreRefusedAndTheFileIsUntouched_data()
     QTest::newRow("group 10") << 10 << u"a"_s << u"Grupo invalido: 10"_s;
     QTest::newRow("group -1") << -1 << u"a"_s << u"Grupo invalido: -1"_s;
     QTest::newRow("a large group") << 1234567 << u"a"_s << u"Grupo invalido: 1234567"_s;
-    QTest::newRow("the group is looked at first") << 10 << QString() << u"Grupo invalido: 10"_s;
+    QTest::newRow("the group is checked first") << 10 << QString() << u"Grupo invalido: 10"_s;
     QTest::newRow("no address") << 0 << QString() << u"IP invalido."_s;
     QTest::newRow("a blank address") << 0 << u" \t\n"_s << u"IP invalido."_s;
     QTest::newRow("a blank in the address") << 0 << u"1.2.3.4 x"_s << u"IP invalido."_s;
