@@ -160,7 +160,7 @@ QByteArrayList TestPublish::makeNames() const
                           "x/\xEF\xBB\xBFname",
                           "http:/host/file",
                           QByteArray(248, 'n')};
-    // As an encoded URL this is longer than most servers allow without being told.
+    // As an encoded URL this is longer than most servers allow by default.
     QByteArray deep;
     for (int i = 0; i < 15; ++i) {
         deep += QByteArray("\xC3\xA7").repeated(110) + QByteArray::number(i) + '/';

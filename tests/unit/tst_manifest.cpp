@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// What an HTTP server is asked for: the path with its query.
+/// The request target of an HTTP request: the path with its query.
 QByteArray requestTarget(const QUrl &url)
 {
     QByteArray target = url.path(QUrl::FullyEncoded).toLatin1();

@@ -9,7 +9,6 @@ class Console;
 class Checking
 {
 public:
-    /// Neither is copied.
     Checking(const Options &itsOptions, Console *itsConsole);
 
     ExitCode run();

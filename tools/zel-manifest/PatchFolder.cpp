@@ -158,7 +158,7 @@ private:
         }
         const bool isLink = S_ISLNK(status.st_mode);
         if (isLink) {
-            // A link that leads nowhere stays one here; whether that matters is not clear yet.
+            // A failure leaves the state of the link; it matters only if the link is not excluded.
             ::stat(place.c_str(), &status);
         }
         const bool isFolder = S_ISDIR(status.st_mode);
@@ -236,7 +236,7 @@ private:
         return target;
     }
 
-    /// Looks at the name alone; warns of what only Windows objects to.
+    /// Judges the name; warns of what only Windows objects to.
     bool isNameFit(const QByteArray &path, const QByteArray &name, bool isFile)
     {
         const std::optional<QString> text = toText(name);

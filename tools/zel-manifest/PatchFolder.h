@@ -10,7 +10,7 @@
 /// A pattern of names that are not published: "*", "?" and "[...]" as in a shell, none of which
 /// matches "/". A pattern with a "/" in it, other than at its end, is compared with the whole path
 /// below the folder, any other with the last name of it. One that ends with "/" matches folders
-/// alone.
+/// only.
 class ExcludePattern
 {
 public:

@@ -54,14 +54,14 @@ bool PublishedPatch::fetch(const QString &address,
 
     const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(network.get(request));
     qint64 received = 0;
-    const auto takeWhatIsThere = [&] {
+    const auto takeReceived = [&] {
         const QByteArray block = reply->readAll();
         received += block.size();
         take(block);
     };
     QEventLoop loop;
     QObject::connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
-    QObject::connect(reply.get(), &QIODevice::readyRead, &loop, takeWhatIsThere);
+    QObject::connect(reply.get(), &QIODevice::readyRead, &loop, takeReceived);
     if (!reply->isFinished()) {
         loop.exec();
     }
@@ -75,7 +75,7 @@ bool PublishedPatch::fetch(const QString &address,
         *error = reply->errorString();
         return false;
     }
-    takeWhatIsThere();
+    takeReceived();
     // The network library sometimes takes a connection that closes early for the end of the body.
     if (const qint64 promised = PatchContract::promisedSize(*reply); received < promised) {
         *error = QStringLiteral("the connection closed after %1 of %2 bytes")

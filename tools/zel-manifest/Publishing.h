@@ -13,7 +13,6 @@ class Console;
 class Publishing
 {
 public:
-    /// Neither is copied.
     Publishing(const Options &itsOptions, Console *itsConsole);
 
     ExitCode run();
