@@ -1,5 +1,4 @@
-// Wine discovery, and the opening of the settings dialog, against the login shell that both wait
-// for.
+// Wine discovery, and the opening of the settings dialog, against the login shell that both run.
 //
 //   dialog LAUNCHER WATCHER
 
@@ -22,7 +21,7 @@ namespace
 constexpr int rounds = 31;
 constexpr double discoveryFactor = 1.1;
 constexpr double discoveryExtraMs = 5;
-constexpr double dialogExtraMs = 30;
+constexpr double dialogExtraMs = 45;
 
 double runShell()
 {

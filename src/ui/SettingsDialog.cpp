@@ -276,8 +276,6 @@ SettingsDialog::SettingsDialog(QWidget *parent)
     setWindowTitle(dialogTitle());
     setMinimumSize(620, 640);
     setAttribute(Qt::WA_StyledBackground);
-    // The search for Wine waits for the shell; the widgets are made and styled while it runs.
-    firstShell.emplace();
     setupUi();
     ensurePolished();
     loadFromSettings();
@@ -569,9 +567,7 @@ void SettingsDialog::refreshWineInstallations(const QString &preferredPath)
     {
         const QSignalBlocker blocker(wineCombo);
         wineCombo->clear();
-        wineInstallations =
-            firstShell ? WineDiscovery::discoverWith(*firstShell) : WineDiscovery::discover();
-        firstShell.reset();
+        wineInstallations = WineDiscovery::discover();
         for (const WineInstallation &wine : std::as_const(wineInstallations)) {
             wineCombo->addItem(wine.label, wine.path);
         }

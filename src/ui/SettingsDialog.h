@@ -4,9 +4,6 @@
 #include <QList>
 #include <QString>
 
-#include <optional>
-
-#include "wine/LoginShell.h"
 #include "wine/WineDiscovery.h"
 
 class QCheckBox;
@@ -85,7 +82,6 @@ private:
     QCheckBox *introVideoCheck = nullptr;
     QLineEdit *websiteEdit = nullptr;
     QLineEdit *newsEdit = nullptr;
-    std::optional<LoginShell> firstShell; ///< Runs while the dialog is made, until it is asked.
     QList<WineInstallation> wineInstallations; ///< As in wineCombo, without one of the user's own.
     QString currentWinePath;                   ///< The Wine chosen; stands when wineCombo is empty.
 };

@@ -1,33 +1,16 @@
 #include "wine/WineDiscovery.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFileInfo>
+#include <QProcess>
 #include <QSet>
 #include <QStandardPaths>
-#include <QStringTokenizer>
-
-#include <algorithm>
-
-#include "wine/LoginShell.h"
 
 namespace
 {
 
-// The shell's answer comes last, whatever the user's profile prints before. Of a flood the end is
-// enough: so many different lines are looked up.
-constexpr qsizetype shellLineLimit = 20'000;
-
-/// False for a path that cannot be handed to the system at all.
-bool isUsable(const QString &path)
-{
-    return !path.isEmpty() && !path.contains(QChar::Null);
-}
-
-/// @p path with every symbolic link resolved; empty when no file is there.
-QString canonicalPath(const QString &path)
-{
-    return isUsable(path) ? QFileInfo(path).canonicalFilePath() : QString();
-}
+constexpr int shellTimeoutMs = 2000;
 
 QString labelOf(const QString &canonical, const QString &label)
 {
@@ -44,12 +27,12 @@ QString labelOf(const QString &canonical, const QString &label)
 void appendWine(QList<WineInstallation> &list, QSet<QString> &seen, const QString &path,
                 const QString &label)
 {
-    const QString canonical = canonicalPath(path);
+    const QString canonical = QFileInfo(path).canonicalFilePath();
     if (canonical.isEmpty() || seen.contains(canonical)) {
         return;
     }
     if (!QFileInfo(canonical).isExecutable()) {
-        return;
+        return; // not in seen: a later route tests it again
     }
     seen.insert(canonical);
     list.append({canonical, labelOf(canonical, label)});
@@ -60,7 +43,7 @@ void appendWine(QList<WineInstallation> &list, QSet<QString> &seen, const QStrin
 void appendFromPath(QList<WineInstallation> &list, QSet<QString> &seen, const QString &name,
                     const QString &label)
 {
-    if (!isUsable(name)) {
+    if (name.isEmpty()) {
         return;
     }
     if (QFileInfo::exists(name)) {
@@ -97,33 +80,29 @@ void appendGlobDir(QList<WineInstallation> &list, QSet<QString> &seen, const QSt
     }
 }
 
-/// Adds what the user's login shell finds. A profile may print lines of its own.
-void appendFromLoginShell(QList<WineInstallation> &list, QSet<QString> &seen, LoginShell &shell)
+/// What the user's login shell prints when asked for both commands. Empty when it cannot be
+/// started, or needs longer than the timeout and is killed.
+QString loginShellOutput()
 {
-    const QString output = QString::fromUtf8(shell.output());
-    QList<QStringView> lines;
-    QSet<QStringView> known;
-    for (const QStringView part : qTokenize(output, u'\n', Qt::SkipEmptyParts)) {
-        const QStringView line = part.trimmed();
-        if (!known.contains(line)) {
-            known.insert(line);
-            lines.append(line);
-        }
+    QProcess shell;
+    shell.setStandardErrorFile(QProcess::nullDevice());
+    shell.start(QStringLiteral("bash"),
+                {QStringLiteral("-lc"), QStringLiteral("command -v wine64; command -v wine")});
+    // Not waitForFinished(): it never times out while the shell keeps printing.
+    const QDeadlineTimer deadline(shellTimeoutMs);
+    while (!deadline.hasExpired() && shell.waitForReadyRead(int(deadline.remainingTime()))) {
     }
-    for (const QStringView line : lines.last(std::min(lines.size(), shellLineLimit))) {
-        appendFromPath(list, seen, line.toString(), QString());
+    if (shell.state() != QProcess::NotRunning) {
+        shell.kill();
+        shell.waitForFinished(); // destroying a QProcess with a running child prints a warning
+        return {};
     }
+    return QString::fromUtf8(shell.readAllStandardOutput());
 }
 
 } // namespace
 
 QList<WineInstallation> WineDiscovery::discover()
-{
-    LoginShell shell;
-    return discoverWith(shell);
-}
-
-QList<WineInstallation> WineDiscovery::discoverWith(LoginShell &shell)
 {
     QList<WineInstallation> list;
     QSet<QString> seen;
@@ -141,6 +120,7 @@ QList<WineInstallation> WineDiscovery::discoverWith(LoginShell &shell)
                   QStringLiteral("Wine"));
     appendGlobDir(list, seen, QStringLiteral("/opt"), QStringLiteral("wine-staging*"),
                   QStringLiteral("Wine Staging"));
+
     const QDir runners(QDir::homePath() + QStringLiteral("/.local/share/lutris/runners/wine"));
     if (runners.exists()) {
         QStringList names = runners.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::NoSort);
@@ -149,7 +129,12 @@ QList<WineInstallation> WineDiscovery::discoverWith(LoginShell &shell)
             appendBuild(list, seen, runners.filePath(name), QStringLiteral("Lutris"));
         }
     }
-    appendFromLoginShell(list, seen, shell);
+
+    // The user's profile may print lines of its own; they name no file.
+    const QStringList lines = loginShellOutput().split(u'\n', Qt::SkipEmptyParts);
+    for (const QString &line : lines) {
+        appendFromPath(list, seen, line.trimmed(), QString());
+    }
     return list;
 }
 
@@ -158,10 +143,10 @@ int WineDiscovery::indexOfPath(const QList<WineInstallation> &installations, con
     if (path.isEmpty()) {
         return -1;
     }
-    // A path that is gone matches an entry that is gone as well.
-    const QString target = canonicalPath(path);
+    // Deliberate: a path that is gone matches an entry that is gone as well.
+    const QString target = QFileInfo(path).canonicalFilePath();
     for (qsizetype i = 0; i < installations.size(); ++i) {
-        if (canonicalPath(installations.at(i).path) == target) {
+        if (QFileInfo(installations.at(i).path).canonicalFilePath() == target) {
             return int(i);
         }
     }

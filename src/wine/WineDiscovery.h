@@ -3,8 +3,6 @@
 #include <QList>
 #include <QString>
 
-class LoginShell;
-
 /// A Wine executable found on this machine.
 struct WineInstallation {
     QString path;  ///< Canonical absolute path.
@@ -19,12 +17,9 @@ public:
     /// Lutris runners and in the view of the user's login shell, in this order. Each file is
     /// listed once, with the label of the first route that reached it.
     ///
-    /// Blocks up to 2000 ms for the login shell, which is ended when it needs longer. Nothing is
+    /// Blocks up to 2000 ms for the login shell, which is killed when it needs longer. Nothing is
     /// reported: what is missing, unreadable or hangs contributes no entry.
     static QList<WineInstallation> discover();
-
-    /// The same with a login shell that was started before; blocks for what is left of its time.
-    static QList<WineInstallation> discoverWith(LoginShell &shell);
 
     /// Index of the first of @p installations that is the same file as @p path, symbolic links
     /// resolved; -1 without one or when @p path is empty.
