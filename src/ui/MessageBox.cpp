@@ -10,7 +10,7 @@ int show(QMessageBox::Icon icon, const QString &title, const QString &text,
 {
     QMessageBox box(parent);
     box.setStyleSheet(MessageBox::buttonSheet());
-    box.ensurePolished(); // the part that makes the buttons was styled before the sheet was there
+    box.ensurePolished(); // otherwise the button box keeps the icons: it was polished before
     box.setWindowTitle(title);
     box.setIcon(icon);
     box.setTextFormat(Qt::PlainText);

@@ -4,8 +4,8 @@
 
 class QWidget;
 
-/// The launcher's modal boxes. Texts are shown as they stand: a path or a server's answer that
-/// looks like mark-up is no mark-up.
+/// The launcher's modal boxes. Texts are plain: a path or a server's answer that looks like mark-up
+/// is shown unchanged.
 namespace MessageBox
 {
 
@@ -18,8 +18,8 @@ void information(QWidget *parent, const QString &title, const QString &text);
 /// Asks a question with the buttons Yes and No; true when the answer is Yes.
 bool ask(QWidget *parent, const QString &title, const QString &text);
 
-/// The style sheet that leaves the pictures off the standard buttons of a box or dialog, set before
-/// these are made. Their words say enough, and the window opens sooner.
+/// A style sheet that removes the icons of a box's or dialog's standard buttons, to be set before
+/// these are made. Whether there are any would else depend on the desktop.
 QString buttonSheet();
 
 } // namespace MessageBox

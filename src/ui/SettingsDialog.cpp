@@ -1,46 +1,37 @@
 #include "ui/SettingsDialog.h"
 
-#include <QAbstractItemView>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
-#include <QEvent>
 #include <QFile>
 #include <QFileDialog>
 #include <QFormLayout>
-#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QScreen>
 #include <QScrollArea>
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QSpinBox>
-#include <QStyleOptionComboBox>
-#include <QStylePainter>
-#include <QToolButton>
 #include <QVBoxLayout>
-
-#include <algorithm>
 
 #include "client/ClientSync.h"
 #include "client/ConfigBin.h"
 #include "settings/LauncherSettings.h"
+#include "ui/FieldWidgets.h"
 #include "ui/MessageBox.h"
 #include "ui/ZelTheme.h"
+
+using namespace FieldWidgets;
 
 namespace
 {
 
 constexpr int maxChannels = 10;
 constexpr int maxCameraView = 3;
-constexpr int browseButtonWidth = 36;
-/// What the handle of a slider needs: the groove and what it stands out above and below it.
+/// Room for the handle of a slider, which is higher than the groove.
 constexpr int sliderHeight = 24;
-/// Characters that a combo box must have room for.
-constexpr int comboLength = 20;
 
 QString dialogTitle()
 {
@@ -57,176 +48,16 @@ QString percentSuffix()
     return QStringLiteral("%");
 }
 
-/// A volume of 0 is told as mute, unlike a brightness of 0.
+/// A volume of 0 is shown as mute, unlike a brightness of 0.
 QString volumeSuffix(int volume)
 {
     return volume == 0 ? QStringLiteral(" (mudo)") : percentSuffix();
 }
 
-/// The value beside a slider. As wide as its widest text, so that all sliders end at the same place
-/// and keep their width while they move.
-class ValueLabel : public QLabel
+/// The widest text beside a slider, so that all sliders end at the same place.
+QString widestValue()
 {
-public:
-    using QLabel::QLabel;
-
-    QSize sizeHint() const override
-    {
-        const int widest = fontMetrics().horizontalAdvance(QString::number(0) + volumeSuffix(0));
-        return QLabel::sizeHint().expandedTo({widest, 0});
-    }
-};
-
-/// A list whose labels, paths among them, may be far longer than the box: the form alone decides
-/// how wide the box is, the labels are cut in the middle, and the list opens as wide as they are.
-class FieldComboBox : public QComboBox
-{
-public:
-    using QComboBox::QComboBox;
-
-    QSize sizeHint() const override { return minimumSizeHint(); }
-
-    void showPopup() override
-    {
-        const int room = 2 * view()->style()->pixelMetric(QStyle::PM_ScrollBarExtent);
-        const int wanted = view()->sizeHintForColumn(0) + room;
-        view()->setMinimumWidth(std::clamp(wanted, width(), screen()->availableSize().width()));
-        QComboBox::showPopup();
-    }
-
-protected:
-    void paintEvent(QPaintEvent * /*event*/) override
-    {
-        QStyleOptionComboBox option;
-        initStyleOption(&option);
-        QStylePainter painter(this);
-        painter.drawComplexControl(QStyle::CC_ComboBox, option);
-        const int space =
-            style()
-                ->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this)
-                .width();
-        option.currentText = fontMetrics().elidedText(option.currentText, Qt::ElideMiddle, space);
-        painter.drawControl(QStyle::CE_ComboBoxLabel, option);
-    }
-};
-
-/// Keeps the wheel from changing a field that the user only scrolls past: without the focus the
-/// field passes it on to the scroll area.
-class WheelGuard : public QObject
-{
-public:
-    using QObject::QObject;
-
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (event->type() != QEvent::Wheel || static_cast<QWidget *>(watched)->hasFocus()) {
-            return false;
-        }
-        event->ignore();
-        return true;
-    }
-};
-
-/// Puts @p field under a WheelGuard, and lets the wheel no longer give it the focus.
-template<typename Field> Field *guarded(Field *field)
-{
-    field->setFocusPolicy(Qt::StrongFocus);
-    field->installEventFilter(new WheelGuard(field));
-    return field;
-}
-
-QLineEdit *createLineEdit(QWidget *parent,
-                          ZelTheme::InputStyle style = ZelTheme::InputStyle::Default)
-{
-    auto *edit = new QLineEdit(parent);
-    ZelTheme::styleLineEdit(edit, style);
-    if (auto *clearButton = edit->findChild<QToolButton *>()) {
-        clearButton->setAccessibleName(QStringLiteral("Limpar"));
-    }
-    return edit;
-}
-
-QComboBox *createComboBox(QWidget *parent, const QString &description)
-{
-    auto *combo = guarded(new FieldComboBox(parent));
-    combo->setMinimumContentsLength(comboLength);
-    combo->setAccessibleDescription(description);
-    ZelTheme::styleComboBox(combo);
-    return combo;
-}
-
-QSpinBox *createSpinBox(QWidget *parent, int minimum, int maximum)
-{
-    auto *spin = guarded(new QSpinBox(parent));
-    spin->setRange(minimum, maximum);
-    ZelTheme::styleSpinBox(spin);
-    return spin;
-}
-
-QSlider *createSlider(QWidget *parent)
-{
-    auto *slider = guarded(new QSlider(Qt::Horizontal, parent));
-    slider->setRange(0, 100);
-    return slider;
-}
-
-/// @p path as a place for a chooser to start at. Nothing can start at one with a NUL.
-QString startPath(const QString &path)
-{
-    return path.contains(QChar::Null) ? QString() : path;
-}
-
-QPushButton *createBrowseButton(QWidget *parent, const QString &purpose, const QString &description)
-{
-    auto *button = new QPushButton(QStringLiteral("..."), parent);
-    button->setFixedWidth(browseButtonWidth);
-    button->setAccessibleName(purpose);
-    button->setAccessibleDescription(description);
-    return button;
-}
-
-/// Adds a group box and returns the layout of its rows.
-QFormLayout *addGroup(QVBoxLayout *groups, const QString &title)
-{
-    auto *group = new QGroupBox(title, groups->parentWidget());
-    groups->addWidget(group);
-    auto *form = new QFormLayout(group);
-    form->setHorizontalSpacing(12);
-    return form;
-}
-
-/// Adds a label and its field, or a layout whose chief field is @p chief. The label is as tall as
-/// the row, so that the two are on one line.
-template<typename Field>
-void addRow(QFormLayout *form, const QString &text, Field *field, QWidget *chief)
-{
-    auto *label = new QLabel(text, form->parentWidget());
-    label->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
-    label->setBuddy(chief);
-    label->stackUnder(chief); // a screen reader reads them in this order
-    form->addRow(label, field);
-}
-
-void addRow(QFormLayout *form, const QString &text, QWidget *field)
-{
-    addRow(form, text, field, field);
-}
-
-/// Adds @p field in the column of the fields.
-void addRow(QFormLayout *form, QWidget *field)
-{
-    form->addRow(QString(), field);
-}
-
-/// A row whose first widget takes all the width that the others leave.
-QHBoxLayout *createFieldRow(std::initializer_list<QWidget *> widgets)
-{
-    auto *row = new QHBoxLayout;
-    row->setSpacing(8);
-    for (QWidget *widget : widgets) {
-        row->addWidget(widget, row->count() == 0 ? 1 : 0);
-    }
-    return row;
+    return QString::number(0) + volumeSuffix(0);
 }
 
 QHBoxLayout *makeSliderRow(QSlider *slider, QLabel *label)
@@ -277,26 +108,24 @@ SettingsDialog::SettingsDialog(QWidget *parent)
     setMinimumSize(620, 640);
     setAttribute(Qt::WA_StyledBackground);
     setupUi();
-    ensurePolished();
     loadFromSettings();
 }
 
 void SettingsDialog::setupUi()
 {
-    useMarks();
+    applyIndicatorStyle();
 
-    // From the outside in, each widget made inside the one that holds it: it would be styled anew
-    // if it, or one that holds it, got a parent later.
+    // Each widget is made inside its parent: reparenting repeats style-sheet polishing.
     auto *layout = new QVBoxLayout(this);
     scrollArea = new QScrollArea(this);
     scrollArea->setWidgetResizable(true);
     scrollArea->setFrameShape(QFrame::NoFrame);
-    scrollArea->setFocusPolicy(Qt::NoFocus); // its fields are what the user moves through
+    scrollArea->setFocusPolicy(Qt::NoFocus); // the tab key goes through its fields only
     layout->addWidget(scrollArea, 1);
 
     auto *content = new QWidget;
     scrollArea->setWidget(content);
-    content->setAutoFillBackground(false); // the scroll area's own background shows
+    content->setAutoFillBackground(false); // show the scroll area's background
     auto *groups = new QVBoxLayout(content);
     fillClientGroup(addGroup(groups, QStringLiteral("Cliente")));
     fillServerGroup(addGroup(groups, QStringLiteral("Servidor")));
@@ -310,13 +139,13 @@ void SettingsDialog::setupUi()
     connect(buttons, &QDialogButtonBox::accepted, this, &SettingsDialog::onAccept);
     connect(buttons, &QDialogButtonBox::rejected, this, &SettingsDialog::reject);
     layout->addWidget(buttons);
-    buttons->button(QDialogButtonBox::Ok)->setDefault(true); // else it is the first "..."
+    buttons->button(QDialogButtonBox::Ok)->setDefault(true); // otherwise the first "..." is
 }
 
 void SettingsDialog::fillClientGroup(QFormLayout *form)
 {
     QWidget *group = form->parentWidget();
-    // In the order of the rows, which is the order of the tab key.
+    // Widgets are made in the order of the tab key.
     clientDirEdit = createLineEdit(group, ZelTheme::InputStyle::Path);
     auto *browseDir =
         createBrowseButton(group, clientDirTitle(), QStringLiteral("Escolher a pasta"));
@@ -375,7 +204,7 @@ void SettingsDialog::fillVideoGroup(QFormLayout *form)
     }
     windowModeCheck = new QCheckBox(QStringLiteral("Modo janela"), group);
     brightnessSlider = createSlider(group);
-    brightnessLabel = new ValueLabel(group);
+    brightnessLabel = createValueLabel(group, widestValue());
 
     addRow(form, QStringLiteral("Resolucao"), resolutionCombo);
     addRow(form, windowModeCheck);
@@ -391,9 +220,9 @@ void SettingsDialog::fillAudioGroup(QFormLayout *form)
 {
     QWidget *group = form->parentWidget();
     effectsSlider = createSlider(group);
-    effectsLabel = new ValueLabel(group);
+    effectsLabel = createValueLabel(group, widestValue());
     musicSlider = createSlider(group);
-    musicLabel = new ValueLabel(group);
+    musicLabel = createValueLabel(group, widestValue());
 
     addRow(form, QStringLiteral("Efeitos"), makeSliderRow(effectsSlider, effectsLabel),
            effectsSlider);
@@ -410,7 +239,7 @@ void SettingsDialog::fillAudioGroup(QFormLayout *form)
 void SettingsDialog::fillGameGroup(QFormLayout *form)
 {
     QWidget *group = form->parentWidget();
-    // The data are the client's own values, not the items' positions.
+    // The item data are the client's own values, not the items' positions.
     modelQualityCombo = createComboBox(group, QStringLiteral("Detalhe dos modelos do jogo"));
     modelQualityCombo->addItem(QStringLiteral("Baixa"), 1);
     modelQualityCombo->addItem(QStringLiteral("Media"), 2);
@@ -447,12 +276,12 @@ void SettingsDialog::fillPatchGroup(QFormLayout *form)
     addRow(form, QStringLiteral("Noticias (URL)"), newsEdit);
 }
 
-/// Gives check boxes, spin boxes and combo boxes back the marks that the global style sheet takes
-/// from them, gives the clear buttons one that suits both modes, and leaves the standard buttons to
-/// their words. The pictures are part of the program; without them everything stays as it is.
-void SettingsDialog::useMarks()
+/// Draws the indicators of check boxes, spin boxes and combo boxes, which the global style sheet
+/// turns off, and clear buttons that suit both modes. A program without the pictures keeps the
+/// style's own.
+void SettingsDialog::applyIndicatorStyle()
 {
-    if (!QFile::exists(QStringLiteral(":/marks/check.png"))) {
+    if (!QFile::exists(QStringLiteral(":/indicators/check.png"))) {
         return;
     }
     setStyleSheet(MessageBox::buttonSheet() + QStringLiteral(R"(
@@ -467,17 +296,17 @@ QCheckBox::indicator:hover { border-color: #5b8def; }
 QCheckBox::indicator:checked {
     background: #4577dd;
     border-color: #4577dd;
-    image: url(:/marks/check.png);
+    image: url(:/indicators/check.png);
 }
 QCheckBox:disabled { color: #8484a0; }
 QCheckBox::indicator:checked:disabled { background: #8484a0; border-color: #8484a0; }
 QComboBox#ZelInput::drop-down { border: none; width: 28px; }
-QComboBox#ZelInput::down-arrow { image: url(:/marks/down.png); width: 12px; height: 12px; }
+QComboBox#ZelInput::down-arrow { image: url(:/indicators/down.png); width: 12px; height: 12px; }
 QSpinBox#ZelInput::up-button { border: none; width: 18px; margin: 3px 3px 0 0; }
 QSpinBox#ZelInput::down-button { border: none; width: 18px; margin: 0 3px 3px 0; }
-QSpinBox#ZelInput::up-arrow { image: url(:/marks/up.png); width: 12px; height: 12px; }
-QSpinBox#ZelInput::down-arrow { image: url(:/marks/down.png); width: 12px; height: 12px; }
-QLineEdit { lineedit-clear-button-icon: url(:/marks/clear.png); }
+QSpinBox#ZelInput::up-arrow { image: url(:/indicators/up.png); width: 12px; height: 12px; }
+QSpinBox#ZelInput::down-arrow { image: url(:/indicators/down.png); width: 12px; height: 12px; }
+QLineEdit { lineedit-clear-button-icon: url(:/indicators/clear.png); }
 )"));
 }
 
@@ -500,7 +329,7 @@ void SettingsDialog::loadFromSettings()
     selectData(resolutionCombo, config.resolution);
     windowModeCheck->setChecked(config.windowed);
     selectData(modelQualityCombo, config.modelQuality);
-    // The client takes a cursor of 1 for the system's as well.
+    // The client treats 1 as the system's cursor, too.
     selectData(cursorCombo, config.cursor == 1 ? 0 : config.cursor);
     selectData(keyboardCombo, config.keyLayout);
     cameraViewSpin->setValue(config.cameraView);
@@ -511,7 +340,7 @@ void SettingsDialog::loadFromSettings()
     brightnessSlider->setValue(config.brightness);
     effectsSlider->setValue(ConfigBin::soundPercentFromLevel(config.soundLevel));
     musicSlider->setValue(ConfigBin::musicPercentFromLevel(config.musicLevel));
-    // A slider that had its value already told its label nothing.
+    // A slider that already has the value emits no valueChanged(): set the labels here.
     const int brightness = brightnessSlider->value();
     const int effects = effectsSlider->value();
     const int music = musicSlider->value();
@@ -534,7 +363,7 @@ void SettingsDialog::saveToSettings()
     settings.websiteUrl = websiteEdit->text().trimmed();
     settings.newsUrl = newsEdit->text().trimmed();
 
-    // What the dialog does not show is carried over.
+    // Options that the dialog does not show keep their values.
     ClientConfig config = settings.clientConfig;
     config.resolution = currentData(resolutionCombo);
     config.windowed = windowModeCheck->isChecked();
@@ -560,8 +389,8 @@ void SettingsDialog::saveToSettings()
     }
 }
 
-/// Fills the list of Wines anew and selects @p preferredPath, the current one without it. A path
-/// that was not found becomes an item of its own.
+/// Searches for Wine again and selects @p preferredPath, or the current path if that is empty. A
+/// path that was not found becomes an item of its own.
 void SettingsDialog::refreshWineInstallations(const QString &preferredPath)
 {
     {
@@ -579,15 +408,18 @@ void SettingsDialog::refreshWineInstallations(const QString &preferredPath)
         if (target.isEmpty()) {
             target = LauncherSettings::instance().resolvedWine();
         }
-        int index = WineDiscovery::indexOfPath(wineInstallations, target);
-        if (index < 0 && !target.isEmpty()) {
+        const int index = WineDiscovery::indexOfPath(wineInstallations, target);
+        if (index >= 0) {
+            wineCombo->setCurrentIndex(index);
+        } else if (!target.isEmpty()) {
             wineCombo->addItem(QStringLiteral("Personalizado (%1)").arg(target), target);
+            wineCombo->setCurrentIndex(wineCombo->count() - 1);
             currentWinePath = target;
-            index = wineCombo->count() - 1;
+        } else if (wineCombo->count() > 0) {
+            wineCombo->setCurrentIndex(0);
         }
-        wineCombo->setCurrentIndex(index < 0 && wineCombo->count() > 0 ? 0 : index);
     }
-    // The blocked signal's work.
+    // Signals were blocked; apply the selection here.
     onWineSelectionChanged(wineCombo->currentIndex());
 }
 
@@ -596,7 +428,7 @@ QString SettingsDialog::selectedWinePath() const
     return wineCombo->currentIndex() < 0 ? currentWinePath : wineCombo->currentData().toString();
 }
 
-/// Tells a slider's value beside it.
+/// Shows a slider's value beside it.
 void SettingsDialog::setSliderWithLabel(QSlider * /*slider*/, QLabel *label, int value,
                                         const QString &suffix)
 {
@@ -606,7 +438,7 @@ void SettingsDialog::setSliderWithLabel(QSlider * /*slider*/, QLabel *label, int
 void SettingsDialog::onBrowseClientDir()
 {
     const QString dir =
-        QFileDialog::getExistingDirectory(this, clientDirTitle(), startPath(clientDirEdit->text()));
+        QFileDialog::getExistingDirectory(this, clientDirTitle(), clientDirEdit->text());
     if (dir.isEmpty()) {
         return;
     }
@@ -615,7 +447,7 @@ void SettingsDialog::onBrowseClientDir()
     settings.clientDir = dir;
     settings.importFromClientFiles();
 
-    // The game's options on screen are the user's and stay.
+    // Deliberate: the imported game options do not replace those on screen.
     if (!settings.serverName.isEmpty()) {
         serverNameEdit->setText(settings.serverName);
     }
@@ -628,7 +460,7 @@ void SettingsDialog::onBrowseClientDir()
 void SettingsDialog::onBrowseClientExe()
 {
     const QString path = QFileDialog::getOpenFileName(
-        this, QStringLiteral("Executavel do jogo"), startPath(clientDirEdit->text()),
+        this, QStringLiteral("Executavel do jogo"), clientDirEdit->text(),
         QStringLiteral("Executavel (*.exe);;Todos (*)"));
     if (!path.isEmpty()) {
         clientExeEdit->setText(path);
@@ -638,8 +470,8 @@ void SettingsDialog::onBrowseClientExe()
 void SettingsDialog::onBrowseWine()
 {
     const QString path =
-        QFileDialog::getOpenFileName(this, QStringLiteral("Executavel do Wine"),
-                                     startPath(selectedWinePath()), QStringLiteral("Todos (*)"));
+        QFileDialog::getOpenFileName(this, QStringLiteral("Executavel do Wine"), selectedWinePath(),
+                                     QStringLiteral("Todos (*)"));
     if (!path.isEmpty()) {
         refreshWineInstallations(path);
     }

@@ -19,8 +19,8 @@ class QSpinBox;
 /// The modal dialog in which the user edits the launcher's settings and the client's options.
 ///
 /// Shows what LauncherSettings holds at construction; OK stores the fields, saves the settings and
-/// writes the client's files. Choosing a client folder takes that folder's server settings over
-/// at once, in memory, and Cancel does not undo that.
+/// writes the client's files. Choosing a client folder imports that folder's server settings at
+/// once, in memory; Cancel does not undo that.
 class SettingsDialog : public QDialog
 {
     Q_OBJECT
@@ -52,7 +52,7 @@ private:
     void fillAudioGroup(QFormLayout *form);
     void fillGameGroup(QFormLayout *form);
     void fillPatchGroup(QFormLayout *form);
-    void useMarks();
+    void applyIndicatorStyle();
 
     QScrollArea *scrollArea = nullptr;
     QLineEdit *clientDirEdit = nullptr;
@@ -82,6 +82,6 @@ private:
     QCheckBox *introVideoCheck = nullptr;
     QLineEdit *websiteEdit = nullptr;
     QLineEdit *newsEdit = nullptr;
-    QList<WineInstallation> wineInstallations; ///< As in wineCombo, without one of the user's own.
-    QString currentWinePath;                   ///< The Wine chosen; stands when wineCombo is empty.
+    QList<WineInstallation> wineInstallations; ///< What the last search found, as in wineCombo.
+    QString currentWinePath;                   ///< The chosen Wine, also when wineCombo is empty.
 };

@@ -158,11 +158,11 @@ private slots:
     void theSlidersHandleIsWhole();
     void aFieldShowsThatItHasTheFocus_data();
     void aFieldShowsThatItHasTheFocus();
-    void theClearButtonShowsItsMark();
+    void theClearButtonShowsItsIndicator();
     void theStandardButtonsHaveWordsAlone();
     void everyPictureOfTheSheetExists();
     void theSheetLeavesOtherWindowsAlone();
-    void withoutThePicturesTheDialogStaysSilent();
+    void withoutThePicturesTheStyleSheetIsEmpty();
 
 private:
     void open();
@@ -835,18 +835,18 @@ void TestSettingsDialog::aCheckBoxShowsItsBox()
     ZelTheme::apply(application(), mode);
     open();
     QCheckBox *box = fields->useWine;
-    const QRect mark(0, 0, 18, box->height());
+    const QRect indicator(0, 0, 18, box->height());
     const QColor around = mode == ZelTheme::Mode::Dark ? groupDark : groupLight;
 
     SettingsFields::set(box, false);
     fields->clientDir->setFocus();
-    const QImage off = pictureOf(box, mark);
+    const QImage off = pictureOf(box, indicator);
     QVERIFY(shows(off, QColor(0x84, 0x84, 0xa0)));
     QVERIFY(shows(off, around)); // an empty box
 
     SettingsFields::set(box, true);
     fields->clientDir->setFocus();
-    const QImage on = pictureOf(box, mark);
+    const QImage on = pictureOf(box, indicator);
     QVERIFY(shows(on, QColor(0x45, 0x77, 0xdd)));
     QVERIFY(shows(on, Qt::white)); // the tick
 }
@@ -951,13 +951,14 @@ void TestSettingsDialog::aFieldShowsThatItHasTheFocus()
     QVERIFY(pictureOf(field, field->rect()) != before);
 }
 
-void TestSettingsDialog::theClearButtonShowsItsMark()
+void TestSettingsDialog::theClearButtonShowsItsIndicator()
 {
     for (const QLineEdit *edit : {fields->clientDir, fields->clientExe}) {
         const auto *button = edit->findChild<QToolButton *>();
         QVERIFY(button);
-        const QIcon mark(u":/marks/clear.png"_s);
-        QCOMPARE(button->icon().pixmap({16, 16}, 1).toImage(), mark.pixmap({16, 16}, 1).toImage());
+        const QIcon indicator(u":/indicators/clear.png"_s);
+        QCOMPARE(button->icon().pixmap({16, 16}, 1).toImage(),
+                 indicator.pixmap({16, 16}, 1).toImage());
     }
 }
 
@@ -1018,10 +1019,10 @@ void TestSettingsDialog::theSheetLeavesOtherWindowsAlone()
     QVERIFY(!dialog->styleSheet().contains(general)); // its choosers and boxes inherit the sheet
 }
 
-void TestSettingsDialog::withoutThePicturesTheDialogStaysSilent()
+void TestSettingsDialog::withoutThePicturesTheStyleSheetIsEmpty()
 {
-    Q_CLEANUP_RESOURCE(marks);
-    const auto restore = qScopeGuard([] { Q_INIT_RESOURCE(marks); });
+    Q_CLEANUP_RESOURCE(indicators);
+    const auto restore = qScopeGuard([] { Q_INIT_RESOURCE(indicators); });
     open(); // a warning fails the test
     QCOMPARE(dialog->styleSheet(), QString());
     dialog->grab();

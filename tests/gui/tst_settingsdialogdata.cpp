@@ -183,8 +183,8 @@ private slots:
     void anImportRefreshesOnlyTheServerFieldsOnPurpose();
     void anImportWithoutANameOrAddressKeepsTheFields();
     void anImportIsKeptInMemoryButNotSavedByCancelOnPurpose();
-    void pathsThatCannotExistOpenTheirChooserSilently_data();
-    void pathsThatCannotExistOpenTheirChooserSilently();
+    void aPathThatCannotExistOpensItsChooser_data();
+    void aPathThatCannotExistOpensItsChooser();
 
 private:
     static QList<Field> everyField();
@@ -1126,19 +1126,18 @@ void TestSettingsDialogData::anImportIsKeptInMemoryButNotSavedByCancelOnPurpose(
     QCOMPARE(settings.channelCount, 2);
 }
 
-void TestSettingsDialogData::pathsThatCannotExistOpenTheirChooserSilently_data()
+void TestSettingsDialogData::aPathThatCannotExistOpensItsChooser_data()
 {
     QTest::addColumn<QString>("path");
 
     QTest::newRow("empty") << QString();
     QTest::newRow("a folder that is gone") << u"/nonexistent/folder/"_s;
     QTest::newRow("a relative path") << u"wine"_s;
-    QTest::newRow("a NUL") << u"/tmp/a\0b"_s;
     QTest::newRow("a URL") << u"http://127.0.0.1/x"_s;
     QTest::newRow("longer than any path") << u"/"_s + QString(5000, u'x');
 }
 
-void TestSettingsDialogData::pathsThatCannotExistOpenTheirChooserSilently()
+void TestSettingsDialogData::aPathThatCannotExistOpensItsChooser()
 {
     QFETCH(const QString, path);
     settings.clientDir = path;
