@@ -15,11 +15,14 @@
 
 #include "ui/SettingsDialog.h"
 
-/// The fields of a settings dialog, found by the words that stand beside them, and what a user
-/// does with them.
+/// The fields of a settings dialog, found by their labels, and what a user does with them.
 class SettingsFields
 {
 public:
+    /// The titles of the groups in their order.
+    static constexpr const char *groups[] = {"Cliente", "Servidor", "Video",
+                                             "Audio",   "Jogo",     "Patch / Links"};
+
     explicit SettingsFields(SettingsDialog &shown)
         : dialog(shown)
         , scrollArea(shown.findChild<QScrollArea *>())
@@ -61,8 +64,8 @@ public:
 
     QGroupBox *group(const char *title) const
     {
-        const QList<QGroupBox *> groups = dialog.findChildren<QGroupBox *>();
-        for (QGroupBox *candidate : groups) {
+        const QList<QGroupBox *> boxes = dialog.findChildren<QGroupBox *>();
+        for (QGroupBox *candidate : boxes) {
             if (candidate->title() == QLatin1String(title)) {
                 return candidate;
             }
@@ -104,8 +107,8 @@ public:
 
     static void click(QAbstractButton *button)
     {
-        const QPoint mark(9, button->height() / 2); // a check box is wider than what it reacts to
-        QTest::mouseClick(button, Qt::LeftButton, {}, mark);
+        // A check box does not react to clicks on all of its width.
+        QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(9, button->height() / 2));
     }
     static void type(QLineEdit *edit, const QString &text)
     {

@@ -29,7 +29,7 @@ namespace
 /// Set in a child that runs a test function where a FakeSystem stands in.
 constexpr const char *insideVariable = "ZEL_TEST_INSIDE_FAKE_SYSTEM";
 
-/// A place of the files: a key of the settings file, or a word of "Config.bin" as "word 3".
+/// A place in the files: a key of the settings file, or a word of "Config.bin" as "word 3".
 using Files = QMap<QString, QString>;
 
 QString word(int index)
@@ -47,30 +47,16 @@ struct Field {
     std::function<void(const SettingsFields &)> edit;
 };
 
-QString yesOrNo(bool yes)
+/// What a field shows; a check box "yes" or "no".
+QString textOf(const QWidget *field)
 {
-    return yes ? u"yes"_s : u"no"_s;
-}
-
-QString textOf(const QLineEdit *edit)
-{
-    return edit->text();
-}
-QString textOf(const QComboBox *combo)
-{
-    return combo->currentText();
-}
-QString textOf(const QSpinBox *spin)
-{
-    return spin->text();
-}
-QString textOf(const QCheckBox *box)
-{
-    return yesOrNo(box->isChecked());
-}
-QString textOf(const QSlider *slider)
-{
-    return QString::number(slider->value());
+    if (const auto *box = qobject_cast<const QCheckBox *>(field)) {
+        return box->isChecked() ? u"yes"_s : u"no"_s;
+    }
+    const char *property = field->inherits("QComboBox") ? "currentText"
+                           : field->inherits("QSlider") ? "value"
+                                                        : "text";
+    return field->property(property).toString();
 }
 
 void enter(QLineEdit *edit, const QString &text)
@@ -87,7 +73,7 @@ void enter(QSpinBox *spin, const QString &text)
 }
 void enter(QCheckBox *box, const QString &text)
 {
-    SettingsFields::set(box, text == yesOrNo(true));
+    SettingsFields::set(box, text == u"yes"_s);
 }
 void enter(QSlider *slider, const QString &text)
 {
@@ -129,12 +115,11 @@ private slots:
     void eachFieldReachesTheFiles_data();
     void eachFieldReachesTheFiles();
     void anUntouchedDialogChangesNoOption();
-    void nothingIsSavedBeforeOk();
-    void cancelSavesNothing_data();
-    void cancelSavesNothing();
+    void nothingIsSavedWithoutOk_data();
+    void nothingIsSavedWithoutOk();
     void okWritesTheClientsFiles();
+    void textsAreStoredTrimmed_data();
     void textsAreStoredTrimmed();
-    void emptyFieldsAreStoredEmpty();
 
     void aVolumeIsShownInPercent_data();
     void aVolumeIsShownInPercent();
@@ -151,29 +136,26 @@ private slots:
     void aChannelCountOutOfRangeIsClamped();
     void hiddenOptionsAreCarriedOver();
 
-    void failedClientFilesAreToldAndTheDialogStillCloses_data();
-    void failedClientFilesAreToldAndTheDialogStillCloses();
-    void theWarningShowsAPathAsItStands();
+    void aFailedSyncIsShownAndTheDialogStillCloses_data();
+    void aFailedSyncIsShownAndTheDialogStillCloses();
+    void theWarningShowsAPathAsPlainText();
 
     void theListOfWinesIsWhatDiscoveryFinds();
     void theStoredWineIsSelected();
     void aLinkSelectsTheWineItPointsTo();
     void withoutAStoredWineTheResolvedOneIsSelected();
     void aWineThatIsNotFoundIsAnItemOfItsOwn();
-    void placeholdersInAWinePathStandAsTheyAre();
+    void placeholdersInAWinePathAreNotFilled();
     void aChosenWineIsStoredByItsPath();
-    void theLastChoiceStandsWhenTheListHasNone();
+    void theLastChoiceIsStoredWhenNoItemIsCurrent();
     void aNewSearchKeepsTheChoice_data();
     void aNewSearchKeepsTheChoice();
     void aNewSearchFindsWhatIsNew();
-    void eachSearchAsksTheLoginShellOnce();
+    void eachSearchRunsTheLoginShellOnce();
     void aNewSearchKeepsAChoiceThatIsGone();
-    void aSearchTellsNobodyWhileItFillsTheList();
+    void aSearchEmitsNoChangeWhileItFillsTheList();
     void onAMachineWithoutWineTheCommandItselfIsOffered();
 
-    void theFolderChooserStartsInTheClientFolder();
-    void theExecutableChooserStartsInTheClientFolderOnPurpose();
-    void theWineChooserStartsAtTheChosenWine();
     void aCancelledChooserChangesNothing_data();
     void aCancelledChooserChangesNothing();
     void aChosenExecutableIsShownWithItsPath();
@@ -193,6 +175,8 @@ private:
     void store(const QString &place, const QString &value) const;
     void open();
     void accept();
+    void editEveryField() const;
+    static void browse(QPushButton *button, const QString &path);
 
     std::unique_ptr<FakeClient> client;
     std::unique_ptr<FakeWineHost> host;
@@ -237,6 +221,21 @@ void TestSettingsDialogData::accept()
     SettingsFields::click(fields->ok);
     QVERIFY(dialog->isHidden());
     QCOMPARE(dialog->result(), int(QDialog::Accepted));
+}
+
+void TestSettingsDialogData::editEveryField() const
+{
+    for (const Field &entry : everyField()) {
+        entry.edit(*fields);
+    }
+}
+
+/// Picks @p path in the chooser that @p button opens.
+void TestSettingsDialogData::browse(QPushButton *button, const QString &path)
+{
+    FileChooserUser user;
+    user.pick(path);
+    SettingsFields::click(button);
 }
 
 /// Every field of the dialog but the client folder and Wine, whose values are paths of one test.
@@ -390,21 +389,7 @@ void TestSettingsDialogData::anUntouchedDialogChangesNoOption()
     QCOMPARE(files(), before);
 }
 
-void TestSettingsDialogData::nothingIsSavedBeforeOk()
-{
-    const Files before = files();
-    open();
-    const QMap<QString, QString> inMemory = shown();
-    for (const Field &entry : everyField()) {
-        entry.edit(*fields);
-    }
-    QCOMPARE(files(), before);
-    QVERIFY(client->read(u"serverlist.txt"_s).isNull());
-    open();
-    QCOMPARE(shown(), inMemory);
-}
-
-void TestSettingsDialogData::cancelSavesNothing_data()
+void TestSettingsDialogData::nothingIsSavedWithoutOk_data()
 {
     QTest::addColumn<bool>("byKey");
 
@@ -412,15 +397,14 @@ void TestSettingsDialogData::cancelSavesNothing_data()
     QTest::newRow("Escape") << true;
 }
 
-void TestSettingsDialogData::cancelSavesNothing()
+void TestSettingsDialogData::nothingIsSavedWithoutOk()
 {
     QFETCH(const bool, byKey);
     const Files before = files();
     open();
     const QMap<QString, QString> inMemory = shown();
-    for (const Field &entry : everyField()) {
-        entry.edit(*fields);
-    }
+    editEveryField();
+    QCOMPARE(files(), before); // not before OK either
     if (byKey) {
         QTest::keyClick(fields->news, Qt::Key_Escape);
     } else {
@@ -448,41 +432,39 @@ void TestSettingsDialogData::okWritesTheClientsFiles()
     QCOMPARE(client->read(u"Config.bin"_s).size(), 30);
 }
 
-void TestSettingsDialogData::textsAreStoredTrimmed()
+void TestSettingsDialogData::textsAreStoredTrimmed_data()
 {
-    open();
-    SettingsFields::type(fields->clientDir, u"  "_s + client->dir() + u"\t"_s);
-    SettingsFields::type(fields->clientExe, u" a b.exe "_s);
-    SettingsFields::type(fields->patchUrl, u" http://p/ "_s);
-    SettingsFields::type(fields->serverName, u" Nome do meio "_s);
-    SettingsFields::type(fields->serverIp, u" 10.0.0.5 "_s);
-    SettingsFields::type(fields->website, u" http://s/ "_s);
-    SettingsFields::type(fields->news, u" http://n/ "_s);
-    accept();
-    const Files stored = files();
-    QCOMPARE(stored.value(u"client/dir"_s), client->dir());
-    QCOMPARE(stored.value(u"client/exe"_s), u"a b.exe"_s);
-    QCOMPARE(stored.value(u"patch/baseUrl"_s), u"http://p/"_s);
-    QCOMPARE(stored.value(u"server/name"_s), u"Nome do meio"_s);
-    QCOMPARE(stored.value(u"server/ip"_s), u"10.0.0.5"_s);
-    QCOMPARE(stored.value(u"links/website"_s), u"http://s/"_s);
-    QCOMPARE(stored.value(u"links/news"_s), u"http://n/"_s);
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("stored");
+
+    QTest::newRow("white space around a text") << u" \t a b\t "_s << u"a b"_s;
+    QTest::newRow("white space alone") << u" "_s << QString();
 }
 
-void TestSettingsDialogData::emptyFieldsAreStoredEmpty()
+void TestSettingsDialogData::textsAreStoredTrimmed()
 {
+    QFETCH(const QString, typed);
+    QFETCH(const QString, stored);
     open();
-    for (QLineEdit *edit :
-         {fields->clientExe, fields->patchUrl, fields->serverName, fields->website, fields->news}) {
-        SettingsFields::type(edit, u" "_s);
+    const QMap<QString, QLineEdit *> edits{
+        {u"client/exe"_s, fields->clientExe},   {u"patch/baseUrl"_s, fields->patchUrl},
+        {u"server/name"_s, fields->serverName}, {u"links/website"_s, fields->website},
+        {u"links/news"_s, fields->news},
+    };
+    for (QLineEdit *edit : edits) {
+        SettingsFields::type(edit, typed);
     }
+    SettingsFields::type(fields->clientDir, u"  "_s + client->dir() + u"\t"_s);
+    SettingsFields::type(fields->serverIp, u" 10.0.0.5 "_s);
     accept();
-    const Files stored = files();
-    for (const QString &key : {u"client/exe"_s, u"patch/baseUrl"_s, u"server/name"_s,
-                               u"links/website"_s, u"links/news"_s}) {
-        QVERIFY(stored.contains(key));
-        QCOMPARE(stored.value(key), QString());
+    Files expected = files();
+    for (auto it = edits.cbegin(); it != edits.cend(); ++it) {
+        QVERIFY(expected.contains(it.key()));
+        expected.insert(it.key(), stored);
     }
+    expected.insert(u"client/dir"_s, client->dir());
+    expected.insert(u"server/ip"_s, u"10.0.0.5"_s);
+    QCOMPARE(files(), expected);
 }
 
 void TestSettingsDialogData::aVolumeIsShownInPercent_data()
@@ -675,7 +657,7 @@ void TestSettingsDialogData::hiddenOptionsAreCarriedOver()
     QCOMPARE(settings.localVersion, u"4.2"_s);
 }
 
-void TestSettingsDialogData::failedClientFilesAreToldAndTheDialogStillCloses_data()
+void TestSettingsDialogData::aFailedSyncIsShownAndTheDialogStillCloses_data()
 {
     QTest::addColumn<QString>("obstacle");
     QTest::addColumn<QString>("error");
@@ -690,7 +672,7 @@ void TestSettingsDialogData::failedClientFilesAreToldAndTheDialogStillCloses_dat
         << u"server.txt"_s << u"Nao foi possivel gravar server.txt"_s;
 }
 
-void TestSettingsDialogData::failedClientFilesAreToldAndTheDialogStillCloses()
+void TestSettingsDialogData::aFailedSyncIsShownAndTheDialogStillCloses()
 {
     QFETCH(const QString, obstacle);
     QFETCH(const QString, error);
@@ -724,7 +706,7 @@ void TestSettingsDialogData::failedClientFilesAreToldAndTheDialogStillCloses()
     QCOMPARE(user.last().parent, dialog.get());
 }
 
-void TestSettingsDialogData::theWarningShowsAPathAsItStands()
+void TestSettingsDialogData::theWarningShowsAPathAsPlainText()
 {
     const FakeClient odd(u"<b>100%1</b> %2"_s);
     QVERIFY(QDir().mkpath(odd.filePath(u"Config.bin"_s)));
@@ -802,7 +784,7 @@ void TestSettingsDialogData::aWineThatIsNotFoundIsAnItemOfItsOwn()
     QCOMPARE(files().value(u"client/wine"_s), path);
 }
 
-void TestSettingsDialogData::placeholdersInAWinePathStandAsTheyAre()
+void TestSettingsDialogData::placeholdersInAWinePathAreNotFilled()
 {
     settings.winePath = u"/opt/%1 %2/wine"_s;
     open();
@@ -819,7 +801,7 @@ void TestSettingsDialogData::aChosenWineIsStoredByItsPath()
     QCOMPARE(files().value(u"client/wine"_s), path);
 }
 
-void TestSettingsDialogData::theLastChoiceStandsWhenTheListHasNone()
+void TestSettingsDialogData::theLastChoiceIsStoredWhenNoItemIsCurrent()
 {
     const QString path = host->addRunner(u"second"_s);
     open();
@@ -865,7 +847,7 @@ void TestSettingsDialogData::aNewSearchFindsWhatIsNew()
     QCOMPARE(fields->wine->currentData().toString(), chosen);
 }
 
-void TestSettingsDialogData::eachSearchAsksTheLoginShellOnce()
+void TestSettingsDialogData::eachSearchRunsTheLoginShellOnce()
 {
     QFile shell(host->filePath(u"bin/bash"_s));
     QVERIFY(shell.open(QIODevice::Append));
@@ -893,7 +875,7 @@ void TestSettingsDialogData::aNewSearchKeepsAChoiceThatIsGone()
     QCOMPARE(settings.winePath, path);
 }
 
-void TestSettingsDialogData::aSearchTellsNobodyWhileItFillsTheList()
+void TestSettingsDialogData::aSearchEmitsNoChangeWhileItFillsTheList()
 {
     open();
     host->addRunner(u"a new one"_s);
@@ -923,86 +905,58 @@ void TestSettingsDialogData::onAMachineWithoutWineTheCommandItselfIsOffered()
     QCOMPARE(settings.winePath, u"wine"_s);
 }
 
-void TestSettingsDialogData::theFolderChooserStartsInTheClientFolder()
-{
-    open();
-    FileChooserUser user;
-    user.cancel();
-    SettingsFields::click(fields->browseClientDir);
-    QCOMPARE(user.choosers().size(), 1);
-    const FileChooserUser::Chooser &chooser = user.choosers().first();
-    QCOMPARE(chooser.title, u"Pasta do cliente"_s);
-    QCOMPARE(chooser.folder, client->dir());
-    QCOMPARE(chooser.mode, QFileDialog::Directory);
-    QVERIFY(chooser.foldersOnly);
-    QCOMPARE(chooser.parent, dialog.get());
-}
-
-void TestSettingsDialogData::theExecutableChooserStartsInTheClientFolderOnPurpose()
-{
-    const FakeClient other(u"other"_s);
-    settings.clientExe = other.filePath(u"ZEL.exe"_s);
-    open();
-    FileChooserUser user;
-    user.cancel();
-    SettingsFields::click(fields->browseClientExe);
-    QCOMPARE(user.choosers().size(), 1);
-    const FileChooserUser::Chooser &chooser = user.choosers().first();
-    QCOMPARE(chooser.title, u"Executavel do jogo"_s);
-    QCOMPARE(chooser.folder, client->dir());
-    QCOMPARE(chooser.filters, QStringList({u"Executavel (*.exe)"_s, u"Todos (*)"_s}));
-    QCOMPARE(chooser.mode, QFileDialog::ExistingFile);
-    QCOMPARE(chooser.parent, dialog.get());
-}
-
-void TestSettingsDialogData::theWineChooserStartsAtTheChosenWine()
-{
-    open();
-    FileChooserUser user;
-    user.cancel();
-    SettingsFields::click(fields->browseWine);
-    QCOMPARE(user.choosers().size(), 1);
-    const FileChooserUser::Chooser &chooser = user.choosers().first();
-    QCOMPARE(chooser.title, u"Executavel do Wine"_s);
-    QCOMPARE(chooser.folder, QFileInfo(settings.winePath).path());
-    QCOMPARE(chooser.file, u"wine"_s);
-    QCOMPARE(chooser.filters, QStringList{u"Todos (*)"_s});
-    QCOMPARE(chooser.mode, QFileDialog::ExistingFile);
-    QCOMPARE(chooser.parent, dialog.get());
-}
-
 void TestSettingsDialogData::aCancelledChooserChangesNothing_data()
 {
-    QTest::addColumn<int>("which");
+    QTest::addColumn<QPushButton * SettingsFields::*>("button");
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<QStringList>("filters");
 
-    QTest::newRow("client folder") << 0;
-    QTest::newRow("executable") << 1;
-    QTest::newRow("Wine") << 2;
+    using S = SettingsFields;
+    QTest::newRow("client folder") << &S::browseClientDir << u"Pasta do cliente"_s << QStringList();
+    QTest::newRow("executable, from the client folder on purpose")
+        << &S::browseClientExe << u"Executavel do jogo"_s
+        << QStringList{u"Executavel (*.exe)"_s, u"Todos (*)"_s};
+    QTest::newRow("Wine") << &S::browseWine << u"Executavel do Wine"_s
+                          << QStringList{u"Todos (*)"_s};
 }
 
 void TestSettingsDialogData::aCancelledChooserChangesNothing()
 {
-    QFETCH(const int, which);
+    QFETCH(QPushButton * SettingsFields::*const, button);
+    QFETCH(const QString, title);
+    QFETCH(const QStringList, filters);
+    const bool wantsFolder = filters.isEmpty();
     client->write(u"serverlist.txt"_s, "0 1 10.7.7.7\n"); // what an import would find
+    const FakeClient other(u"other"_s);
+    settings.clientExe = other.filePath(u"ZEL.exe"_s);
     open();
     SettingsFields::type(fields->serverName, u"Typed"_s);
     const QMap<QString, QString> before = shown();
     FileChooserUser user;
     user.cancel();
-    SettingsFields::click(
-        QList{fields->browseClientDir, fields->browseClientExe, fields->browseWine}.at(which));
+    SettingsFields::click(*fields.*button);
     QCOMPARE(shown(), before);
     QCOMPARE(settings.serverIp, u"127.0.0.1"_s);
     QVERIFY(dialog->isVisible());
+
+    QCOMPARE(user.choosers().size(), 1);
+    const FileChooserUser::Chooser &chooser = user.choosers().first();
+    QCOMPARE(chooser.title, title);
+    QCOMPARE(chooser.folder + u'/' + chooser.file,
+             button == &SettingsFields::browseWine ? settings.winePath : client->dir() + u'/');
+    QCOMPARE(chooser.mode, wantsFolder ? QFileDialog::Directory : QFileDialog::ExistingFile);
+    QCOMPARE(chooser.foldersOnly, wantsFolder);
+    QCOMPARE(chooser.parent, dialog.get());
+    if (!wantsFolder) {
+        QCOMPARE(chooser.filters, filters);
+    }
 }
 
 void TestSettingsDialogData::aChosenExecutableIsShownWithItsPath()
 {
     client->write(u"ZEL IP 14.exe"_s, {});
     open();
-    FileChooserUser user;
-    user.pick(client->filePath(u"ZEL IP 14.exe"_s));
-    SettingsFields::click(fields->browseClientExe);
+    browse(fields->browseClientExe, client->filePath(u"ZEL IP 14.exe"_s));
     QCOMPARE(fields->clientExe->text(), client->filePath(u"ZEL IP 14.exe"_s));
     accept();
     QCOMPARE(settings.clientExe, client->filePath(u"ZEL IP 14.exe"_s));
@@ -1013,9 +967,7 @@ void TestSettingsDialogData::aChosenWineThatWasFoundIsSelected()
     const QString path = host->addRunner(u"second"_s);
     open();
     const int count = fields->wine->count();
-    FileChooserUser user;
-    user.pick(path);
-    SettingsFields::click(fields->browseWine);
+    browse(fields->browseWine, path);
     QCOMPARE(fields->wine->currentText(), u"Lutris (%1)"_s.arg(path));
     QCOMPARE(fields->wine->count(), count);
     accept();
@@ -1027,9 +979,7 @@ void TestSettingsDialogData::aChosenWineOfTheUsersOwnIsAnItemOfItsOwn()
     const QString path = host->addExecutable(u"my wine/start"_s);
     open();
     const int count = fields->wine->count();
-    FileChooserUser user;
-    user.pick(path);
-    SettingsFields::click(fields->browseWine);
+    browse(fields->browseWine, path);
     QCOMPARE(fields->wine->currentText(), u"Personalizado (%1)"_s.arg(path));
     QCOMPARE(fields->wine->count(), count + 1);
     accept();
@@ -1042,9 +992,7 @@ void TestSettingsDialogData::aChosenFolderIsImported()
     other.write(u"serverlist.txt"_s, "0 1 10.7.7.7\n0 2 10.7.7.7\n0 3 10.7.7.7\n");
     other.write(u"sn.bin"_s, "1 Aurora\n0\n");
     open();
-    FileChooserUser user;
-    user.pick(other.dir());
-    SettingsFields::click(fields->browseClientDir);
+    browse(fields->browseClientDir, other.dir());
     QCOMPARE(fields->clientDir->text(), other.dir());
     QCOMPARE(fields->serverName->text(), u"Aurora"_s);
     QCOMPARE(fields->serverIp->text(), u"10.7.7.7"_s);
@@ -1067,17 +1015,13 @@ void TestSettingsDialogData::anImportRefreshesOnlyTheServerFieldsOnPurpose()
     QVERIFY(ConfigBin::save(other.filePath(u"Config.bin"_s), config, nullptr));
 
     open();
-    for (const Field &entry : everyField()) {
-        entry.edit(*fields);
-    }
+    editEveryField();
     QMap<QString, QString> expected = shown();
     expected.insert(u"client folder"_s, other.dir());
     expected.insert(u"server name"_s, u"Aurora"_s);
     expected.insert(u"server address"_s, u"10.7.7.7"_s);
     expected.insert(u"channels"_s, u"1"_s);
-    FileChooserUser user;
-    user.pick(other.dir());
-    SettingsFields::click(fields->browseClientDir);
+    browse(fields->browseClientDir, other.dir());
     QCOMPARE(shown(), expected);
 
     // OK writes what the fields show over the folder's own options.
@@ -1097,9 +1041,7 @@ void TestSettingsDialogData::anImportWithoutANameOrAddressKeepsTheFields()
     SettingsFields::type(fields->serverName, u"Typed"_s);
     SettingsFields::type(fields->serverIp, u"10.1.1.1"_s);
     SettingsFields::type(fields->channels, 9);
-    FileChooserUser user;
-    user.pick(other.dir());
-    SettingsFields::click(fields->browseClientDir);
+    browse(fields->browseClientDir, other.dir());
     QCOMPARE(fields->clientDir->text(), other.dir());
     QCOMPARE(fields->serverName->text(), u"Typed"_s);
     QCOMPARE(fields->serverIp->text(), u"10.1.1.1"_s);
@@ -1113,9 +1055,7 @@ void TestSettingsDialogData::anImportIsKeptInMemoryButNotSavedByCancelOnPurpose(
     other.write(u"sn.bin"_s, "1 Aurora\n0\n");
     const Files before = files();
     open();
-    FileChooserUser user;
-    user.pick(other.dir());
-    SettingsFields::click(fields->browseClientDir);
+    browse(fields->browseClientDir, other.dir());
     QCOMPARE(files(), before);
     SettingsFields::click(fields->cancel);
     QCOMPARE(files(), before);
