@@ -13,10 +13,6 @@ struct Text {
     const char16_t *portuguese;
 };
 
-constexpr std::string_view platformTheme = "QPlatformTheme";
-constexpr std::string_view gnomeTheme = "QGnomeTheme"; // its buttons have texts of their own
-constexpr std::string_view dialogButtonBox = "QDialogButtonBox";
-constexpr std::string_view messageBox = "QMessageBox";
 constexpr std::string_view fileDialog = "QFileDialog";
 constexpr std::string_view fileSystemModel = "QFileSystemModel";
 constexpr std::string_view fileIconProvider = "QAbstractFileIconProvider";
@@ -26,48 +22,12 @@ constexpr std::string_view spinBox = "QAbstractSpinBox";
 constexpr std::string_view scrollBar = "QScrollBar";
 
 constexpr Text texts[] = {
-    {platformTheme, "OK", u"OK"},
-    {platformTheme, "Cancel", u"Cancelar"},
-    {platformTheme, "&Yes", u"&Sim"},
-    {platformTheme, "Yes to &All", u"Sim para &todos"},
-    {platformTheme, "&No", u"&Nao"},
-    {platformTheme, "N&o to All", u"Na&o para todos"},
-    {platformTheme, "Open", u"Abrir"},
-    {platformTheme, "Save", u"Salvar"},
-    {platformTheme, "Save All", u"Salvar tudo"},
-    {platformTheme, "Close", u"Fechar"},
-    {platformTheme, "Discard", u"Descartar"},
-    {platformTheme, "Apply", u"Aplicar"},
-    {platformTheme, "Reset", u"Redefinir"},
-    {platformTheme, "Restore Defaults", u"Restaurar padroes"},
-    {platformTheme, "Help", u"Ajuda"},
-    {platformTheme, "Abort", u"Abortar"},
-    {platformTheme, "Retry", u"Repetir"},
-    {platformTheme, "Ignore", u"Ignorar"},
-
-    {gnomeTheme, "&OK", u"&OK"},
-    {gnomeTheme, "&Cancel", u"&Cancelar"},
-    {gnomeTheme, "&Save", u"&Salvar"},
-    {gnomeTheme, "&Close", u"&Fechar"},
-    {gnomeTheme, "Close without Saving", u"Fechar sem salvar"},
-
-    {dialogButtonBox, "OK", u"OK"},
-
-    {messageBox, "Show Details...", u"Mostrar detalhes..."},
-    {messageBox, "Hide Details...", u"Ocultar detalhes..."},
-
-    {fileDialog, "Open", u"Abrir"},
-    {fileDialog, "Save As", u"Salvar como"},
-    {fileDialog, "Find Directory", u"Procurar pasta"},
     {fileDialog, "Look in:", u"Examinar:"},
     {fileDialog, "File &name:", u"&Nome:"},
     {fileDialog, "Directory:", u"Pasta:"},
     {fileDialog, "Files of type:", u"Tipo:"},
     {fileDialog, "&Open", u"&Abrir"},
     {fileDialog, "&Choose", u"&Escolher"},
-    {fileDialog, "&Save", u"&Salvar"},
-    {fileDialog, "All Files (*)", u"Todos (*)"},
-    {fileDialog, "All files (*)", u"Todos (*)"},
     {fileDialog, "Directories", u"Pastas"},
     {fileDialog, "Files", u"Arquivos"},
     {fileDialog, "Sidebar", u"Lugares"},
@@ -93,8 +53,6 @@ constexpr Text texts[] = {
     {fileDialog, "&Delete", u"E&xcluir"},
     {fileDialog, "Delete", u"Excluir"},
     {fileDialog, "Remove", u"Remover"},
-    {fileDialog, "%1 already exists.\nDo you want to replace it?",
-     u"%1 ja existe.\nDeseja substituir?"},
     {fileDialog, "%1\nFile not found.\nPlease verify the correct file name was given.",
      u"%1\nArquivo nao encontrado.\nVerifique o nome do arquivo."},
     {fileDialog, "%1\nDirectory not found.\nPlease verify the correct directory name was given.",
@@ -105,7 +63,6 @@ constexpr Text texts[] = {
     {fileDialog, "Could not delete directory.", u"Nao foi possivel excluir a pasta."},
 
     {fileSystemModel, "Computer", u"Computador"},
-    {fileSystemModel, "My Computer", u"Meu computador"},
     {fileSystemModel, "Name", u"Nome"},
     {fileSystemModel, "Size", u"Tam."},
     {fileSystemModel, "Type", u"Tipo"},
@@ -113,7 +70,6 @@ constexpr Text texts[] = {
 
     {fileIconProvider, "Drive", u"Unidade"},
     {fileIconProvider, "Folder", u"Pasta"},
-    {fileIconProvider, "File", u"Arquivo"},
     {fileIconProvider, "Shortcut", u"Atalho"},
     {fileIconProvider, "Unknown", u"Desconhecido"},
 
@@ -125,13 +81,8 @@ constexpr Text texts[] = {
     {lineEdit, "Delete", u"Excluir"},
     {lineEdit, "Select All", u"Selecionar tudo"},
 
-    {textControl, "&Undo", u"&Desfazer"},
-    {textControl, "&Redo", u"&Refazer"},
-    {textControl, "Cu&t", u"Recor&tar"},
     {textControl, "&Copy", u"&Copiar"},
     {textControl, "Copy &Link Location", u"Copiar &endereco do link"},
-    {textControl, "&Paste", u"Co&lar"},
-    {textControl, "Delete", u"Excluir"},
     {textControl, "Select All", u"Selecionar tudo"},
 
     {spinBox, "&Select All", u"&Selecionar tudo"},

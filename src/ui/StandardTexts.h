@@ -2,11 +2,11 @@
 
 #include <QTranslator>
 
-/// The texts that Qt's own widgets bring along, in the launcher's Portuguese: the buttons of
-/// message and dialog boxes, the file chooser, and the context menus of text fields, spin boxes
-/// and scroll bars.
+/// The launcher's Portuguese for the texts of Qt's own widgets that its windows can show: the
+/// choosers of a file and of a folder, and the context menus of line edits, spin boxes, scroll bars
+/// and the texts of message boxes. StandardLook names the buttons of dialogs.
 ///
-/// Every other text stays as it is, the errors of the network, files and processes included.
+/// Translates nothing else; errors of the network, files and processes keep Qt's texts.
 class StandardTexts : public QTranslator
 {
 public:
@@ -15,6 +15,6 @@ public:
     /// The Portuguese for @p sourceText in @p context, or a null text. From any thread.
     QString translate(const char *context, const char *sourceText, const char *disambiguation,
                       int n) const override;
-    /// False: there is always something to translate.
+    /// Always false.
     bool isEmpty() const override;
 };

@@ -7,6 +7,7 @@
 #include "ui/StandardLook.h"
 
 #include <QDialogButtonBox>
+#include <QFileDialog>
 #include <QPushButton>
 
 #include <private/qguiapplication_p.h>
@@ -123,6 +124,7 @@ private slots:
     void aChangeOfLanguageKeepsTheWords();
     void theWordsOfTheButtons_data();
     void theWordsOfTheButtons();
+    void theFileChooserHasTheWordsToo();
     void theButtonsKeepTheDesktopsOrder_data();
     void theButtonsKeepTheDesktopsOrder();
     void oneChangeIsAnsweredOnce();
@@ -254,6 +256,19 @@ void TestStandardLook::theWordsOfTheButtons()
     box.show();
     QCOMPARE(box.button(button)->text(), text);
     QCOMPARE(other.text(), u"Outro"_s);
+}
+
+void TestStandardLook::theFileChooserHasTheWordsToo()
+{
+    change(&desktop);
+    const auto look = startUp(Mode::Dark);
+
+    QFileDialog chooser;
+    chooser.setOption(QFileDialog::DontUseNativeDialog);
+    chooser.show();
+    const auto *box = chooser.findChild<QDialogButtonBox *>();
+    QCOMPARE(box->button(QDialogButtonBox::Cancel)->text(), u"Cancelar"_s);
+    QCOMPARE(box->button(QDialogButtonBox::Open)->text(), u"&Abrir"_s);
 }
 
 void TestStandardLook::theButtonsKeepTheDesktopsOrder_data()
