@@ -4,9 +4,9 @@
 
 #include "ui/ZelTheme.h"
 
-/// The colours of what no rule of the theme's sheet paints - buttons, the file chooser, in the
-/// light mode menus and tool tips - so that no text in a colour of the theme's stands on one of the
-/// desktop's.
+/// The colours of widgets that the theme's style sheet has no rules for (buttons, the file chooser,
+/// in the light mode menus and tool tips). Without it they would show the sheet's text colour on a
+/// background of the desktop's.
 namespace ZelPalette
 {
 

@@ -39,12 +39,7 @@ public:
     }
 };
 
-QString inputName()
-{
-    return QStringLiteral("ZelInput");
-}
-
-QString inputName(ZelTheme::InputStyle style)
+QString inputName(ZelTheme::InputStyle style = ZelTheme::InputStyle::Default)
 {
     switch (style) {
     case ZelTheme::InputStyle::Search:
@@ -56,7 +51,14 @@ QString inputName(ZelTheme::InputStyle style)
     case ZelTheme::InputStyle::Default:
         break;
     }
-    return inputName();
+    return QStringLiteral("ZelInput");
+}
+
+/// Binds @p input to the rules that select on @p name.
+void setInputName(QWidget *input, const QString &name)
+{
+    input->setObjectName(name);
+    input->setMinimumHeight(inputMinimumHeight);
 }
 
 // The global sheets. The rule of a state names only what the state changes.
@@ -395,11 +397,10 @@ void ZelTheme::styleLineEdit(QLineEdit *edit, InputStyle style)
     if (edit == nullptr) {
         return;
     }
-    edit->setObjectName(inputName(style));
+    setInputName(edit, inputName(style));
     if (style == InputStyle::Path) {
         edit->setClearButtonEnabled(true);
     }
-    edit->setMinimumHeight(inputMinimumHeight);
     edit->setFrame(false);
 }
 
@@ -408,8 +409,7 @@ void ZelTheme::styleSpinBox(QSpinBox *box)
     if (box == nullptr) {
         return;
     }
-    box->setObjectName(inputName());
-    box->setMinimumHeight(inputMinimumHeight);
+    setInputName(box, inputName());
     box->setFrame(false);
 }
 
@@ -418,8 +418,7 @@ void ZelTheme::styleComboBox(QComboBox *box)
     if (box == nullptr) {
         return;
     }
-    box->setObjectName(inputName());
-    box->setMinimumHeight(inputMinimumHeight);
+    setInputName(box, inputName());
 }
 
 void ZelTheme::styleTextArea(QTextEdit *edit)

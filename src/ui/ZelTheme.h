@@ -37,19 +37,19 @@ void apply(QApplication &app, Mode mode);
 /// The style sheet that apply() sets.
 QString globalStyleSheet(Mode mode);
 
-/// Marks @p edit for the rules of @p style; a path also gets a clear button. A style that is none
+/// Names @p edit for the rules of @p style; a path also gets a clear button. A style that is none
 /// of the four is Default. Does nothing without @p edit.
 void styleLineEdit(QLineEdit *edit, InputStyle style = InputStyle::Default);
-/// Marks @p box for the rules of an input. Does nothing without @p box.
+/// Names @p box for the rules of an input. Does nothing without @p box.
 void styleSpinBox(QSpinBox *box);
-/// Marks @p box for the rules of an input; its frame stays. Does nothing without @p box.
+/// Names @p box for the rules of an input; its frame stays. Does nothing without @p box.
 void styleComboBox(QComboBox *box);
-/// Marks @p edit for the rules of a text area. Does nothing without @p edit.
+/// Names @p edit for the rules of a text area. Does nothing without @p edit.
 void styleTextArea(QTextEdit *edit);
 
 /// For a QPushButton that is an entry of a side bar.
 QString sidebarButtonStyle(bool active, Mode mode);
-/// For the QPushButton that a view is about.
+/// For the main QPushButton of a view.
 QString primaryButtonStyle(Mode mode);
 /// For a QPushButton beside the primary one.
 QString secondaryButtonStyle(Mode mode);
