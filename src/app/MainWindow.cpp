@@ -1,10 +1,8 @@
 #include "app/MainWindow.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QFrame>
 #include <QHBoxLayout>
-#include <QImageReader>
 #include <QLabel>
 #include <QPixmap>
 #include <QProgressBar>
@@ -70,7 +68,7 @@ QPushButton:disabled { background: #3a3a3a; color: #888888; border-color: #55555
 QPushButton *createButton(QWidget *parent, const QString &text, int width, int fontPx)
 {
     auto *button = new QPushButton(text, parent);
-    // With its padding and border the sheet's minimum is the wider of the two, and wins.
+    // The style sheet's minimum width excludes padding and border, so the button is drawn wider.
     button->setFixedSize(width, 54);
     button->setCursor(Qt::PointingHandCursor);
     button->setStyleSheet(classicButtonStyle(fontPx, width));
@@ -100,23 +98,6 @@ QProgressBar::chunk {
     return bar;
 }
 
-/// The picture in the file at @p path, null when there is none.
-QPixmap readPicture(const QString &path)
-{
-    QPixmap picture;
-    QFile file(path);
-    if (file.open(QIODevice::ReadOnly)) {
-        // It is a BMP nearly always. Finding the format out would load every image plugin first.
-        QImageReader reader(&file, "bmp");
-        reader.setAutoDetectImageFormat(false);
-        picture = QPixmap::fromImageReader(&reader);
-    }
-    if (picture.isNull()) {
-        picture.load(path);
-    }
-    return picture;
-}
-
 /// @p word as one word of a shell command line, whatever it holds.
 QString shellQuote(const QString &word)
 {
@@ -125,8 +106,8 @@ QString shellQuote(const QString &word)
     return u'\'' + escaped + u'\'';
 }
 
-/// Runs in the game's process before the game does. Nobody reads what the game prints; left to the
-/// process object it would pile up in the launcher's memory.
+/// Runs in the child before exec. QProcess would buffer the game's output in memory; redirecting
+/// both channels with setStandardOutputFile() would drop ReadOnly from the open mode.
 void silenceOutput()
 {
     const int nowhere = ::open("/dev/null", O_WRONLY);
@@ -158,8 +139,8 @@ MainWindow::MainWindow(QWidget *parent)
 
 MainWindow::~MainWindow()
 {
-    // A process object destroyed with its child running would complain, and report to a window
-    // that is half gone.
+    // Disconnect first: finished() must not reach a window being destroyed. End the child too, or
+    // ~QProcess prints a warning.
     process->disconnect();
     if (process->state() != QProcess::NotRunning) {
         process->kill();
@@ -169,8 +150,7 @@ MainWindow::~MainWindow()
 
 void MainWindow::setupUi()
 {
-    // Each widget is made inside the one that holds it: it would be styled anew if it got its
-    // parent later.
+    // Create each widget with its final parent: reparenting repeats style-sheet polishing.
     auto *root = new QWidget(this);
     root->setObjectName(QStringLiteral("LauncherRoot"));
     root->setStyleSheet(QStringLiteral("QWidget#LauncherRoot { background-color: #000000; }"));
@@ -246,14 +226,14 @@ QLayout *MainWindow::createButtonRow()
 void MainWindow::loadBackground()
 {
     const QString path = LauncherSettings::instance().launcherBmpPath();
-    const QPixmap picture = readPicture(path);
+    const QPixmap picture(path);
     if (picture.isNull()) {
         backgroundLabel->setPixmap(QPixmap());
         backgroundLabel->setStyleSheet(QStringLiteral("background-color: #000000;"));
         statusLabel->setText(QStringLiteral("Launcher.bmp nao encontrado: ") + path);
         return;
     }
-    // On a scaled display the picture has more pixels in the same place, and stays sharp.
+    // Keep the picture sharp on a scaled display: 960 by 592 are device-independent pixels.
     const qreal ratio = devicePixelRatio();
     QPixmap scaled =
         picture.scaled(pictureSize * ratio, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
@@ -293,7 +273,7 @@ void MainWindow::onPatchProgress(int percent)
 {
     progressBar->setValue(percent);
     // The lower bar runs ahead of the upper one on purpose; both reach 100 together.
-    progressBarLead->setValue(std::min(percent, 100 - progressLead) + progressLead);
+    progressBarLead->setValue(std::min(percent + progressLead, 100));
 }
 
 void MainWindow::onPlay()
@@ -326,11 +306,11 @@ void MainWindow::onPlay()
     patchManager->checkAndUpdate();
 }
 
-/// Goes on after an update check: starts the game, after a question if the update failed.
+/// Continues "Iniciar" after the update check: starts the game, or asks first if the update failed.
 void MainWindow::onUpdateResult(bool success, const QString &message)
 {
-    // This drops onPatchFinished() too, on purpose: only the first check of a window's life
-    // shows its result in a box.
+    // This disconnects onPatchFinished() too, on purpose: only the window's first check shows its
+    // result in a box.
     disconnect(patchManager, &PatchManager::finished, this, nullptr);
 
     if (success) {
@@ -353,7 +333,7 @@ void MainWindow::onPatchFinished(bool success, const QString &message)
         setProgress(100);
     }
     statusLabel->setText(message);
-    refreshUi(); // the summary replaces the message, which the box below shows
+    refreshUi(); // replaces the message, which the box below shows
     if (process->state() != QProcess::NotRunning) {
         return;
     }
@@ -377,7 +357,7 @@ void MainWindow::launchGame()
     QString program = exe;
     QStringList arguments;
     if (settings.useWine) {
-        // A login shell, for the Wine variables that the user's profile sets; exec, so that the
+        // A login shell reads the user's profile, which may set Wine variables. With exec the
         // process watched here is Wine itself.
         program = QStringLiteral("/bin/bash");
         arguments = {
@@ -405,7 +385,7 @@ bool MainWindow::prepareClientFiles(QString *error)
 
 void MainWindow::onProcessFinished(int exitCode, QProcess::ExitStatus status)
 {
-    Q_UNUSED(status) // a crash is told by its code as well
+    Q_UNUSED(status) // a crash is reported by its code too
     setBusy(false, QStringLiteral("Jogo encerrado (codigo %1).").arg(exitCode));
     setProgress(0);
 }

@@ -11,9 +11,9 @@
 namespace
 {
 
-/// The launcher has no console output. What its libraries remark on the desktop (a session
-/// without a runtime folder, say) is dropped; only the reason of an abort is told.
-void keepQuiet(QtMsgType type, const QMessageLogContext & /*context*/, const QString &text)
+/// Drops Qt's messages, such as warnings about the desktop session: the launcher has no console
+/// output. Only the reason of an abort is printed.
+void dropMessage(QtMsgType type, const QMessageLogContext & /*context*/, const QString &text)
 {
     if (type == QtFatalMsg) {
         std::fputs(qPrintable(text + u'\n'), stderr);
@@ -24,7 +24,7 @@ void keepQuiet(QtMsgType type, const QMessageLogContext & /*context*/, const QSt
 
 int main(int argc, char *argv[])
 {
-    qInstallMessageHandler(keepQuiet);
+    qInstallMessageHandler(dropMessage);
     QApplication app(argc, argv);
     // The two names address the settings file.
     QCoreApplication::setApplicationName(QStringLiteral("zel_launcher"));
@@ -33,9 +33,6 @@ int main(int argc, char *argv[])
 
     LauncherSettings::instance().load();
 
-    // No icons of the desktop's theme: Qt's own suit both modes, and a search for one that is
-    // missing takes longer than a window needs to open.
-    QIcon::setThemeSearchPaths({QStringLiteral(":/icons")});
     const ZelTheme::Mode mode = ZelTheme::loadPreferredMode();
     ZelTheme::apply(app, mode);
     const StandardLook look(mode);

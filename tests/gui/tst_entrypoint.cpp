@@ -27,7 +27,6 @@ struct Dress {
     QPalette palette;
     QStringList fontFamilies;
     QString copy;
-    QStringList iconFolders;
     QList<QSize> iconSizes;
 };
 
@@ -45,7 +44,6 @@ public:
                          QApplication::palette(),
                          QApplication::font().families(),
                          QCoreApplication::translate("QLineEdit", "&Copy"),
-                         QIcon::themeSearchPaths(),
                          QApplication::windowIcon().availableSizes()};
             }
             if (event->type() == QEvent::Show) {
@@ -132,7 +130,6 @@ void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists()
     QCOMPARE(dress.palette, ZelPalette::forMode(mode));
     QCOMPARE(dress.fontFamilies.value(0), QStringLiteral("Inter"));
     QCOMPARE(dress.copy, QStringLiteral("&Copiar"));
-    QCOMPARE(dress.iconFolders, QStringList{QStringLiteral(":/icons")}); // none of the desktop's
     QVERIFY(dress.iconSizes.contains(QImageReader(QStringLiteral(":/Orvandale.ico")).size()));
     // Nothing in the launcher stores a mode.
     const QSettings store(QStringLiteral("Orvandale"), QStringLiteral("ZEL"));
