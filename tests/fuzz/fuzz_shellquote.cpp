@@ -1,7 +1,7 @@
 // The input is split at its NUL characters into words, which a real bash must see unchanged.
 //
-// shellQuote() is local to the main window's source file, so that file is compiled into this
-// program.
+// shellQuote() is local to the main window's source file, so this program compiles that file and
+// takes only the meta-object from the library.
 
 #include "app/MainWindow.cpp"
 
