@@ -1,10 +1,10 @@
-// Preloaded into a program with a window: ends it at a moment worth knowing, and tells on
+// Preloaded into a program with a window: ends it at a moment worth knowing, and writes to
 // descriptor 3 what there was. ZEL_BENCH_UNTIL names the moment:
 //
-//   window      the first paint of the window is on the screen; tells the colour that the middle
+//   window      the first paint of the window is on the screen; prints the colour that the middle
 //               of its upper half then has
 //   dialog      after that, the first paint of the dialog that a click on the button
-//               "Configuracao" opens; tells the milliseconds since the click
+//               "Configuracao" opens; prints the milliseconds since the click
 
 #include <QAbstractButton>
 #include <QCoreApplication>
@@ -25,10 +25,10 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-[[noreturn]] void tell(const QByteArray &text)
+[[noreturn]] void report(const QByteArray &text)
 {
-    const bool isTold = ::write(3, text.constData(), size_t(text.size())) == text.size();
-    std::_Exit(isTold ? EXIT_SUCCESS : EXIT_FAILURE);
+    const bool isWritten = ::write(3, text.constData(), size_t(text.size())) == text.size();
+    std::_Exit(isWritten ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 /// A pixel of @p window as the screen has it. The window system answers when it has drawn all
@@ -70,7 +70,7 @@ private:
     {
         const QColor colour = pixelOnScreen(window);
         if (qgetenv("ZEL_BENCH_UNTIL") == "window") {
-            tell(colour.name().toLatin1());
+            report(colour.name().toLatin1());
         }
         for (QAbstractButton *button : window.findChildren<QAbstractButton *>()) {
             if (button->text() == QLatin1String("Configuracao")) {
@@ -85,7 +85,7 @@ private:
     {
         pixelOnScreen(dialog);
         const std::chrono::duration<double, std::milli> elapsed = Clock::now() - click;
-        tell(QByteArray::number(elapsed.count()));
+        report(QByteArray::number(elapsed.count()));
     }
 
     bool wantsWindow = true;

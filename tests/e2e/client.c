@@ -1,26 +1,27 @@
 /* The game client of the end-to-end test, a Windows program.
  *
- * It tells in the folder "seen" what it was started with, copies there the files that a client
- * reads, and writes its options out as numbers. Then it talks a lot, says that it is ready, and ends with the code 42 when told so. */
+ * It writes to the folder "seen" what it was started with, copies there the files that a client
+ * reads, and writes its options as numbers. Then it prints a lot, creates the file "ready" and
+ * exits with code 42 when the file "end" appears. */
 
 #include <stdio.h>
 #include <windows.h>
 
 #define EXIT_CODE 42
-#define MEGABYTES_TOLD 32
+#define MEGABYTES_PRINTED 32
 
 static const wchar_t *const files[] = {
     L"serverlist.txt", L"sn.bin", L"server.txt", L"zel_login.ini", L"Config.bin",
 };
 
-static void tell(FILE *file, const wchar_t *text)
+static void print_line(FILE *file, const wchar_t *text)
 {
     char utf8[4096] = "";
     WideCharToMultiByte(CP_UTF8, 0, text, -1, utf8, sizeof utf8, NULL, NULL);
     fprintf(file, "%s\n", utf8);
 }
 
-static void tell_options(void)
+static void write_options(void)
 {
     short words[15] = {0};
     FILE *options = _wfopen(L"Config.bin", L"rb");
@@ -38,11 +39,11 @@ static void tell_options(void)
     }
 }
 
-static void talk(FILE *file)
+static void print_much(FILE *file)
 {
     static char megabyte[1024 * 1024];
     memset(megabyte, 'z', sizeof megabyte);
-    for (int i = 0; i < MEGABYTES_TOLD; ++i) {
+    for (int i = 0; i < MEGABYTES_PRINTED; ++i) {
         fwrite(megabyte, 1, sizeof megabyte, file);
     }
     fflush(file);
@@ -64,15 +65,15 @@ int wmain(int argc, wchar_t **argv)
         return 1;
     }
     GetCurrentDirectoryW(MAX_PATH, folder);
-    tell(about, folder);
+    print_line(about, folder);
     for (int i = 0; i < argc; ++i) {
-        tell(about, argv[i]);
+        print_line(about, argv[i]);
     }
     fclose(about);
-    tell_options();
+    write_options();
 
-    talk(stdout);
-    talk(stderr);
+    print_much(stdout);
+    print_much(stderr);
 
     fclose(_wfopen(L"seen\\ready", L"wb"));
     while (GetFileAttributesW(L"end") == INVALID_FILE_ATTRIBUTES) {

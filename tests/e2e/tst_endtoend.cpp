@@ -21,7 +21,7 @@
 #include "support/process/ProcessTable.h"
 #include "support/windows/MessageBoxAnswerer.h"
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace
 {

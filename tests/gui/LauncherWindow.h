@@ -12,6 +12,8 @@
 
 #include "app/MainWindow.h"
 #include "patch/PatchManager.h"
+#include "support/process/FakeClient.h"
+#include "support/windows/MessageBoxAnswerer.h"
 
 /// The main window on the screen, with its parts found by where they are and what they show.
 class LauncherWindow
@@ -42,6 +44,29 @@ public:
     }
 
     static void click(QPushButton *button) { QTest::mouseClick(button, Qt::LeftButton); }
+
+    /// Clicks "Iniciar", closes the box that this opens by its OK and returns what it showed.
+    MessageBoxAnswerer::Box boxAfterPlay() const
+    {
+        MessageBoxAnswerer user;
+        user.expect(QMessageBox::Ok);
+        click(play);
+        return user.isDone() ? user.last() : MessageBoxAnswerer::Box();
+    }
+    /// Clicks "Iniciar" and waits until the program has recorded its start.
+    void start(const FakeProgram &program) const
+    {
+        const int before = program.startCount();
+        click(play);
+        QCOMPARE(status->text(), QStringLiteral("Jogo em execucao..."));
+        QTRY_COMPARE(program.startCount(), before + 1);
+    }
+    /// Waits until the window reports the game's end and is idle.
+    void waitForEnd(int code) const
+    {
+        QTRY_COMPARE(status->text(), QStringLiteral("Jogo encerrado (codigo %1).").arg(code));
+        QVERIFY(isIdle());
+    }
 
     /// Whether the two buttons that a busy window switches off are both on.
     bool isIdle() const { return play->isEnabled() && settings->isEnabled(); }

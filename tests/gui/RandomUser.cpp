@@ -14,6 +14,8 @@
 #include <array>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -212,8 +214,8 @@ void RandomUser::pressKey(QWindow *window)
 /// A text that nobody would enter. It has no slash, so that it leads to no other folder.
 QString RandomUser::text()
 {
-    static const QString characters = QStringLiteral(
-        "abcXYZ019 .:;%12'\"\\<>&$`~*?[]{}()|#@!=+,_-\t\u00e7\u00e3\u0416\u4f8b\u200b\u202e\ufeff");
+    static const QString characters =
+        u"abcXYZ019 .:;%12'\"\\<>&$`~*?[]{}()|#@!=+,_-\t\u00e7\u00e3\u0416\u4f8b\u200b\u202e\ufeff"_s;
     QString words;
     for (int length = random.bounded(1, chance(3) ? 3000 : 12); length > 0; --length) {
         words += chance(4) ? QString::fromUcs4(U"\U0001F3AE", 1)

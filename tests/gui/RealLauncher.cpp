@@ -3,6 +3,8 @@
 #include "gui/LauncherWindow.h"
 #include "support/Timeouts.h"
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -27,12 +29,12 @@ RealLauncher::RealLauncher(const QString &programPath, qreal scaleFactor)
 
     process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
     process.setWorkingDirectory(qEnvironmentVariable("HOME"));
-    setVariable(QStringLiteral("DISPLAY"), screen.name());
-    setVariable(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    setVariable(u"DISPLAY"_s, screen.name());
+    setVariable(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
     // No desktop is asked for anything, and none is started.
-    setVariable(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("disabled:"));
+    setVariable(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
     if (scale != 1) {
-        setVariable(QStringLiteral("QT_SCALE_FACTOR"), QString::number(scale));
+        setVariable(u"QT_SCALE_FACTOR"_s, QString::number(scale));
     }
 }
 
@@ -55,12 +57,11 @@ void RealLauncher::start(const QStringList &arguments)
     }
     process.start(program, arguments);
     QVERIFY(process.waitForStarted());
-    window = screen.waitForWindow(QStringLiteral("ZEL Launcher"));
+    window = screen.waitForWindow(u"ZEL Launcher"_s);
     if (window.isEmpty()) {
         process.waitForFinished(0);
-        const QString story =
-            QStringLiteral("no window; state %1, exit code %2, printed: ")
-                .arg(QString::number(process.state()), QString::number(process.exitCode()));
+        const QString story = u"no window; state %1, exit code %2, printed: "_s.arg(
+            QString::number(process.state()), QString::number(process.exitCode()));
         QFAIL(qPrintable(story + QString::fromUtf8(process.readAllStandardError())));
     }
     known = {window};
@@ -88,7 +89,7 @@ QString RealLauncher::waitForBox(const QString &title)
     }
     const QString box = screen.waitForWindow(title, known);
     if (box.isEmpty()) {
-        QTest::qFail(qPrintable(QStringLiteral("no message box: ") + title), __FILE__, __LINE__);
+        QTest::qFail(qPrintable(u"no message box: "_s + title), __FILE__, __LINE__);
     }
     known.append(box);
     return box;

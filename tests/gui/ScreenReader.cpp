@@ -5,21 +5,22 @@
 #include "gui/RealLauncher.h"
 #include "support/Timeouts.h"
 
+using namespace Qt::StringLiterals;
+
 ScreenReader::ScreenReader(RealLauncher &launcher)
     : displayName(launcher.display().name())
 {
     bus.setStandardErrorFile(QProcess::nullDevice());
-    bus.start(QStringLiteral("dbus-daemon"),
-              {QStringLiteral("--session"), QStringLiteral("--nofork"),
-               QStringLiteral("--nopidfile"), QStringLiteral("--print-address=1")},
+    bus.start(u"dbus-daemon"_s,
+              {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--print-address=1"_s},
               QIODevice::ReadOnly);
     QByteArray text;
     while (!text.endsWith('\n') && bus.waitForReadyRead(Timeouts::programMs)) {
         text += bus.readAllStandardOutput();
     }
     busAddress = QString::fromUtf8(text.trimmed());
-    launcher.setVariable(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), busAddress);
-    launcher.setVariable(QStringLiteral("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"), QStringLiteral("1"));
+    launcher.setVariable(u"DBUS_SESSION_BUS_ADDRESS"_s, busAddress);
+    launcher.setVariable(u"QT_LINUX_ACCESSIBILITY_ALWAYS_ON"_s, u"1"_s);
 }
 
 ScreenReader::~ScreenReader()
@@ -33,17 +34,17 @@ ScreenReader::~ScreenReader()
 
 void ScreenReader::waitForLabel(const QString &pattern) const
 {
-    read({QStringLiteral("label"), pattern});
+    read({u"label"_s, pattern});
 }
 
 void ScreenReader::waitForFocus(const QString &role, const QString &name) const
 {
-    read({QStringLiteral("focused"), role, name});
+    read({u"focused"_s, role, name});
 }
 
 QStringList ScreenReader::widgetsOf(const QString &title) const
 {
-    return read({QStringLiteral("widgets"), title}).split(u'\n');
+    return read({u"widgets"_s, title}).split(u'\n');
 }
 
 /// The reader's answer, for which it waits.
@@ -53,8 +54,8 @@ QString ScreenReader::read(const QStringList &question) const
         return {};
     }
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), busAddress);
-    environment.insert(QStringLiteral("DISPLAY"), displayName);
+    environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, busAddress);
+    environment.insert(u"DISPLAY"_s, displayName);
     QProcess reader;
     reader.setProcessEnvironment(environment);
     reader.setStandardErrorFile(QProcess::nullDevice());
@@ -64,7 +65,7 @@ QString ScreenReader::read(const QStringList &question) const
         reader.exitStatus() != QProcess::NormalExit || reader.exitCode() != 0) {
         reader.kill();
         reader.waitForFinished();
-        const QString story = QStringLiteral("the window never told: ") + question.join(u' ');
+        const QString story = u"the window did not show: "_s + question.join(u' ');
         QTest::qFail(qPrintable(story), __FILE__, __LINE__);
         return {};
     }

@@ -12,7 +12,7 @@ class ScreenReader
 {
 public:
     /// Starts a session bus of the test's own, on which @p launcher can be read from its next start
-    /// on; isRunning() tells whether that worked.
+    /// on; isRunning() says whether that worked.
     explicit ScreenReader(RealLauncher &launcher);
     ~ScreenReader();
     Q_DISABLE_COPY_MOVE(ScreenReader)
@@ -23,7 +23,7 @@ public:
     void waitForLabel(const QString &pattern) const;
     /// Waits until a widget has the keyboard.
     void waitForFocus(const QString &role, const QString &name) const;
-    /// Waits for a window by its title and tells all that it shows, parents first, each as role,
+    /// Waits for a window by its title and returns all that it shows, parents first, each as role,
     /// name and description with tabulators between them.
     QStringList widgetsOf(const QString &title) const;
 

@@ -10,7 +10,7 @@
 #include "gui/ScreenReader.h"
 #include "support/process/FakeClient.h"
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace
 {

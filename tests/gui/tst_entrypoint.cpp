@@ -16,11 +16,13 @@
 
 #include "ui/ZelPalette.h"
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 /// What the application was like when its window began to exist.
-struct Dress {
+struct Look {
     QString applicationName;
     QString organizationName;
     QString styleSheet;
@@ -30,7 +32,7 @@ struct Dress {
     QList<QSize> iconSizes;
 };
 
-/// Notes the dress at the window's first event, and ends the run when the window is shown.
+/// Records the look at the window's first event, and ends the run when the window is shown.
 class Watcher : public QObject
 {
 public:
@@ -59,7 +61,7 @@ public:
     }
 
     int exitStatus = 0; ///< What ends the event loop, if not the close of the window.
-    std::optional<Dress> first;
+    std::optional<Look> first;
     int shown = 0;
 };
 
@@ -75,7 +77,7 @@ Q_COREAPP_STARTUP_FUNCTION(watchApplication)
 int runLauncher(Watcher *watcher)
 {
     currentWatcher = watcher;
-    // The launcher silences the messages; the test wants to hear them again.
+    // The launcher drops Qt's messages; restore the handler of the test.
     const QtMessageHandler handler = qInstallMessageHandler(nullptr);
     QByteArray name("zel_launcher");
     std::array<char *, 2> arguments{name.data(), nullptr};
@@ -91,30 +93,30 @@ class TestEntryPoint : public TestBase
     Q_OBJECT
 
 private slots:
-    void theApplicationIsDressedBeforeItsWindowExists_data();
-    void theApplicationIsDressedBeforeItsWindowExists();
+    void theApplicationIsSetUpBeforeItsWindowExists_data();
+    void theApplicationIsSetUpBeforeItsWindowExists();
     void theExitStatusIsThatOfTheEventLoop();
 };
 
-void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists_data()
+void TestEntryPoint::theApplicationIsSetUpBeforeItsWindowExists_data()
 {
     QTest::addColumn<QString>("stored");
     QTest::addColumn<ZelTheme::Mode>("mode");
     QTest::newRow("nothing stored") << QString() << ZelTheme::Mode::Dark;
-    QTest::newRow("dark") << QStringLiteral("dark") << ZelTheme::Mode::Dark;
-    QTest::newRow("light") << QStringLiteral("light") << ZelTheme::Mode::Light;
-    QTest::newRow("unknown") << QStringLiteral("Light") << ZelTheme::Mode::Dark;
+    QTest::newRow("dark") << u"dark"_s << ZelTheme::Mode::Dark;
+    QTest::newRow("light") << u"light"_s << ZelTheme::Mode::Light;
+    QTest::newRow("unknown") << u"Light"_s << ZelTheme::Mode::Dark;
 }
 
-void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists()
+void TestEntryPoint::theApplicationIsSetUpBeforeItsWindowExists()
 {
     QFETCH(const QString, stored);
     QFETCH(const ZelTheme::Mode, mode);
     {
-        QSettings store(QStringLiteral("Orvandale"), QStringLiteral("ZEL"));
+        QSettings store(u"Orvandale"_s, u"ZEL"_s);
         store.clear();
         if (!stored.isEmpty()) {
-            store.setValue(QStringLiteral("theme"), stored);
+            store.setValue(u"theme"_s, stored);
         }
     }
 
@@ -123,17 +125,17 @@ void TestEntryPoint::theApplicationIsDressedBeforeItsWindowExists()
 
     QCOMPARE(watcher.shown, 1);
     QVERIFY(watcher.first.has_value());
-    const Dress &dress = *watcher.first;
-    QCOMPARE(dress.applicationName, QStringLiteral("zel_launcher"));
-    QCOMPARE(dress.organizationName, QStringLiteral("Orvandale"));
-    QCOMPARE(dress.styleSheet, ZelTheme::globalStyleSheet(mode));
-    QCOMPARE(dress.palette, ZelPalette::forMode(mode));
-    QCOMPARE(dress.fontFamilies.value(0), QStringLiteral("Inter"));
-    QCOMPARE(dress.copy, QStringLiteral("&Copiar"));
-    QVERIFY(dress.iconSizes.contains(QImageReader(QStringLiteral(":/Orvandale.ico")).size()));
+    const Look &look = *watcher.first;
+    QCOMPARE(look.applicationName, u"zel_launcher"_s);
+    QCOMPARE(look.organizationName, u"Orvandale"_s);
+    QCOMPARE(look.styleSheet, ZelTheme::globalStyleSheet(mode));
+    QCOMPARE(look.palette, ZelPalette::forMode(mode));
+    QCOMPARE(look.fontFamilies.value(0), u"Inter"_s);
+    QCOMPARE(look.copy, u"&Copiar"_s);
+    QVERIFY(look.iconSizes.contains(QImageReader(u":/Orvandale.ico"_s).size()));
     // Nothing in the launcher stores a mode.
-    const QSettings store(QStringLiteral("Orvandale"), QStringLiteral("ZEL"));
-    QCOMPARE(store.value(QStringLiteral("theme")).toString(), stored);
+    const QSettings store(u"Orvandale"_s, u"ZEL"_s);
+    QCOMPARE(store.value(u"theme"_s).toString(), stored);
 }
 
 void TestEntryPoint::theExitStatusIsThatOfTheEventLoop()

@@ -18,7 +18,7 @@
 #include "support/process/ProcessTable.h"
 #include "support/windows/MessageBoxAnswerer.h"
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -31,6 +31,13 @@ void writeProfile(const QByteArray &text)
     QFile profile(QDir(TestEnvironment::home()).filePath(u".bash_profile"_s));
     QVERIFY(profile.open(QIODevice::WriteOnly));
     profile.write(text);
+}
+
+const QString notStarted = u"Nao foi possivel iniciar o cliente:\n"_s;
+
+MessageBoxAnswerer::Box warning(LauncherWindow &launcher, const QString &text)
+{
+    return messageBox(&launcher.window, QMessageBox::Warning, u"ZEL Launcher"_s, text);
 }
 
 /// Lets the peak memory count anew from here.
@@ -102,8 +109,6 @@ private slots:
     void aProfileThatHangsLeavesTheWindowUsable();
 
 private:
-    /// Clicks "Iniciar" and waits until the program has recorded its start.
-    static void startGame(LauncherWindow &launcher, const FakeProgram &program);
     /// Clicks "Cancelar" and answers the question with yes, which closes the window.
     static void cancelAndAgree(LauncherWindow &launcher);
 
@@ -128,14 +133,6 @@ void TestGameLaunch::cleanup()
     client.reset();
 }
 
-void TestGameLaunch::startGame(LauncherWindow &launcher, const FakeProgram &program)
-{
-    const int before = program.startCount();
-    LauncherWindow::click(launcher.play);
-    QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
-    QTRY_COMPARE(program.startCount(), before + 1);
-}
-
 void TestGameLaunch::cancelAndAgree(LauncherWindow &launcher)
 {
     MessageBoxAnswerer user;
@@ -148,7 +145,7 @@ void TestGameLaunch::cancelAndAgree(LauncherWindow &launcher)
 void TestGameLaunch::wineIsStartedByALoginShell()
 {
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     const QString exe = client->filePath(u"ZEL.exe"_s);
     QCOMPARE(launcher.process->program(), u"/bin/bash"_s);
     QCOMPARE(launcher.process->arguments(),
@@ -162,7 +159,7 @@ void TestGameLaunch::wineIsStartedByALoginShell()
 void TestGameLaunch::theWatchedProcessIsWineItself()
 {
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     QCOMPARE(wine->pid(), launcher.process->processId());
 }
 
@@ -172,7 +169,7 @@ void TestGameLaunch::theUsersProfileIsInForce()
                  "cd /\n" // a profile may go anywhere
                  "echo a profile that talks\n");
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     QCOMPARE(wine->environment().value(u"ZEL_TEST_PREFIX"_s),
              TestEnvironment::home() + u"/prefix of the user"_s);
     QCOMPARE(wine->workingFolder(), client->dir());
@@ -183,7 +180,7 @@ void TestGameLaunch::wineInheritsTheEnvironment()
     qputenv("ZEL_TEST_MARK", "of the 'launcher'\n100% \xC3\xA7");
     const auto reset = qScopeGuard([] { qunsetenv("ZEL_TEST_MARK"); });
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     QCOMPARE(wine->environment().value(u"ZEL_TEST_MARK"_s), u"of the 'launcher'\n100% \u00e7"_s);
     QVERIFY(launcher.process->processEnvironment().isEmpty());
 }
@@ -196,7 +193,7 @@ void TestGameLaunch::withoutWineTheClientRunsAlone()
     LauncherSettings::instance().useWine = false;
     const FakeProgram game(client->filePath(u"ZEL.exe"_s));
     LauncherWindow launcher;
-    startGame(launcher, game);
+    launcher.start(game);
     QCOMPARE(launcher.process->program(), game.path());
     QCOMPARE(launcher.process->arguments(), QStringList());
     QCOMPARE(game.arguments(), QStringList());
@@ -210,7 +207,7 @@ void TestGameLaunch::aClientUnderAnotherKnownNameIsStarted()
 {
     QVERIFY(QFile::rename(client->filePath(u"ZEL.exe"_s), client->filePath(u"ZEL IP 14.exe"_s)));
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     QCOMPARE(wine->arguments(), QStringList(client->filePath(u"ZEL IP 14.exe"_s)));
 }
 
@@ -219,7 +216,7 @@ void TestGameLaunch::aClientOutsideItsFolderRunsInItsOwn()
     const FakeClient other(u"other"_s);
     LauncherSettings::instance().clientExe = other.filePath(u"ZEL.exe"_s);
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     QCOMPARE(wine->arguments(), QStringList(other.filePath(u"ZEL.exe"_s)));
     QCOMPARE(wine->workingFolder(), other.dir());
 }
@@ -256,7 +253,7 @@ void TestGameLaunch::noNameIsSpecialToTheShell()
     settings.winePath = namedWine.path();
     settings.useWine = true;
     LauncherWindow launcher;
-    startGame(launcher, namedWine);
+    launcher.start(namedWine);
     QCOMPARE(namedWine.arguments(), QStringList(named.filePath(name + u".exe"_s)));
     QCOMPARE(namedWine.workingFolder(), named.dir());
 
@@ -264,7 +261,7 @@ void TestGameLaunch::noNameIsSpecialToTheShell()
     const FakeProgram game(named.filePath(settings.clientExe));
     settings.useWine = false;
     LauncherWindow second;
-    startGame(second, game);
+    second.start(game);
     QCOMPARE(game.arguments(), QStringList());
     QCOMPARE(game.workingFolder(), named.dir());
 }
@@ -276,7 +273,7 @@ void TestGameLaunch::aSingleQuoteIsClosedEscapedAndReopened()
     LauncherSettings::instance().winePath = wine->path();
     LauncherSettings::instance().useWine = true;
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     const QString folder = QString(named.dir()).replace(u"it's"_s, uR"(it'\''s)"_s);
     QCOMPARE(launcher.process->arguments().at(1),
              u"cd '%1' && exec '%2' '%1/ZEL.exe'"_s.arg(folder, wine->path()));
@@ -296,7 +293,7 @@ void TestGameLaunch::theServerFilesAreWrittenFirst()
         "ls >found/list");
     settings.winePath = copier.path();
     LauncherWindow launcher;
-    startGame(launcher, copier);
+    launcher.start(copier);
     QCOMPARE(client->read(u"found/server.txt"_s), "10.1.2.3\n");
     QVERIFY(client->read(u"found/serverlist.txt"_s).contains("10.1.2.3"));
     QVERIFY(client->read(u"found/sn.bin"_s).contains("Orvandale"));
@@ -321,6 +318,7 @@ void TestGameLaunch::aFailedSyncIsShownAndStartsNothing()
 {
     QFETCH(const QString, clientDir);
     QFETCH(const QString, address);
+    QFETCH(const QString, text);
     LauncherSettings &settings = LauncherSettings::instance();
     settings.clientExe = client->filePath(u"ZEL.exe"_s);
     settings.clientDir = clientDir == u"client"_s ? client->dir() : clientDir;
@@ -330,17 +328,7 @@ void TestGameLaunch::aFailedSyncIsShownAndStartsNothing()
     const QSignalSpy patchRuns(launcher.patchManager, &PatchManager::finished);
     const QString summary = launcher.status->text();
     const QList<int> progress = launcher.progress();
-    MessageBoxAnswerer user;
-    user.expect(QMessageBox::Ok);
-    LauncherWindow::click(launcher.play);
-    QVERIFY(user.isDone());
-    QCOMPARE(user.last().title, u"ZEL Launcher"_s);
-    QTEST(user.last().text, "text");
-    QCOMPARE(user.last().icon, QMessageBox::Warning);
-    QCOMPARE(user.last().buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(user.last().parent, &launcher.window);
-    QVERIFY(user.last().isModal);
-
+    QCOMPARE(launcher.boxAfterPlay(), warning(launcher, text));
     QVERIFY(launcher.isIdle());
     QCOMPARE(launcher.status->text(), summary);
     QCOMPARE(launcher.progress(), progress);
@@ -356,16 +344,8 @@ void TestGameLaunch::aMissingClientIsShownAndNotStarted()
     LauncherWindow launcher;
     const QSignalSpy patchReports(launcher.patchManager, &PatchManager::statusChanged);
     const QString summary = launcher.status->text();
-    MessageBoxAnswerer user;
-    user.expect(QMessageBox::Ok);
-    LauncherWindow::click(launcher.play);
-    QVERIFY(user.isDone());
-    QCOMPARE(user.last().title, u"ZEL Launcher"_s);
-    QCOMPARE(user.last().text, u"Executavel nao encontrado:\n"_s + client->filePath(u"ZEL.exe"_s));
-    QCOMPARE(user.last().icon, QMessageBox::Warning);
-    QCOMPARE(user.last().buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(user.last().parent, &launcher.window);
-
+    QCOMPARE(launcher.boxAfterPlay(),
+             warning(launcher, u"Executavel nao encontrado:\n"_s + client->filePath(u"ZEL.exe"_s)));
     QVERIFY(launcher.isIdle());
     QCOMPARE(launcher.status->text(), summary);
     QCOMPARE(patchReports.count(), 0);
@@ -378,11 +358,11 @@ void TestGameLaunch::aClientThatDoesNotStartIsShown_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<bool>("isExecutable");
-    QTest::newRow("not executable") << QByteArray("#!/bin/sh\n") << false;
+    QTest::newRow("not executable") << "#!/bin/sh\n"_ba << false;
     QTest::newRow("no program") << QByteArray("\x7f"
                                               "ELF and nothing more")
                                 << true;
-    QTest::newRow("interpreter missing") << QByteArray("#!/nowhere/sh\n") << true;
+    QTest::newRow("interpreter missing") << "#!/nowhere/sh\n"_ba << true;
 }
 
 void TestGameLaunch::aClientThatDoesNotStartIsShown()
@@ -403,12 +383,7 @@ void TestGameLaunch::aClientThatDoesNotStartIsShown()
                 [&](QMessageBox &) { QCOMPARE(launcher.status->text(), summary); });
     LauncherWindow::click(launcher.play);
     QVERIFY(user.isDone());
-    QCOMPARE(user.last().title, u"ZEL Launcher"_s);
-    QCOMPARE(user.last().text, u"Nao foi possivel iniciar o cliente:\n"_s + exe);
-    QCOMPARE(user.last().icon, QMessageBox::Warning);
-    QCOMPARE(user.last().buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(user.last().parent, &launcher.window);
-
+    QCOMPARE(user.last(), warning(launcher, notStarted + exe));
     QCOMPARE(launcher.status->text(), u"Falha ao iniciar o jogo."_s);
     QVERIFY(launcher.isIdle());
     QCOMPARE(launcher.progress(), QList<int>({40, 48}));
@@ -416,7 +391,7 @@ void TestGameLaunch::aClientThatDoesNotStartIsShown()
     // The launcher can try again.
     QVERIFY(QFile::remove(exe));
     const FakeProgram game(exe);
-    startGame(launcher, game);
+    launcher.start(game);
 }
 
 void TestGameLaunch::aFailedStartUnderWineNamesTheShellOnPurpose()
@@ -432,9 +407,7 @@ void TestGameLaunch::aFailedStartUnderWineNamesTheShellOnPurpose()
     user.expect(QMessageBox::Ok);
     LauncherWindow::click(launcher.play);
     QVERIFY(user.isDone());
-    QCOMPARE(user.last().title, u"ZEL Launcher"_s);
-    QCOMPARE(user.last().text, u"Nao foi possivel iniciar o cliente:\n/bin/bash"_s);
-    QCOMPARE(user.last().icon, QMessageBox::Warning);
+    QCOMPARE(user.last(), warning(launcher, notStarted + u"/bin/bash"_s));
     QCOMPARE(launcher.status->text(), u"Falha ao iniciar o jogo."_s);
     QVERIFY(launcher.isIdle());
 }
@@ -446,11 +419,7 @@ void TestGameLaunch::aFolderInTheClientsPlaceDoesNotStart()
     Disk::makeFolder(exe);
     LauncherSettings::instance().useWine = false;
     LauncherWindow launcher;
-    MessageBoxAnswerer user;
-    user.expect(QMessageBox::Ok);
-    LauncherWindow::click(launcher.play);
-    QVERIFY(user.isDone());
-    QCOMPARE(user.last().text, u"Nao foi possivel iniciar o cliente:\n"_s + exe);
+    QCOMPARE(launcher.boxAfterPlay(), warning(launcher, notStarted + exe));
     QCOMPARE(launcher.status->text(), u"Falha ao iniciar o jogo."_s);
     QVERIFY(launcher.isIdle());
 }
@@ -459,7 +428,7 @@ void TestGameLaunch::anUnusableWineShowsAsTheShellsExitCode_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<bool>("isExecutable");
-    QTest::newRow("not executable") << QByteArray("#!/bin/sh\n") << false;
+    QTest::newRow("not executable") << "#!/bin/sh\n"_ba << false;
     QTest::newRow("no program") << QByteArray("\x7f"
                                               "ELF\0\0and nothing more",
                                               22)
@@ -482,10 +451,9 @@ void TestGameLaunch::anUnusableWineShowsAsTheShellsExitCode()
     LauncherSettings::instance().winePath = path;
     LauncherWindow launcher;
     LauncherWindow::click(launcher.play);
-    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 126)."_s);
-    QVERIFY(launcher.isIdle());
+    launcher.waitForEnd(126);
     LauncherSettings::instance().winePath = wine->path();
-    startGame(launcher, *wine);
+    launcher.start(*wine);
 }
 
 void TestGameLaunch::withoutAnyWineTheShellsExitCodeIsShown()
@@ -505,19 +473,18 @@ void TestGameLaunch::withoutAnyWineTheShellsExitCodeIsShown()
     QCOMPARE(settings.resolvedWine(), u"wine"_s);
     LauncherWindow launcher;
     LauncherWindow::click(launcher.play);
-    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 127)."_s);
-    QVERIFY(launcher.isIdle());
+    launcher.waitForEnd(127);
 }
 
 void TestGameLaunch::aFailingProfileShowsAsTheShellsExitCode_data()
 {
     QTest::addColumn<QByteArray>("profile");
     QTest::addColumn<int>("code");
-    QTest::newRow("leaves") << QByteArray("exit 3\n") << 3;
-    QTest::newRow("leaves without a complaint") << QByteArray("exit 0\n") << 0;
-    QTest::newRow("stops at its first failure") << QByteArray("set -e\nfalse\n") << 1;
-    QTest::newRow("becomes another program") << QByteArray("exec /bin/false\n") << 1;
-    QTest::newRow("kills its shell") << QByteArray("kill -KILL $$\n") << SIGKILL;
+    QTest::newRow("leaves") << "exit 3\n"_ba << 3;
+    QTest::newRow("leaves without a complaint") << "exit 0\n"_ba << 0;
+    QTest::newRow("stops at its first failure") << "set -e\nfalse\n"_ba << 1;
+    QTest::newRow("becomes another program") << "exec /bin/false\n"_ba << 1;
+    QTest::newRow("kills its shell") << "kill -KILL $$\n"_ba << SIGKILL;
 }
 
 void TestGameLaunch::aFailingProfileShowsAsTheShellsExitCode()
@@ -527,23 +494,22 @@ void TestGameLaunch::aFailingProfileShowsAsTheShellsExitCode()
     writeProfile(profile);
     LauncherWindow launcher;
     LauncherWindow::click(launcher.play);
-    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo %1)."_s.arg(code));
-    QVERIFY(launcher.isIdle());
+    launcher.waitForEnd(code);
     QCOMPARE(wine->startCount(), 0);
 }
 
 void TestGameLaunch::aFaultyProfileDoesNotHinderTheGame_data()
 {
     QTest::addColumn<QByteArray>("profile");
-    QTest::newRow("a syntax error") << QByteArray("if then fi (\n");
-    QTest::newRow("an open quote") << QByteArray("echo 'no end\n");
+    QTest::newRow("a syntax error") << "if then fi (\n"_ba;
+    QTest::newRow("an open quote") << "echo 'no end\n"_ba;
     QTest::newRow("no text") << QByteArray("\xff\xfe\0\x01\n", 5);
-    QTest::newRow("a failure at its end") << QByteArray("false\n");
-    QTest::newRow("an early return") << QByteArray("return 3\n");
-    QTest::newRow("strict from here on") << QByteArray("set -eu\n");
-    QTest::newRow("each command is printed") << QByteArray("set -x\n");
-    QTest::newRow("nothing to print to") << QByteArray("exec >&- 2>&-\n");
-    QTest::newRow("nothing to read from") << QByteArray("exec <&-\n");
+    QTest::newRow("a failure at its end") << "false\n"_ba;
+    QTest::newRow("an early return") << "return 3\n"_ba;
+    QTest::newRow("strict from here on") << "set -eu\n"_ba;
+    QTest::newRow("each command is printed") << "set -x\n"_ba;
+    QTest::newRow("nothing to print to") << "exec >&- 2>&-\n"_ba;
+    QTest::newRow("nothing to read from") << "exec <&-\n"_ba;
 }
 
 void TestGameLaunch::aFaultyProfileDoesNotHinderTheGame()
@@ -551,11 +517,11 @@ void TestGameLaunch::aFaultyProfileDoesNotHinderTheGame()
     QFETCH(const QByteArray, profile);
     writeProfile(profile);
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     QCOMPARE(wine->workingFolder(), client->dir());
     QCOMPARE(wine->arguments(), QStringList(client->filePath(u"ZEL.exe"_s)));
     wine->exitWith(5);
-    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 5)."_s);
+    launcher.waitForEnd(5);
 }
 
 /// File systems take names that are no UTF-8. The launcher's texts cannot hold them.
@@ -575,20 +541,14 @@ void TestGameLaunch::aClientFolderWhoseNameIsNoTextIsNotThere()
     settings.load();
     QCOMPARE(settings.clientDir, name);
     LauncherWindow launcher;
-    MessageBoxAnswerer user;
-    user.expect(QMessageBox::Ok);
-    LauncherWindow::click(launcher.play);
-    QVERIFY(user.isDone());
-    QCOMPARE(user.last().text, u"Configure a pasta do cliente."_s);
+    QCOMPARE(launcher.boxAfterPlay(), warning(launcher, u"Configure a pasta do cliente."_s));
     QVERIFY(launcher.isIdle());
 
     // The same for the executable alone.
     settings.clientDir = client->dir();
     settings.clientExe = name + u"/ZEL.exe"_s;
-    user.expect(QMessageBox::Ok);
-    LauncherWindow::click(launcher.play);
-    QVERIFY(user.isDone());
-    QCOMPARE(user.last().text, u"Executavel nao encontrado:\n"_s + settings.clientExe);
+    QCOMPARE(launcher.boxAfterPlay(),
+             warning(launcher, u"Executavel nao encontrado:\n"_s + settings.clientExe));
     QVERIFY(launcher.isIdle());
     QCOMPARE(launcher.process->state(), QProcess::NotRunning);
 
@@ -606,9 +566,9 @@ void TestGameLaunch::aFileWhoseNameIsNoTextDoesNotMatter()
     const QByteArray bytes = QFile::encodeName(client->dir()) + "/SN\xff.BIN";
     QCOMPARE(::mknod(bytes.constData(), S_IFREG | S_IRWXU, 0), 0);
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     wine->exitWith(0);
-    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 0)."_s);
+    launcher.waitForEnd(0);
     QCOMPARE(::unlink(bytes.constData()), 0);
 }
 
@@ -627,7 +587,7 @@ void TestGameLaunch::boxesShowMarkUpAsItStands()
 void TestGameLaunch::theWindowIsBusyWhileTheGameRuns()
 {
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     QVERIFY(launcher.isBusy());
     QVERIFY(launcher.cancel->isEnabled());
     QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
@@ -653,12 +613,11 @@ void TestGameLaunch::theExitCodeIsShown()
 {
     QFETCH(const int, code);
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     emit launcher.patchManager->progressChanged(40);
     QCOMPARE(launcher.progress(), QList<int>({40, 48}));
     wine->exitWith(code);
-    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo %1)."_s.arg(code));
-    QVERIFY(launcher.isIdle());
+    launcher.waitForEnd(code);
     QCOMPARE(launcher.progress(), QList<int>({0, 0}));
 }
 
@@ -674,10 +633,10 @@ void TestGameLaunch::aCrashIsShownByItsSignal()
 {
     QFETCH(const int, signal);
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     emit launcher.patchManager->progressChanged(40);
     wine->dieOf(signal);
-    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo %1)."_s.arg(signal));
+    launcher.waitForEnd(signal);
     QCOMPARE(launcher.process->exitStatus(), QProcess::CrashExit);
     QVERIFY(launcher.isIdle());
     QCOMPARE(launcher.progress(), QList<int>({0, 0}));
@@ -690,22 +649,21 @@ void TestGameLaunch::aGameThatEndsAtOnceIsNotMissed()
     for (int run = 0; run < 10; ++run) {
         LauncherWindow::click(launcher.play);
         QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
-        QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 0)."_s);
-        QVERIFY(launcher.isIdle());
+        launcher.waitForEnd(0);
     }
 }
 
 void TestGameLaunch::theGameCanBeStartedAgain()
 {
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     wine->exitWith(3);
-    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 3)."_s);
+    launcher.waitForEnd(3);
 
     // Every start takes the settings of its moment.
     const FakeProgram game(client->filePath(u"ZEL.exe"_s));
     LauncherSettings::instance().useWine = false;
-    startGame(launcher, game);
+    launcher.start(game);
     QCOMPARE(launcher.process->arguments(), QStringList());
     QVERIFY(launcher.isBusy());
 }
@@ -742,7 +700,7 @@ void TestGameLaunch::whatIsPrintedTakesNoMemory()
     const FakeProgram talker(client->filePath(u"ZEL.exe"_s), body);
     LauncherSettings &settings = LauncherSettings::instance();
     LauncherWindow launcher;
-    startGame(launcher, *wine); // what is needed once is loaded from here on
+    launcher.start(*wine); // what is needed once is loaded from here on
     wine->exitWith(0);
     QTRY_COMPARE(launcher.process->state(), QProcess::NotRunning);
 
@@ -774,14 +732,14 @@ void TestGameLaunch::whatTheGameLeavesBehindIsNotWaitedFor()
     {
         LauncherWindow launcher;
         LauncherWindow::click(launcher.play);
-        QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 7)."_s);
+        launcher.waitForEnd(7);
         child = client->read(u"child"_s).trimmed().toLongLong();
         QVERIFY(child > 0);
         QVERIFY(ProcessTable::isAlive(child));
         QVERIFY(launcher.isIdle());
 
         LauncherSettings::instance().winePath = wine->path();
-        startGame(launcher, *wine);
+        launcher.start(*wine);
     }
     QVERIFY(ProcessTable::isAlive(child));
 }
@@ -797,18 +755,13 @@ void TestGameLaunch::cancelClosesAnIdleWindow()
 void TestGameLaunch::cancelAsksWhileTheGameRuns()
 {
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     MessageBoxAnswerer user;
     user.expect(QMessageBox::No);
     LauncherWindow::click(launcher.cancel);
     QVERIFY(user.isDone());
-    QCOMPARE(user.last().title, u"ZEL Launcher"_s);
-    QCOMPARE(user.last().text, u"O jogo esta em execucao. Deseja encerrar o launcher?"_s);
-    QCOMPARE(user.last().icon, QMessageBox::Question);
-    QCOMPARE(user.last().buttons, QMessageBox::Yes | QMessageBox::No);
-    QCOMPARE(user.last().parent, &launcher.window);
-    QVERIFY(user.last().isModal);
-
+    QCOMPARE(user.last(), messageBox(&launcher.window, QMessageBox::Question, u"ZEL Launcher"_s,
+                                     u"O jogo esta em execucao. Deseja encerrar o launcher?"_s));
     QVERIFY(launcher.window.isVisible());
     QVERIFY(launcher.isBusy());
     QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
@@ -820,7 +773,7 @@ void TestGameLaunch::cancelAnsweredYesEndsTheGame()
     qint64 pid = 0;
     {
         LauncherWindow launcher;
-        startGame(launcher, *wine);
+        launcher.start(*wine);
         pid = wine->pid();
         cancelAndAgree(launcher);
         QVERIFY(ProcessTable::isAlive(pid));
@@ -831,11 +784,11 @@ void TestGameLaunch::cancelAnsweredYesEndsTheGame()
 void TestGameLaunch::theGameMayEndWhileTheQuestionIsOpen()
 {
     LauncherWindow launcher;
-    startGame(launcher, *wine);
+    launcher.start(*wine);
     MessageBoxAnswerer user;
     user.expect(QMessageBox::No, [&](QMessageBox &) {
         wine->exitWith(3);
-        QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 3)."_s);
+        launcher.waitForEnd(3);
     });
     LauncherWindow::click(launcher.cancel);
     QVERIFY(user.isDone());
@@ -848,7 +801,7 @@ void TestGameLaunch::closingTheFrameAsksNothing()
     qint64 pid = 0;
     {
         LauncherWindow launcher;
-        startGame(launcher, *wine);
+        launcher.start(*wine);
         pid = wine->pid();
         const MessageBoxAnswerer user;
         QVERIFY(launcher.window.close());
@@ -888,7 +841,7 @@ void TestGameLaunch::aStoppedGameEndsWithTheLauncher()
     qint64 pid = 0;
     {
         LauncherWindow launcher;
-        startGame(launcher, *wine);
+        launcher.start(*wine);
         pid = wine->pid();
         QCOMPARE(::kill(pid_t(pid), SIGSTOP), 0);
         cancelAndAgree(launcher);

@@ -15,17 +15,19 @@
 #include "support/process/FakeClient.h"
 #include "support/windows/StyleSheet.h"
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 constexpr QSize pictureSize(960, 592);
 
-/// The rules of a style sheet: selector to properties.
+/// The rules of a style sheet: properties by selector.
 using StyleRules = QMap<QString, QMap<QString, QString>>;
 
-StyleRules rulesOf(const QWidget *widget)
+StyleRules rulesOf(const QString &text)
 {
-    const StyleSheet sheet(widget->styleSheet());
+    const StyleSheet sheet(text);
     if (!sheet.error.isEmpty()) {
         QTest::qFail(qPrintable(sheet.error), __FILE__, __LINE__);
     }
@@ -80,15 +82,13 @@ private slots:
     void init();
 
     void hasSevenSlotsAndNoSignals();
-    void theTitleNamesTheLauncher();
-    void theSizeIsFixed();
+    void theTitleAndTheSizeAreFixed();
     void theWindowIsAPictureAboveABar();
     void theBarHoldsButtonsStatusAndFooter();
     void beforeItIsShownEachPartHasItsOwnSize();
     void theProgressBarsTakeTheWidthThatTheButtonsLeave();
     void eachButtonHasItsLook_data();
     void eachButtonHasItsLook();
-    void theButtonSheetEndsWithItsMinimumWidth();
     void bothProgressBarsLookAlike();
     void theTextLinesHaveTheirLook();
     void aStyleSheetOfTheApplicationMovesNothing();
@@ -124,24 +124,17 @@ void TestMainWindow::init()
 void TestMainWindow::hasSevenSlotsAndNoSignals()
 {
     QCOMPARE(ownMethods(MainWindow::staticMetaObject),
-             QStringList({QStringLiteral("slot onPlay()"), QStringLiteral("slot onOpenSettings()"),
-                          QStringLiteral("slot onCancel()"),
-                          QStringLiteral("slot onPatchStatus(QString) message"),
-                          QStringLiteral("slot onPatchProgress(int) percent"),
-                          QStringLiteral("slot onPatchFinished(bool,QString) success,message"),
-                          QStringLiteral("slot onProcessFinished(int,QProcess::ExitStatus) "
-                                         "exitCode,status")}));
+             QStringList({u"slot onPlay()"_s, u"slot onOpenSettings()"_s, u"slot onCancel()"_s,
+                          u"slot onPatchStatus(QString) message"_s,
+                          u"slot onPatchProgress(int) percent"_s,
+                          u"slot onPatchFinished(bool,QString) success,message"_s,
+                          u"slot onProcessFinished(int,QProcess::ExitStatus) exitCode,status"_s}));
 }
 
-void TestMainWindow::theTitleNamesTheLauncher()
-{
-    const LauncherWindow launcher;
-    QCOMPARE(launcher.window.windowTitle(), QStringLiteral("ZEL Launcher"));
-}
-
-void TestMainWindow::theSizeIsFixed()
+void TestMainWindow::theTitleAndTheSizeAreFixed()
 {
     LauncherWindow launcher;
+    QCOMPARE(launcher.window.windowTitle(), u"ZEL Launcher"_s);
     QCOMPARE(launcher.window.size(), QSize(960, 724));
     QCOMPARE(launcher.window.minimumSize(), QSize(960, 724));
     QCOMPARE(launcher.window.maximumSize(), QSize(960, 724));
@@ -156,9 +149,8 @@ void TestMainWindow::theWindowIsAPictureAboveABar()
 {
     const LauncherWindow launcher;
     const QWidget *root = launcher.window.centralWidget();
-    QCOMPARE(root->objectName(), QStringLiteral("LauncherRoot"));
-    QCOMPARE(root->styleSheet(),
-             QStringLiteral("QWidget#LauncherRoot { background-color: #000000; }"));
+    QCOMPARE(root->objectName(), u"LauncherRoot"_s);
+    QCOMPARE(root->styleSheet(), u"QWidget#LauncherRoot { background-color: #000000; }"_s);
     const auto *layout = qobject_cast<QVBoxLayout *>(root->layout());
     QVERIFY(layout != nullptr);
     QCOMPARE(layout->contentsMargins(), QMargins());
@@ -175,9 +167,9 @@ void TestMainWindow::theWindowIsAPictureAboveABar()
     QCOMPARE(launcher.frame->geometry(), QRect(0, 592, 960, 132));
     QCOMPARE(launcher.frame->minimumHeight(), 132);
     QCOMPARE(launcher.frame->maximumHeight(), 132);
-    QCOMPARE(launcher.frame->styleSheet(),
-             QStringLiteral("QFrame#LauncherBottom {  background-color: #080808;"
-                            "  border-top: 1px solid #2a2a2a;}"));
+    QCOMPARE(
+        launcher.frame->styleSheet(),
+        u"QFrame#LauncherBottom {  background-color: #080808;  border-top: 1px solid #2a2a2a;}"_s);
 }
 
 void TestMainWindow::theBarHoldsButtonsStatusAndFooter()
@@ -214,9 +206,8 @@ void TestMainWindow::theBarHoldsButtonsStatusAndFooter()
 void TestMainWindow::beforeItIsShownEachPartHasItsOwnSize()
 {
     const MainWindow window;
-    const QMap<QString, QSize> expected{{QStringLiteral("Iniciar"), {136, 54}},
-                                        {QStringLiteral("Configuracao"), {112, 54}},
-                                        {QStringLiteral("Cancelar"), {96, 54}}};
+    const QMap<QString, QSize> expected{
+        {u"Iniciar"_s, {136, 54}}, {u"Configuracao"_s, {112, 54}}, {u"Cancelar"_s, {96, 54}}};
     QMap<QString, QSize> smallest;
     QMap<QString, QSize> largest;
     for (const QPushButton *button : window.findChildren<QPushButton *>()) {
@@ -250,92 +241,64 @@ void TestMainWindow::theProgressBarsTakeTheWidthThatTheButtonsLeave()
 
 void TestMainWindow::eachButtonHasItsLook_data()
 {
-    QTest::addColumn<QString>("text");
+    QTest::addColumn<QPushButton * LauncherWindow::*>("member");
     QTest::addColumn<int>("width");
-    QTest::addColumn<QString>("fontSize");
-    QTest::newRow("play") << QStringLiteral("Iniciar") << 136 << QStringLiteral("17px");
-    QTest::newRow("settings") << QStringLiteral("Configuracao") << 112 << QStringLiteral("12px");
-    QTest::newRow("cancel") << QStringLiteral("Cancelar") << 96 << QStringLiteral("12px");
+    QTest::addColumn<int>("fontPx");
+    QTest::newRow("play") << &LauncherWindow::play << 136 << 17;
+    QTest::newRow("settings") << &LauncherWindow::settings << 112 << 12;
+    QTest::newRow("cancel") << &LauncherWindow::cancel << 96 << 12;
 }
 
 void TestMainWindow::eachButtonHasItsLook()
 {
-    QFETCH(const QString, text);
+    QFETCH(QPushButton * LauncherWindow::*const, member);
     QFETCH(const int, width);
-    QFETCH(const QString, fontSize);
+    QFETCH(const int, fontPx);
     const LauncherWindow launcher;
-    const QPushButton *button = nullptr;
-    for (const QPushButton *candidate : {launcher.play, launcher.settings, launcher.cancel}) {
-        if (candidate->text() == text) {
-            button = candidate;
-        }
-    }
-    QVERIFY(button != nullptr);
+    const QPushButton *button = launcher.*member;
     // The fixed size and the sheet's minimum disagree on purpose; the sheet's, with padding and
     // border, is what is drawn.
     QCOMPARE(button->size(), QSize(width + 26, 54));
     QCOMPARE(button->maximumSize(), QSize(width, 54));
     QCOMPARE(button->cursor().shape(), Qt::PointingHandCursor);
 
-    const QString vertical = QStringLiteral("qlineargradient(x1:0, y1:0, x2:0, y2:1, %1)");
-    const StyleRules expected = {
-        {QStringLiteral("QPushButton"),
-         {{QStringLiteral("color"), QStringLiteral("#ffffff")},
-          {QStringLiteral("background"),
-           vertical.arg(QStringLiteral("stop:0 #8a8a8a, stop:0.45 #5e5e5e, stop:1 #3a3a3a"))},
-          {QStringLiteral("border"), QStringLiteral("1px solid #d8d8d8")},
-          {QStringLiteral("border-radius"), QStringLiteral("2px")},
-          {QStringLiteral("font-size"), fontSize},
-          {QStringLiteral("font-weight"), QStringLiteral("700")},
-          {QStringLiteral("padding"), QStringLiteral("6px 12px")},
-          {QStringLiteral("min-width"), QStringLiteral("%1px").arg(width)}}},
-        {QStringLiteral("QPushButton:hover"),
-         {{QStringLiteral("background"),
-           vertical.arg(QStringLiteral("stop:0 #a0a0a0, stop:0.45 #707070, stop:1 #4a4a4a"))}}},
-        {QStringLiteral("QPushButton:pressed"),
-         {{QStringLiteral("background"),
-           vertical.arg(QStringLiteral("stop:0 #4a4a4a, stop:1 #2a2a2a"))},
-          {QStringLiteral("border-color"), QStringLiteral("#aaaaaa")}}},
-        {QStringLiteral("QPushButton:disabled"),
-         {{QStringLiteral("background"), QStringLiteral("#3a3a3a")},
-          {QStringLiteral("color"), QStringLiteral("#888888")},
-          {QStringLiteral("border-color"), QStringLiteral("#555555")}}},
-    };
-    QCOMPARE(rulesOf(button), expected);
+    const QString sheet = uR"(
+QPushButton {
+    color: #ffffff; border: 1px solid #d8d8d8; border-radius: 2px; font-size: %1px;
+    background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #8a8a8a, stop:0.45 #5e5e5e, stop:1 #3a3a3a);
+    font-weight: 700; padding: 6px 12px; min-width: %2px;
 }
-
-void TestMainWindow::theButtonSheetEndsWithItsMinimumWidth()
-{
-    const LauncherWindow launcher;
-    QVERIFY(
-        launcher.play->styleSheet().endsWith(QStringLiteral(" QPushButton { min-width: 136px; }")));
-    QVERIFY(launcher.settings->styleSheet().endsWith(
-        QStringLiteral(" QPushButton { min-width: 112px; }")));
-    QVERIFY(launcher.cancel->styleSheet().endsWith(
-        QStringLiteral(" QPushButton { min-width: 96px; }")));
+QPushButton:hover {
+    background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #a0a0a0, stop:0.45 #707070, stop:1 #4a4a4a);
+}
+QPushButton:pressed {
+    background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #4a4a4a, stop:1 #2a2a2a);
+    border-color: #aaaaaa;
+}
+QPushButton:disabled { background: #3a3a3a; color: #888888; border-color: #555555; }
+)"_s;
+    QCOMPARE(rulesOf(button->styleSheet()), rulesOf(sheet.arg(fontPx).arg(width)));
+    QVERIFY(button->styleSheet().endsWith(u" QPushButton { min-width: %1px; }"_s.arg(width)));
 }
 
 void TestMainWindow::bothProgressBarsLookAlike()
 {
     const LauncherWindow launcher;
-    const StyleRules expected = {
-        {QStringLiteral("QProgressBar"),
-         {{QStringLiteral("background-color"), QStringLiteral("#101018")},
-          {QStringLiteral("border"), QStringLiteral("1px solid #4a4a58")},
-          {QStringLiteral("border-radius"), QStringLiteral("0px")},
-          {QStringLiteral("min-height"), QStringLiteral("12px")},
-          {QStringLiteral("max-height"), QStringLiteral("12px")}}},
-        {QStringLiteral("QProgressBar::chunk"),
-         {{QStringLiteral("background"),
-           QStringLiteral("qlineargradient(x1:0, y1:0, x2:1, y2:0, "
-                          "stop:0 #1a3a6a, stop:0.5 #3a6aaa, stop:1 #1a3a6a)")},
-          {QStringLiteral("margin"), QStringLiteral("1px")}}},
-    };
+    const QString sheet = uR"(
+QProgressBar {
+    background-color: #101018; border: 1px solid #4a4a58; border-radius: 0px;
+    min-height: 12px; max-height: 12px;
+}
+QProgressBar::chunk {
+    background: qlineargradient(x1:0, y1:0, x2:1, y2:0, stop:0 #1a3a6a, stop:0.5 #3a6aaa, stop:1 #1a3a6a);
+    margin: 1px;
+}
+)"_s;
     for (const QProgressBar *bar : {launcher.upperBar, launcher.lowerBar}) {
         QCOMPARE(bar->minimum(), 0);
         QCOMPARE(bar->maximum(), 100);
         QVERIFY(!bar->isTextVisible());
-        QCOMPARE(rulesOf(bar), expected);
+        QCOMPARE(rulesOf(bar->styleSheet()), rulesOf(sheet));
     }
     QCOMPARE(launcher.upperBar->styleSheet(), launcher.lowerBar->styleSheet());
 }
@@ -344,17 +307,17 @@ void TestMainWindow::theTextLinesHaveTheirLook()
 {
     const LauncherWindow launcher;
     QCOMPARE(launcher.status->styleSheet(),
-             QStringLiteral("color: #9a9a9a; font-size: 11px; background: transparent;"));
+             u"color: #9a9a9a; font-size: 11px; background: transparent;"_s);
     QCOMPARE(launcher.footer->styleSheet(),
-             QStringLiteral("color: #666666; font-size: 9px; background: transparent;"));
+             u"color: #666666; font-size: 9px; background: transparent;"_s);
     QCOMPARE(launcher.footer->alignment(), Qt::AlignHCenter | Qt::AlignVCenter);
-    QCOMPARE(launcher.footer->text(), QStringLiteral("ZEL Launcher - Orvandale"));
+    QCOMPARE(launcher.footer->text(), u"ZEL Launcher - Orvandale"_s);
 }
 
 void TestMainWindow::aStyleSheetOfTheApplicationMovesNothing()
 {
     const LauncherWindow launcher;
-    qApp->setStyleSheet(QStringLiteral("QWidget { color: #1D1D1F; }"));
+    qApp->setStyleSheet(u"QWidget { color: #1D1D1F; }"_s);
     const auto reset = qScopeGuard([] { qApp->setStyleSheet(QString()); });
     QCoreApplication::processEvents();
     QCOMPARE(launcher.play->size(), QSize(162, 54));
@@ -374,8 +337,8 @@ void TestMainWindow::aNewWindowIsIdle()
 void TestMainWindow::aStatusReportReplacesTheStatusLine()
 {
     const LauncherWindow launcher;
-    emit launcher.patchManager->statusChanged(QStringLiteral("Verificando versao..."));
-    QCOMPARE(launcher.status->text(), QStringLiteral("Verificando versao..."));
+    emit launcher.patchManager->statusChanged(u"Verificando versao..."_s);
+    QCOMPARE(launcher.status->text(), u"Verificando versao..."_s);
     QVERIFY(launcher.isIdle());
     emit launcher.patchManager->statusChanged(QString());
     QCOMPARE(launcher.status->text(), QString());
@@ -495,11 +458,11 @@ void TestMainWindow::thePictureIsScaledSmoothly()
 void TestMainWindow::aPictureOfAnotherFormatIsShown()
 {
     QImage picture(pictureSize, QImage::Format_RGB32);
-    picture.fill(QColor(QStringLiteral("#305080")));
+    picture.fill(QColor(u"#305080"_s));
     QBuffer png;
     QVERIFY(picture.save(&png, "PNG"));
     const FakeClient client;
-    client.write(QStringLiteral("Launcher.bmp"), png.data());
+    client.write(u"Launcher.bmp"_s, png.data());
     client.useInLauncher();
     const LauncherWindow launcher;
     QCOMPARE(launcher.picture->pixmap().toImage().convertToFormat(picture.format()), picture);
@@ -509,9 +472,9 @@ void TestMainWindow::withoutAPictureTheAreaIsBlack_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QByteArray>("content");
-    const QString file = QStringLiteral("file");
+    const QString file = u"file"_s;
     QTest::newRow("missing") << QString() << QByteArray();
-    QTest::newRow("folder") << QStringLiteral("folder") << QByteArray();
+    QTest::newRow("folder") << u"folder"_s << QByteArray();
     QTest::newRow("empty") << file << QByteArray();
     QTest::newRow("no picture") << file << QByteArray("this is no picture");
     QTest::newRow("cut in its header") << file << QByteArray("BM\x36\x00\x00", 5);
@@ -522,17 +485,17 @@ void TestMainWindow::withoutAPictureTheAreaIsBlack()
     QFETCH(const QString, kind);
     QFETCH(const QByteArray, content);
     const FakeClient client;
-    const QString path = client.filePath(QStringLiteral("Launcher.bmp"));
+    const QString path = client.filePath(u"Launcher.bmp"_s);
     QVERIFY(QFile::remove(path));
-    if (kind == QStringLiteral("folder")) {
+    if (kind == u"folder"_s) {
         QVERIFY(QDir().mkpath(path));
-    } else if (kind == QStringLiteral("file")) {
-        client.write(QStringLiteral("Launcher.bmp"), content);
+    } else if (kind == u"file"_s) {
+        client.write(u"Launcher.bmp"_s, content);
     }
     client.useInLauncher();
     LauncherWindow launcher;
     QVERIFY(launcher.picture->pixmap().isNull());
-    QCOMPARE(launcher.picture->styleSheet(), QStringLiteral("background-color: #000000;"));
+    QCOMPARE(launcher.picture->styleSheet(), u"background-color: #000000;"_s);
     QImage black(pictureSize, QImage::Format_RGB32);
     black.fill(Qt::black);
     QCOMPARE(launcher.picture->grab().toImage().convertToFormat(black.format()), black);
@@ -542,16 +505,16 @@ void TestMainWindow::theSummaryReplacesTheWarningOfAMissingPictureOnPurpose()
 {
     const LauncherWindow launcher;
     QVERIFY(launcher.picture->pixmap().isNull());
-    QCOMPARE(launcher.status->text(), QStringLiteral("Orvandale  |  127.0.0.1  |  Versao 1.0.0"));
+    QCOMPARE(launcher.status->text(), u"Orvandale  |  127.0.0.1  |  Versao 1.0.0"_s);
 }
 
 void TestMainWindow::theWarningOfAMissingPictureNamesItsPath()
 {
     LauncherWindow launcher;
     (launcher.window.*opened(LoadBackground()))();
-    QCOMPARE(launcher.status->text(), QStringLiteral("Launcher.bmp nao encontrado: ") +
+    QCOMPARE(launcher.status->text(), u"Launcher.bmp nao encontrado: "_s +
                                           QCoreApplication::applicationDirPath() +
-                                          QStringLiteral("/Launcher.bmp"));
+                                          u"/Launcher.bmp"_s);
 }
 
 void TestMainWindow::theStatusLineBeginsReady()
@@ -559,35 +522,34 @@ void TestMainWindow::theStatusLineBeginsReady()
     MainWindow window;
     (window.*opened(SetupUi()))();
     QStringList texts;
-    const QList<QLabel *> labels = window.centralWidget()->findChildren<QLabel *>();
-    for (const QLabel *label : labels) {
+    for (const QLabel *label : window.centralWidget()->findChildren<QLabel *>()) {
         texts.append(label->text());
     }
-    QCOMPARE(texts, QStringList({QString(), QStringLiteral("Pronto para iniciar."),
-                                 QStringLiteral("ZEL Launcher - Orvandale")}));
+    QCOMPARE(texts,
+             QStringList({QString(), u"Pronto para iniciar."_s, u"ZEL Launcher - Orvandale"_s}));
 }
 
 void TestMainWindow::theClientsFilesCanBePreparedAlone()
 {
     const FakeClient client;
     client.useInLauncher();
-    client.write(QStringLiteral("Config.bin"), "options");
+    client.write(u"Config.bin"_s, "options");
     LauncherSettings &settings = LauncherSettings::instance();
-    settings.serverIp = QStringLiteral("10.1.2.3");
+    settings.serverIp = u"10.1.2.3"_s;
     LauncherWindow launcher;
     const auto prepare = [&](QString *error) {
         return (launcher.window.*opened(PrepareClientFiles()))(error);
     };
-    QString error = QStringLiteral("before");
+    QString error = u"before"_s;
     QVERIFY(prepare(&error));
-    QCOMPARE(error, QStringLiteral("before"));
-    QCOMPARE(client.read(QStringLiteral("server.txt")), QByteArray("10.1.2.3\n"));
-    QCOMPARE(client.read(QStringLiteral("Config.bin")), QByteArray("options"));
+    QCOMPARE(error, u"before"_s);
+    QCOMPARE(client.read(u"server.txt"_s), QByteArray("10.1.2.3\n"));
+    QCOMPARE(client.read(u"Config.bin"_s), QByteArray("options"));
     QVERIFY(launcher.isIdle());
 
     settings.serverIp.clear();
     QVERIFY(!prepare(&error));
-    QCOMPARE(error, QStringLiteral("Informe o IP do servidor."));
+    QCOMPARE(error, u"Informe o IP do servidor."_s);
     QVERIFY(!prepare(nullptr));
 }
 

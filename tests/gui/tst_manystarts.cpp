@@ -11,7 +11,7 @@
 #include "support/process/ProcessTable.h"
 #include "support/windows/MessageBoxAnswerer.h"
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 // The address sanitizer would keep what was released, up to 256 MB, and a leak be lost in it.
 extern "C" const char *__asan_default_options(); // NOLINT(bugprone-reserved-identifier)

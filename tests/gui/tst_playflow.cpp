@@ -15,12 +15,12 @@
 #include "support/process/FakeClient.h"
 #include "support/windows/MessageBoxAnswerer.h"
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace
 {
 
-const QByteArray manifestPath = QByteArrayLiteral("/manifest.json");
+const QByteArray manifestPath = "/manifest.json"_ba;
 
 QByteArray manifest(const QString &version, const QStringList &paths = {})
 {
@@ -36,7 +36,15 @@ QString summaryOf(const QString &version)
     return u"Orvandale  |  127.0.0.1  |  Versao "_s + version;
 }
 
-const QString question = u"\n\nDeseja iniciar mesmo assim?"_s;
+MessageBoxAnswerer::Box box(LauncherWindow &launcher, QMessageBox::Icon icon, const QString &text)
+{
+    return messageBox(&launcher.window, icon, u"Atualizacao"_s, text);
+}
+
+MessageBoxAnswerer::Box question(LauncherWindow &launcher, const QString &message)
+{
+    return box(launcher, QMessageBox::Question, message + u"\n\nDeseja iniciar mesmo assim?"_s);
+}
 
 } // namespace
 
@@ -74,8 +82,9 @@ private slots:
     void cancelDuringADownloadClosesWithoutAQuestion();
 
 private:
-    /// Ends the game and waits until the window says so.
-    void endGame(const LauncherWindow &launcher);
+    void publish(const HttpAnswer &answer) { server->answer(manifestPath, answer); }
+    /// The first update check, which says that there is nothing new, and the game after it.
+    void playFirst(const LauncherWindow &launcher);
 
     std::unique_ptr<FakeClient> client;
     std::unique_ptr<FakeProgram> wine;
@@ -89,7 +98,7 @@ void TestPlayFlow::init()
     client->useInLauncher();
     wine = std::make_unique<FakeProgram>(client->filePath(u"wine"_s));
     server = std::make_unique<HttpServer>();
-    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"1.0.0"_s)));
+    publish(HttpAnswer::withLength(manifest(u"1.0.0"_s)));
     LauncherSettings &settings = LauncherSettings::instance();
     settings.useWine = true;
     settings.winePath = wine->path();
@@ -103,10 +112,14 @@ void TestPlayFlow::cleanup()
     client.reset();
 }
 
-void TestPlayFlow::endGame(const LauncherWindow &launcher)
+void TestPlayFlow::playFirst(const LauncherWindow &launcher)
 {
+    MessageBoxAnswerer user;
+    user.expect(QMessageBox::Ok);
+    LauncherWindow::click(launcher.play);
+    QTRY_COMPARE(wine->startCount(), 1);
     wine->exitWith(0);
-    QTRY_COMPARE(launcher.status->text(), u"Jogo encerrado (codigo 0)."_s);
+    launcher.waitForEnd(0);
 }
 
 void TestPlayFlow::withoutABaseUrlTheGameStartsAtOnce()
@@ -127,7 +140,7 @@ void TestPlayFlow::withoutABaseUrlTheGameStartsAtOnce()
 
 void TestPlayFlow::aCheckMakesTheWindowBusy()
 {
-    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
+    publish(HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
     LauncherWindow launcher;
     // Without the patcher's own reports the line keeps what the click put there.
     QObject::disconnect(launcher.patchManager, &PatchManager::statusChanged, &launcher.window,
@@ -148,7 +161,7 @@ void TestPlayFlow::aCheckMakesTheWindowBusy()
 
 void TestPlayFlow::theServerFilesAreWrittenBeforeTheCheck()
 {
-    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
+    publish(HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
     LauncherSettings::instance().serverIp = u"10.1.2.3"_s;
     LauncherWindow launcher;
     LauncherWindow::click(launcher.play);
@@ -158,8 +171,7 @@ void TestPlayFlow::theServerFilesAreWrittenBeforeTheCheck()
 
 void TestPlayFlow::thePatchersReportsReachTheWindow()
 {
-    server->answer(manifestPath,
-                   HttpAnswer::withLength(manifest(u"2"_s, {u"a"_s, u"b"_s, u"c"_s})).heldAt(0));
+    publish(HttpAnswer::withLength(manifest(u"2"_s, {u"a"_s, u"b"_s, u"c"_s})).heldAt(0));
     server->answer("/a", HttpAnswer::withLength("a"));
     server->answer("/b", HttpAnswer::withLength("b").heldAt(0));
     server->answer("/c", HttpAnswer::withLength("c").heldAt(0));
@@ -191,24 +203,20 @@ void TestPlayFlow::theFirstCheckShowsItsResultThenStartsTheGame()
     });
     LauncherWindow::click(launcher.play);
     QTRY_VERIFY(user.isDone());
-    QCOMPARE(user.last().title, u"Atualizacao"_s);
-    QCOMPARE(user.last().text, u"Cliente ja esta atualizado."_s);
-    QCOMPARE(user.last().icon, QMessageBox::Information);
-    QCOMPARE(user.last().buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(user.last().parent, &launcher.window);
-    QVERIFY(user.last().isModal);
-
+    QCOMPARE(user.last(),
+             box(launcher, QMessageBox::Information, u"Cliente ja esta atualizado."_s));
     QTRY_COMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
     QVERIFY(launcher.isBusy());
     QCOMPARE(launcher.progress(), QList<int>({100, 100}));
     QTRY_COMPARE(wine->startCount(), 1);
-    endGame(launcher);
+    wine->exitWith(0);
+    launcher.waitForEnd(0);
     QCOMPARE(launcher.progress(), QList<int>({0, 0}));
 }
 
 void TestPlayFlow::theResultShowsTheVersionThatTheUpdateReached()
 {
-    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"2.5"_s, {u"ZEL.exe"_s})));
+    publish(HttpAnswer::withLength(manifest(u"2.5"_s, {u"ZEL.exe"_s})));
     server->answer("/ZEL.exe", HttpAnswer::withLength("the new client"));
     LauncherWindow launcher;
     MessageBoxAnswerer user;
@@ -223,7 +231,7 @@ void TestPlayFlow::theResultShowsTheVersionThatTheUpdateReached()
 
 void TestPlayFlow::aFailedFirstCheckIsShownThenAsked()
 {
-    server->answer(manifestPath, HttpAnswer::withLength("[]"));
+    publish(HttpAnswer::withLength("[]"));
     LauncherWindow launcher;
     MessageBoxAnswerer user;
     const auto look = [&](QMessageBox &) {
@@ -235,21 +243,9 @@ void TestPlayFlow::aFailedFirstCheckIsShownThenAsked()
     user.expect(QMessageBox::No, look);
     LauncherWindow::click(launcher.play);
     QTRY_VERIFY(user.isDone());
-    QCOMPARE(user.boxes().size(), 2);
-    const MessageBoxAnswerer::Box result = user.boxes().at(0);
-    QCOMPARE(result.title, u"Atualizacao"_s);
-    QCOMPARE(result.text, u"manifest.json invalido."_s);
-    QCOMPARE(result.icon, QMessageBox::Warning);
-    QCOMPARE(result.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(result.parent, &launcher.window);
-    const MessageBoxAnswerer::Box asked = user.boxes().at(1);
-    QCOMPARE(asked.title, u"Atualizacao"_s);
-    QCOMPARE(asked.text, u"manifest.json invalido."_s + question);
-    QCOMPARE(asked.icon, QMessageBox::Question);
-    QCOMPARE(asked.buttons, QMessageBox::Yes | QMessageBox::No);
-    QCOMPARE(asked.parent, &launcher.window);
-    QVERIFY(asked.isModal);
-
+    const QString message = u"manifest.json invalido."_s;
+    QCOMPARE(user.boxes(),
+             QList({box(launcher, QMessageBox::Warning, message), question(launcher, message)}));
     QTRY_COMPARE(launcher.status->text(), u"Atualizacao cancelada."_s);
     QVERIFY(launcher.isIdle());
     QCOMPARE(launcher.progress(), QList<int>({0, 0}));
@@ -259,15 +255,16 @@ void TestPlayFlow::aFailedFirstCheckIsShownThenAsked()
 
 void TestPlayFlow::aFailedCheckAnsweredYesStartsTheGame()
 {
-    server->answer(manifestPath, HttpAnswer::status("404 Not Found"));
+    publish(HttpAnswer::status("404 Not Found"));
     LauncherWindow launcher;
     MessageBoxAnswerer user;
     user.expect(QMessageBox::Ok);
     user.expect(QMessageBox::Yes);
     LauncherWindow::click(launcher.play);
     QTRY_VERIFY(user.isDone());
-    QVERIFY(user.boxes().at(0).text.startsWith(u"Nao foi possivel baixar manifest.json: "_s));
-    QCOMPARE(user.boxes().at(1).text, user.boxes().at(0).text + question);
+    const QString message = user.boxes().at(0).text;
+    QVERIFY(message.startsWith(u"Nao foi possivel baixar manifest.json: "_s));
+    QCOMPARE(user.last(), question(launcher, message));
     QTRY_COMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
     QVERIFY(launcher.isBusy());
     QTRY_COMPARE(wine->startCount(), 1);
@@ -275,7 +272,7 @@ void TestPlayFlow::aFailedCheckAnsweredYesStartsTheGame()
 
 void TestPlayFlow::aClosedQuestionCountsAsNo()
 {
-    server->answer(manifestPath, HttpAnswer::withLength("[]"));
+    publish(HttpAnswer::withLength("[]"));
     LauncherWindow launcher;
     {
         MessageBoxAnswerer user;
@@ -292,7 +289,7 @@ void TestPlayFlow::aClosedQuestionCountsAsNo()
 
 void TestPlayFlow::aCancelledCheckIsAskedButNotShown()
 {
-    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
+    publish(HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
     LauncherWindow launcher;
     LauncherWindow::click(launcher.play);
     QTRY_COMPARE(server->heldAnswers(), 1);
@@ -301,8 +298,7 @@ void TestPlayFlow::aCancelledCheckIsAskedButNotShown()
     // From the event loop, like everything in the program: the question runs inside the call.
     QTimer::singleShot(0, launcher.patchManager, &PatchManager::cancel);
     QTRY_VERIFY(user.isDone());
-    QCOMPARE(user.last().icon, QMessageBox::Question);
-    QCOMPARE(user.last().text, u"Atualizacao cancelada."_s + question);
+    QCOMPARE(user.boxes(), QList({question(launcher, u"Atualizacao cancelada."_s)}));
     QVERIFY(launcher.isIdle());
 }
 
@@ -331,7 +327,8 @@ void TestPlayFlow::onlyTheFirstCheckShowsItsResultOnPurpose()
         QTRY_COMPARE(wine->startCount(), run);
         QCOMPARE(user.boxes().size(), 1);
         QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
-        endGame(launcher);
+        wine->exitWith(0);
+        launcher.waitForEnd(0);
     }
     QCOMPARE(server->paths(), QByteArrayList(3, manifestPath));
 }
@@ -339,14 +336,10 @@ void TestPlayFlow::onlyTheFirstCheckShowsItsResultOnPurpose()
 void TestPlayFlow::aLaterCheckDoesNotForceTheBarsOnPurpose()
 {
     LauncherWindow launcher;
-    MessageBoxAnswerer user;
-    user.expect(QMessageBox::Ok);
-    LauncherWindow::click(launcher.play);
-    QTRY_COMPARE(wine->startCount(), 1);
-    endGame(launcher);
+    playFirst(launcher);
 
     // A result without the full progress that the patcher reports before its own.
-    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
+    publish(HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
     LauncherWindow::click(launcher.play);
     QCOMPARE(launcher.progress(), QList<int>({0, 8}));
     emit launcher.patchManager->finished(true, u"Pronto."_s);
@@ -357,21 +350,17 @@ void TestPlayFlow::aLaterCheckDoesNotForceTheBarsOnPurpose()
 void TestPlayFlow::aLaterFailedCheckIsOnlyAsked()
 {
     LauncherWindow launcher;
+    playFirst(launcher);
     MessageBoxAnswerer user;
-    user.expect(QMessageBox::Ok);
-    LauncherWindow::click(launcher.play);
-    QTRY_COMPARE(wine->startCount(), 1);
-    endGame(launcher);
 
-    server->answer(manifestPath, HttpAnswer::withLength("[]"));
+    publish(HttpAnswer::withLength("[]"));
     user.expect(QMessageBox::No, [&](QMessageBox &) {
         QVERIFY(launcher.isBusy());
         QCOMPARE(launcher.progress(), QList<int>({0, 8}));
     });
     LauncherWindow::click(launcher.play);
     QTRY_VERIFY(user.isDone());
-    QCOMPARE(user.last().icon, QMessageBox::Question);
-    QCOMPARE(user.last().text, u"manifest.json invalido."_s + question);
+    QCOMPARE(user.last(), question(launcher, u"manifest.json invalido."_s));
     QTRY_COMPARE(launcher.status->text(), u"Atualizacao cancelada."_s);
     QVERIFY(launcher.isIdle());
     QCOMPARE(launcher.progress(), QList<int>({0, 0}));
@@ -381,17 +370,13 @@ void TestPlayFlow::aLaterFailedCheckIsOnlyAsked()
     LauncherWindow::click(launcher.play);
     QTRY_COMPARE(wine->startCount(), 2);
     QVERIFY(user.isDone());
-    QCOMPARE(user.boxes().size(), 3);
+    QCOMPARE(user.boxes().size(), 2);
 }
 
 void TestPlayFlow::afterACheckNothingListensForItsResult()
 {
     LauncherWindow launcher;
-    MessageBoxAnswerer user;
-    user.expect(QMessageBox::Ok);
-    LauncherWindow::click(launcher.play);
-    QTRY_COMPARE(wine->startCount(), 1);
-    endGame(launcher);
+    playFirst(launcher);
 
     emit launcher.patchManager->finished(true, u"Pronto."_s);
     emit launcher.patchManager->finished(false, u"Falhou."_s);
@@ -404,11 +389,7 @@ void TestPlayFlow::afterACheckNothingListensForItsResult()
 void TestPlayFlow::everyCheckUsesTheSettingsOfItsMoment()
 {
     LauncherWindow launcher;
-    MessageBoxAnswerer user;
-    user.expect(QMessageBox::Ok);
-    LauncherWindow::click(launcher.play);
-    QTRY_COMPARE(wine->startCount(), 1);
-    endGame(launcher);
+    playFirst(launcher);
 
     const FakeClient other(u"other"_s);
     LauncherSettings &settings = LauncherSettings::instance();
@@ -457,25 +438,23 @@ void TestPlayFlow::aResultIsShownByItsMessage_data()
     QTest::addColumn<bool>("success");
     QTest::addColumn<QString>("message");
     QTest::addColumn<QMessageBox::Icon>("icon");
-    QTest::newRow("success") << true << u"Atualizacao concluida."_s << QMessageBox::Information;
-    QTest::newRow("success, switched off") << true << u"x desativada x"_s << QMessageBox::NoIcon;
-    QTest::newRow("success, switched off, capitals")
-        << true << u"DESATIVADA"_s << QMessageBox::NoIcon;
-    QTest::newRow("success, mixed case") << true << u"(DesAtivaDa)"_s << QMessageBox::NoIcon;
-    QTest::newRow("success that names a cancelling")
-        << true << u"cancelada"_s << QMessageBox::Information;
-    QTest::newRow("success, empty") << true << QString() << QMessageBox::Information;
-    QTest::newRow("failure") << false << u"manifest.json invalido."_s << QMessageBox::Warning;
-    QTest::newRow("failure, cancelled")
-        << false << u"Atualizacao cancelada."_s << QMessageBox::NoIcon;
-    QTest::newRow("failure, cancelled, capitals") << false << u"CANCELADA"_s << QMessageBox::NoIcon;
-    QTest::newRow("failure, cancelled, mixed case")
-        << false << u"foi CanCelada hoje"_s << QMessageBox::NoIcon;
-    QTest::newRow("failure, switched off") << false << u"desativada"_s << QMessageBox::NoIcon;
-    QTest::newRow("failure, switched off, capitals")
-        << false << u"x DESATIVADA"_s << QMessageBox::NoIcon;
-    QTest::newRow("failure, similar word") << false << u"cancelado"_s << QMessageBox::Warning;
-    QTest::newRow("failure, empty") << false << QString() << QMessageBox::Warning;
+    constexpr auto none = QMessageBox::NoIcon;
+    constexpr auto information = QMessageBox::Information;
+    constexpr auto warning = QMessageBox::Warning;
+    QTest::newRow("success") << true << u"Atualizacao concluida."_s << information;
+    QTest::newRow("success, switched off") << true << u"x desativada x"_s << none;
+    QTest::newRow("success, switched off, capitals") << true << u"DESATIVADA"_s << none;
+    QTest::newRow("success, mixed case") << true << u"(DesAtivaDa)"_s << none;
+    QTest::newRow("success that names a cancelling") << true << u"cancelada"_s << information;
+    QTest::newRow("success, empty") << true << QString() << information;
+    QTest::newRow("failure") << false << u"manifest.json invalido."_s << warning;
+    QTest::newRow("failure, cancelled") << false << u"Atualizacao cancelada."_s << none;
+    QTest::newRow("failure, cancelled, capitals") << false << u"CANCELADA"_s << none;
+    QTest::newRow("failure, cancelled, mixed case") << false << u"foi CanCelada hoje"_s << none;
+    QTest::newRow("failure, switched off") << false << u"desativada"_s << none;
+    QTest::newRow("failure, switched off, capitals") << false << u"x DESATIVADA"_s << none;
+    QTest::newRow("failure, similar word") << false << u"cancelado"_s << warning;
+    QTest::newRow("failure, empty") << false << QString() << warning;
 }
 
 void TestPlayFlow::aResultIsShownByItsMessage()
@@ -492,10 +471,7 @@ void TestPlayFlow::aResultIsShownByItsMessage()
     emit launcher.patchManager->finished(success, message);
     QVERIFY(user.isDone());
     if (icon != QMessageBox::NoIcon) {
-        QCOMPARE(user.last().title, u"Atualizacao"_s);
-        QCOMPARE(user.last().text, message);
-        QCOMPARE(user.last().icon, icon);
-        QCOMPARE(user.last().buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+        QCOMPARE(user.last(), box(launcher, icon, message));
     }
     QCOMPARE(launcher.progress(), success ? QList<int>({100, 100}) : QList<int>({40, 48}));
     QCOMPARE(launcher.status->text(), summaryOf(u"1.0.0"_s));
@@ -519,7 +495,7 @@ void TestPlayFlow::aResultDuringTheGameIsNotShown()
 
 void TestPlayFlow::cancelDuringACheckClosesWithoutAQuestion()
 {
-    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
+    publish(HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
     {
         LauncherWindow launcher;
         const QSignalSpy results(launcher.patchManager, &PatchManager::finished);
@@ -537,7 +513,7 @@ void TestPlayFlow::cancelDuringACheckClosesWithoutAQuestion()
 
 void TestPlayFlow::cancelDuringADownloadClosesWithoutAQuestion()
 {
-    server->answer(manifestPath, HttpAnswer::withLength(manifest(u"2"_s, {u"a"_s})));
+    publish(HttpAnswer::withLength(manifest(u"2"_s, {u"a"_s})));
     server->answer("/a", HttpAnswer::withLength(QByteArray(1000, 'a')).heldAt(500));
     LauncherWindow launcher;
     const QSignalSpy results(launcher.patchManager, &PatchManager::finished);

@@ -20,7 +20,7 @@
 #include "support/process/FakeClient.h"
 #include "support/process/FakeWineHost.h"
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace
 {

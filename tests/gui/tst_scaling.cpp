@@ -9,7 +9,7 @@
 #include "support/Timeouts.h"
 #include "support/process/FakeClient.h"
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace
 {

@@ -13,7 +13,7 @@
 #include "support/network/HttpServer.h"
 #include "support/process/FakeClient.h"
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace
 {

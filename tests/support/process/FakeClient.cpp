@@ -13,6 +13,8 @@
 #include "support/files/Disk.h"
 #include "support/files/Settings.h"
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -32,8 +34,8 @@ FakeClient::FakeClient(const QString &folderName)
     QImage picture(96, 59, QImage::Format_RGB32);
     picture.fill(Qt::darkGreen);
     writePicture(picture);
-    write(QStringLiteral("zel_login.ini"), "window=1\nserver_ip=10.9.9.9\nsound=0\n");
-    write(QStringLiteral("ZEL.exe"), {});
+    write(u"zel_login.ini"_s, "window=1\nserver_ip=10.9.9.9\nsound=0\n");
+    write(u"ZEL.exe"_s, {});
 }
 
 QString FakeClient::filePath(const QString &name) const
@@ -54,7 +56,7 @@ QByteArray FakeClient::read(const QString &name) const
 
 void FakeClient::writePicture(const QImage &picture) const
 {
-    const QString path = filePath(QStringLiteral("Launcher.bmp"));
+    const QString path = filePath(u"Launcher.bmp"_s);
     require(picture.save(path), path);
 }
 
@@ -68,7 +70,7 @@ void FakeClient::useInLauncher() const
 FakeProgram::FakeProgram(const QString &path, const QByteArray &body)
     : script(path)
 {
-    const QByteArray ordersPath = QFile::encodeName(records.filePath(QStringLiteral("orders")));
+    const QByteArray ordersPath = QFile::encodeName(records.filePath(u"orders"_s));
     require(::mkfifo(ordersPath.constData(), S_IRUSR | S_IWUSR) == 0, path);
     orders = ::open(ordersPath.constData(), O_RDWR | O_CLOEXEC);
     require(orders >= 0, path);
@@ -99,25 +101,25 @@ FakeProgram::~FakeProgram()
 
 int FakeProgram::startCount() const
 {
-    return int(record(QStringLiteral("starts")).count('\n'));
+    return int(record(u"starts"_s).count('\n'));
 }
 
 QStringList FakeProgram::arguments() const
 {
-    QStringList words = QString::fromUtf8(record(QStringLiteral("arguments"))).split(QChar::Null);
+    QStringList words = QString::fromUtf8(record(u"arguments"_s)).split(QChar::Null);
     words.removeLast(); // what follows the last word's end
     return words;
 }
 
 QString FakeProgram::workingFolder() const
 {
-    return QString::fromUtf8(record(QStringLiteral("folder")).chopped(1));
+    return QString::fromUtf8(record(u"folder"_s).chopped(1));
 }
 
 QProcessEnvironment FakeProgram::environment() const
 {
     QProcessEnvironment environment;
-    const QList<QByteArray> lines = record(QStringLiteral("environment")).split('\0');
+    const QList<QByteArray> lines = record(u"environment"_s).split('\0');
     for (const QByteArray &line : lines) {
         const qsizetype equals = line.indexOf('=');
         if (equals > 0) {
@@ -130,7 +132,7 @@ QProcessEnvironment FakeProgram::environment() const
 
 qint64 FakeProgram::pid() const
 {
-    return record(QStringLiteral("pid")).trimmed().toLongLong();
+    return record(u"pid"_s).trimmed().toLongLong();
 }
 
 void FakeProgram::order(const char *what, int number)

@@ -33,7 +33,7 @@ private:
 };
 
 /// An executable script in the place of Wine or of the game. It records how it was started and
-/// then runs until it is told how to end.
+/// then runs until exitWith() or dieOf().
 class FakeProgram
 {
 public:

@@ -8,6 +8,8 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -26,7 +28,7 @@ MessageBoxAnswerer::MessageBoxAnswerer()
 MessageBoxAnswerer::~MessageBoxAnswerer()
 {
     if (!expected.isEmpty()) {
-        fail(QStringLiteral("%1 expected message box(es) did not come").arg(expected.size()));
+        fail(u"%1 expected message box(es) did not come"_s.arg(expected.size()));
     }
 }
 
@@ -60,8 +62,7 @@ void MessageBoxAnswerer::answer(QMessageBox *box)
     seen.append({box->windowTitle(), box->text(), box->icon(), box->standardButtons(),
                  box->isModal(), box->parentWidget()});
     if (expected.isEmpty()) {
-        fail(QStringLiteral("unexpected message box \"%1\": %2")
-                 .arg(box->windowTitle(), box->text()));
+        fail(u"unexpected message box \"%1\": %2"_s.arg(box->windowTitle(), box->text()));
         box->reject();
         return;
     }
@@ -73,18 +74,35 @@ void MessageBoxAnswerer::answer(QMessageBox *box)
     }
     const bool isOpen = guard && guard->isVisible();
     if (isOpen == (next.button == QMessageBox::NoButton)) {
-        fail(isOpen ? QStringLiteral("the message box was left open")
-                    : QStringLiteral("the message box was closed before its answer"));
+        fail(isOpen ? u"the message box was left open"_s
+                    : u"the message box was closed before its answer"_s);
     }
     if (!isOpen) {
         return;
     }
     QAbstractButton *button = guard->button(next.button);
     if (button == nullptr) {
-        fail(QStringLiteral("no button %1 in the message box \"%2\"")
-                 .arg(QString::number(next.button), guard->text()));
+        fail(u"no button %1 in the message box \"%2\""_s.arg(QString::number(next.button),
+                                                             guard->text()));
         guard->reject();
         return;
     }
     QTest::mouseClick(button, Qt::LeftButton);
+}
+
+MessageBoxAnswerer::Box messageBox(QWidget *parent, QMessageBox::Icon icon, const QString &title,
+                                   const QString &text)
+{
+    const QMessageBox::StandardButtons buttons =
+        icon == QMessageBox::Question ? QMessageBox::Yes | QMessageBox::No
+                                      : QMessageBox::StandardButtons(QMessageBox::Ok);
+    return {title, text, icon, buttons, true, parent};
+}
+
+char *toString(const MessageBoxAnswerer::Box &box)
+{
+    const QString text = u"\"%1\", \"%2\", icon %3, buttons %4, modal %5, parent %6"_s.arg(
+        box.title, box.text, QString::number(box.icon), QString::number(box.buttons.toInt()),
+        QString::number(int(box.isModal)), QString::number(quintptr(box.parent), 16));
+    return qstrdup(qPrintable(text));
 }

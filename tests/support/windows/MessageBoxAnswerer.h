@@ -7,8 +7,8 @@
 
 #include <functional>
 
-/// The user in front of the message boxes. While one of these lives, each box must be one that it
-/// was told to expect and each expected one must come and be closed; the test fails otherwise.
+/// The user in front of the message boxes. While one of these lives, an unexpected box, and an
+/// expected one that does not come or is not closed, fails the test.
 class MessageBoxAnswerer : public QObject
 {
     Q_OBJECT
@@ -22,6 +22,8 @@ public:
         QMessageBox::StandardButtons buttons;
         bool isModal;
         QWidget *parent;
+
+        bool operator==(const Box &other) const = default;
     };
     /// A look at the program while the box is open.
     using Look = std::function<void(QMessageBox &)>;
@@ -54,3 +56,10 @@ private:
     QList<Box> seen;
     int open = 0;
 };
+
+/// A modal box as the launcher shows it: with Yes and No for a question, with OK otherwise.
+MessageBoxAnswerer::Box messageBox(QWidget *parent, QMessageBox::Icon icon, const QString &title,
+                                   const QString &text);
+
+/// For the message of QCOMPARE().
+char *toString(const MessageBoxAnswerer::Box &box);
