@@ -84,6 +84,12 @@ def name_of(widget):
     return widget.get_name()
 
 
+def role_of(widget):
+    """The role's name; newer at-spi calls a push button "button"."""
+    name = widget.get_role_name()
+    return "push button" if name == "button" else name
+
+
 def is_in_state(widget, state):
     return widget.get_state_set().contains(state)
 
@@ -92,7 +98,7 @@ def showing(role, name):
     """Of several the last counts, which is that of the window opened last."""
     found = None
     for widget in launcher_widgets():
-        if widget.get_role_name() != role or widget.get_name() != name:
+        if role_of(widget) != role or widget.get_name() != name:
             continue
         if is_in_state(widget, Atspi.StateType.SHOWING):
             found = widget
@@ -121,7 +127,7 @@ def press(role, name):
 def focused(role, name):
     for widget in launcher_widgets():
         if is_in_state(widget, Atspi.StateType.FOCUSED):
-            if widget.get_role_name() == role and name_of(widget) == name:
+            if role_of(widget) == role and name_of(widget) == name:
                 return name
     return None
 
@@ -129,10 +135,10 @@ def focused(role, name):
 def window_widgets(title):
     lines = []
     for window in launcher_widgets():
-        if window.get_name() == title and window.get_role_name() in ("frame", "dialog"):
+        if window.get_name() == title and role_of(window) in ("frame", "dialog"):
             for widget in widgets(window):
                 if is_in_state(widget, Atspi.StateType.SHOWING):
-                    words = (widget.get_role_name(), name_of(widget), widget.get_description())
+                    words = (role_of(widget), name_of(widget), widget.get_description())
                     lines.append("\t".join(words))
     return "\n".join(lines) or None
 
