@@ -1,15 +1,20 @@
 #include "support/TestMain.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPointer>
+#include <QScopeGuard>
 #include <QSettings>
+#include <QThread>
 #include <QTimer>
+#include <QTimerEvent>
 #include <QUrl>
 
-#include <memory>
+#include <optional>
+#include <utility>
 
 #include "gui/LauncherWindow.h"
 #include "gui/RandomUser.h"
@@ -25,8 +30,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr const char *seedVariable = "ZEL_TEST_SEED";
-constexpr const char *countVariable = "ZEL_TEST_EVENTS";
 constexpr int defaultSeed = 20261121;
 constexpr int defaultCount = 10'000;
 
@@ -37,46 +40,45 @@ int numberFrom(const char *variable, int otherwise)
     return isNumber ? number : otherwise;
 }
 
-/// A program that runs for a moment.
-void writeGame(const QString &path, const QByteArray &commands)
-{
-    Disk::write(path, "#!/bin/sh\n" + commands);
-    if (!QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner)) {
-        qFatal("cannot prepare the test: %s", qPrintable(path));
-    }
-}
-
 } // namespace
 
-/// Thousands of acts without a plan. Whatever they did, the launcher is there, and usable.
+/// Thousands of random inputs, after which the launcher still works.
 class TestRandomUser : public TestBase
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void theLauncherOutlivesAnyUse();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
+protected:
+    void timerEvent(QTimerEvent *event) override;
+
 private:
     void startAnew();
+    void act(bool isOutermost);
+    bool closeForemost(bool isOutermost);
     void stayInside();
     bool isInside(const QString &path) const;
     bool leadsOut(const QString &folder) const;
     void configure();
 
-    std::unique_ptr<QTemporaryDir> root;
-    std::unique_ptr<Disk::WorkingFolder> workingFolder;
-    std::unique_ptr<FakeWineHost> host;
-    std::unique_ptr<FakeClient> client;
-    std::unique_ptr<HttpServer> server;
-    std::unique_ptr<LauncherWindow> launcher;
+    QTemporaryDir root;
+    FakeWineHost host;
+    const FakeClient client;
+    HttpServer server;
+    std::optional<LauncherWindow> launcher;
     QPointer<QLineEdit> clientDirEdit; // of the open settings dialog
     QPointer<QFileDialog> openChooser;
-    QString wine;
+    const QString wine = client.filePath(u"wine"_s);
+
+    std::optional<RandomUser> user;
+    int left = 0;
+    int timer = 0;
+    int outermostLevel = 0;
+    int actingLevel = 0; // the event loop level of the innermost act under way
+    QEventLoop loop;
 
     // What has been opened and started so far.
     int windows = 0;
@@ -86,38 +88,7 @@ private:
     int games = 0;
 };
 
-void TestRandomUser::init()
-{
-    TestBase::init();
-    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
-    qApp->installEventFilter(this);
-    host = std::make_unique<FakeWineHost>();
-    root = std::make_unique<QTemporaryDir>();
-    workingFolder = std::make_unique<Disk::WorkingFolder>(root->path());
-    client = std::make_unique<FakeClient>(u"client"_s);
-    wine = client->filePath(u"wine"_s);
-    writeGame(wine, "exec /bin/sleep 0.2\n");
-    writeGame(client->filePath(u"ZEL.exe"_s), "exit 3\n");
-
-    server = std::make_unique<HttpServer>();
-    server->answer("/manifest.json", HttpAnswer::withLength(R"({"version": "2", "files": [
-                       {"path": "notice.txt"}, {"path": "data/map.bin"}]})"));
-    server->answer("/notice.txt", HttpAnswer::withLength("news"));
-    server->answer("/data/map.bin", HttpAnswer::chunked(QByteArray(20'000, 'm')).inBlocks(2000, 2));
-}
-
-void TestRandomUser::cleanup()
-{
-    qApp->removeEventFilter(this);
-    launcher.reset();
-    server.reset();
-    client.reset();
-    workingFolder.reset();
-    root.reset();
-    host.reset();
-}
-
-/// Counts what opens, and lets the choosers change nothing on the disk.
+/// Counts what opens, and makes the choosers read-only.
 bool TestRandomUser::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Show) {
@@ -139,25 +110,69 @@ bool TestRandomUser::eventFilter(QObject *watched, QEvent *event)
 void TestRandomUser::startAnew()
 {
     launcher.reset();
-    client->useInLauncher();
+    client.useInLauncher();
     LauncherSettings &settings = LauncherSettings::instance();
     settings.winePath = wine;
     settings.useWine = windows % 3 != 0;
-    settings.patchBaseUrl = windows % 2 == 0 ? server->url() : QString();
+    settings.patchBaseUrl = windows % 2 == 0 ? server.url() : QString();
     settings.save();
     settings.load();
-    launcher = std::make_unique<LauncherWindow>();
+    launcher.emplace();
     connect(launcher->process, &QProcess::started, this, [this] { ++games; });
     ++windows;
+}
+
+/// Acts from whatever event loop runs, so that dialogs, message boxes and lists are used too.
+void TestRandomUser::timerEvent(QTimerEvent *event)
+{
+    // A timer does not fire again before its event returns, and an act that opens a dialog returns
+    // when the dialog is closed: each act needs a new timer.
+    killTimer(event->timerId());
+    timer = startTimer(0);
+    // Some acts process events without a loop of their own; those must not act.
+    const int level = QThread::currentThread()->loopLevel();
+    if (level > actingLevel) {
+        const int outerLevel = std::exchange(actingLevel, level);
+        act(level == outermostLevel);
+        actingLevel = outerLevel;
+    }
+}
+
+void TestRandomUser::act(bool isOutermost)
+{
+    if (left > 0) {
+        --left;
+        if (isOutermost && !launcher->window.isVisible()) {
+            startAnew();
+        }
+        user->act();
+        stayInside();
+    } else if (!closeForemost(isOutermost) && launcher->isIdle()) {
+        killTimer(timer);
+        loop.quit();
+    }
+}
+
+/// Closes the foremost list, box or dialog, or ends the drag. False when there is nothing to close.
+bool TestRandomUser::closeForemost(bool isOutermost)
+{
+    QWidget *popup = QApplication::activePopupWidget();
+    QWidget *top = popup != nullptr ? popup : QApplication::activeModalWidget();
+    if (top != nullptr) {
+        top->close();
+    } else if (QWindow *window = RandomUser::foremostWindow(); window != nullptr && !isOutermost) {
+        RandomUser::clickKey(window, Qt::Key_Escape);
+    }
+    return top != nullptr || !isOutermost;
 }
 
 bool TestRandomUser::isInside(const QString &path) const
 {
     const QString place = QDir::cleanPath(QFileInfo(path).absoluteFilePath()) + u'/';
-    return place.startsWith(root->path() + u'/') || place.startsWith(client->dir() + u'/');
+    return place.startsWith(root.path() + u'/') || place.startsWith(client.dir() + u'/');
 }
 
-/// Whether the launcher could write to a folder that is not the test's.
+/// Whether the launcher could write to a folder outside the test's own.
 bool TestRandomUser::leadsOut(const QString &folder) const
 {
     const QString path = folder.trimmed();
@@ -165,20 +180,19 @@ bool TestRandomUser::leadsOut(const QString &folder) const
            !isInside(path);
 }
 
-/// Takes back what would lead the launcher out of the test: folders to write to, programs to
-/// start and servers to ask that are not the test's own.
+/// Resets folders to write to, programs to start and servers to ask that are not the test's own.
 void TestRandomUser::stayInside()
 {
     LauncherSettings &settings = LauncherSettings::instance();
     if (leadsOut(settings.clientDir)) {
-        settings.clientDir = client->dir();
+        settings.clientDir = client.dir();
     }
     if (clientDirEdit && leadsOut(clientDirEdit->text())) {
-        clientDirEdit->setText(client->dir());
+        clientDirEdit->setText(client.dir());
     }
-    // One step on is /proc, where a chooser reads files for their type that never end.
+    // From "/" a chooser reaches /proc, where it would read endless files to find their type.
     if (openChooser && openChooser->directory().isRoot()) {
-        openChooser->setDirectory(client->dir());
+        openChooser->setDirectory(client.dir());
     }
     if (!isInside(settings.resolvedClientExe())) {
         settings.clientExe = u"ZEL.exe"_s;
@@ -188,21 +202,19 @@ void TestRandomUser::stayInside()
     }
     const QString address = QUrl(settings.patchBaseUrl.trimmed()).host();
     if (!address.isEmpty() && address != u"127.0.0.1"_s) {
-        settings.patchBaseUrl = server->url();
+        settings.patchBaseUrl = server.url();
     }
 }
 
-/// What a user does who knows what he wants.
+/// Enters settings that work.
 void TestRandomUser::configure()
 {
     bool isDone = false;
     QTimer::singleShot(0, this, [&] {
         auto *dialog = qobject_cast<SettingsDialog *>(QApplication::activeModalWidget());
-        if (dialog == nullptr) {
-            return;
-        }
+        QVERIFY(dialog != nullptr);
         const SettingsFields fields(*dialog);
-        SettingsFields::type(fields.clientDir, client->dir());
+        SettingsFields::type(fields.clientDir, client.dir());
         SettingsFields::type(fields.clientExe, u"ZEL.exe"_s);
         SettingsFields::set(fields.useWine, false);
         SettingsFields::type(fields.serverName, u"Aurora"_s);
@@ -218,22 +230,28 @@ void TestRandomUser::configure()
 
 void TestRandomUser::theLauncherOutlivesAnyUse()
 {
-    const int seed = numberFrom(seedVariable, defaultSeed);
-    const int count = numberFrom(countVariable, defaultCount);
-    qInfo("%s=%d %s=%d", seedVariable, seed, countVariable, count);
+    const int seed = numberFrom("ZEL_TEST_SEED", defaultSeed);
+    const int count = numberFrom("ZEL_TEST_EVENTS", defaultCount);
+    qInfo("ZEL_TEST_SEED=%d ZEL_TEST_EVENTS=%d", seed, count);
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    qApp->installEventFilter(this);
+    const Disk::WorkingFolder workingFolder(root.path());
+    Disk::writeExecutable(wine, "#!/bin/sh\nexec /bin/sleep 0.2\n");
+    Disk::writeExecutable(client.filePath(u"ZEL.exe"_s), "#!/bin/sh\nexit 3\n");
+    server.answer("/manifest.json", HttpAnswer::withLength(R"({"version": "2", "files": [
+                       {"path": "notice.txt"}, {"path": "data/map.bin"}]})"));
+    server.answer("/notice.txt", HttpAnswer::withLength("news"));
+    server.answer("/data/map.bin", HttpAnswer::chunked(QByteArray(20'000, 'm')).inBlocks(2000, 2));
 
-    RandomUser user{quint32(seed)};
-    user.beforeAct = [this](bool isOutermost) {
-        if (isOutermost && !launcher->window.isVisible()) {
-            startAnew();
-        }
-    };
-    user.afterAct = [this] { stayInside(); };
-    user.isAtRest = [this] { return launcher->isIdle(); };
+    const auto closeWindow = qScopeGuard([this] { launcher.reset(); });
     startAnew();
-    user.act(count);
+    user.emplace(quint32(seed));
+    left = count;
+    outermostLevel = QThread::currentThread()->loopLevel() + 1;
+    timer = startTimer(0);
+    loop.exec();
     qInfo("%d windows, %d dialogs, %d choosers, %d boxes, %d games, %d requests", windows, dialogs,
-          choosers, boxes, games, int(server->paths().size()));
+          choosers, boxes, games, int(server.paths().size()));
     if (count >= defaultCount) {
         for (const int opened : {windows, dialogs, choosers, boxes, games}) {
             QVERIFY(opened > 10);
@@ -243,20 +261,19 @@ void TestRandomUser::theLauncherOutlivesAnyUse()
     // What is left is a launcher like any other.
     launcher->window.show();
     configure();
-    const QString summary = u"Aurora  |  10.0.0.5  |  Versao "_s;
-    QVERIFY(launcher->status->text().startsWith(summary));
+    QVERIFY(launcher->status->text().startsWith(u"Aurora  |  10.0.0.5  |  Versao "_s));
     LauncherWindow::click(launcher->play);
     QTRY_COMPARE_WITH_TIMEOUT(launcher->status->text(), u"Jogo encerrado (codigo 3)."_s, 30'000);
     QVERIFY(launcher->isIdle());
 
     const QSettings file(TestEnvironment::settingsFile(), QSettings::IniFormat);
     QCOMPARE(file.status(), QSettings::NoError);
-    QCOMPARE(file.value(u"client/dir"_s).toString(), client->dir());
+    QCOMPARE(file.value(u"client/dir"_s).toString(), client.dir());
     QCOMPARE(file.value(u"server/name"_s).toString(), u"Aurora"_s);
     QCOMPARE(file.value(u"server/channelCount"_s).toInt(), 4);
     QCOMPARE(file.allKeys().size(), 11);
-    QCOMPARE(client->read(u"server.txt"_s), "10.0.0.5\n");
-    QCOMPARE(client->read(u"Config.bin"_s).size(), 30);
+    QCOMPARE(client.read(u"server.txt"_s), "10.0.0.5\n");
+    QCOMPARE(client.read(u"Config.bin"_s).size(), 30);
 }
 
 ZEL_GUI_TEST_MAIN(TestRandomUser)
