@@ -8,7 +8,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
-#include <memory>
+#include <optional>
 
 #include "gui/LauncherWindow.h"
 #include "gui/RealLauncher.h"
@@ -16,6 +16,7 @@
 #include "gui/SettingsFields.h"
 #include "settings/LauncherSettings.h"
 #include "support/Timeouts.h"
+#include "support/files/Disk.h"
 #include "support/network/NginxServer.h"
 #include "support/process/FakeClient.h"
 #include "support/process/ProcessTable.h"
@@ -26,30 +27,19 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
 /// How many processes have @p text in their command line.
 int processesWith(const QByteArray &text)
 {
     int count = 0;
     const QStringList entries = QDir(u"/proc"_s).entryList(QDir::Dirs);
     for (const QString &entry : entries) {
-        count += contentOf(u"/proc/%1/cmdline"_s.arg(entry)).contains(text) ? 1 : 0;
+        QFile file(u"/proc/%1/cmdline"_s.arg(entry));
+        count += file.open(QIODevice::ReadOnly) && file.readAll().contains(text) ? 1 : 0;
     }
     return count;
 }
 
-/// Runs a program to its end; true when that is a good one.
+/// Runs a program to its end; true when it exits with 0.
 bool run(const QString &program, const QStringList &arguments,
          const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
 {
@@ -85,16 +75,16 @@ private:
     void publish(const QByteArray &manifest);
     /// Gives the client folder an executable and none of what an earlier run left.
     void resetClient(const QByteArray &exe);
-    /// Waits until the Windows program has done all but end.
+    /// Waits until the Windows program waits for its end.
     void waitForTheClient();
 
     QTemporaryDir work;
     QProcessEnvironment wineEnvironment = QProcessEnvironment::systemEnvironment();
     NginxServer web;
-    // A name that the shell and Wine have to take as it is.
+    // A name that the shell and Wine must not change.
     const FakeClient client{u"Jogo d'Orvandale 100% ação"_s};
-    std::unique_ptr<RealLauncher> launcher;
-    std::unique_ptr<ScreenReader> reader;
+    std::optional<RealLauncher> launcher;
+    std::optional<ScreenReader> reader;
 };
 
 void TestEndToEnd::initTestCase()
@@ -108,20 +98,16 @@ void TestEndToEnd::initTestCase()
     compileClient();
     prepareWine();
     QString webError;
-    QVERIFY(QDir(work.path()).mkpath(u"files/data/mapas"_s));
+    Disk::makeFolder(work.filePath(u"files"_s));
     QVERIFY2(web.start(work.filePath(u"files"_s), &webError), qPrintable(webError));
 
-    launcher = std::make_unique<RealLauncher>(QStringLiteral(ZEL_LAUNCHER));
-    QVERIFY2(launcher->hasDisplay(), "Xvfb does not start");
-    reader = std::make_unique<ScreenReader>(*launcher);
-    QVERIFY2(reader->isRunning(), "dbus-daemon does not start");
-
-    QSettings settings(TestEnvironment::settingsFile(), QSettings::IniFormat);
-    settings.setValue(u"client/dir"_s, client.dir());
-    settings.setValue(u"patch/baseUrl"_s, web.url());
-    settings.setValue(u"server/name"_s, u"Alpha"_s);
-    settings.setValue(u"server/ip"_s, u"10.1.2.3"_s);
-    settings.setValue(u"server/channelCount"_s, 2);
+    launcher.emplace();
+    reader.emplace(*launcher);
+    RealLauncher::writeSettings({{u"client/dir"_s, client.dir()},
+                                 {u"patch/baseUrl"_s, web.url()},
+                                 {u"server/name"_s, u"Alpha"_s},
+                                 {u"server/ip"_s, u"10.1.2.3"_s},
+                                 {u"server/channelCount"_s, 2}});
 }
 
 void TestEndToEnd::cleanupTestCase()
@@ -153,7 +139,7 @@ void TestEndToEnd::compileClient()
 
 void TestEndToEnd::prepareWine()
 {
-    // What the user of the launcher has in his login profile, and only there.
+    // Set in the user's login profile only.
     const QList<std::pair<QString, QString>> variables = {
         {u"WINEPREFIX"_s, work.filePath(u"prefix"_s)},
         {u"WINEDEBUG"_s, u"-all"_s},
@@ -165,7 +151,7 @@ void TestEndToEnd::prepareWine()
         qunsetenv(name.toUtf8().constData());
         profile += u"export %1='%2'\n"_s.arg(name, value).toUtf8();
     }
-    QVERIFY(writeFile(QDir(TestEnvironment::home()).filePath(u".bash_profile"_s), profile));
+    Disk::write(TestEnvironment::home() + u"/.bash_profile"_s, profile);
     QVERIFY2(run(u"wine"_s, {u"wineboot"_s, u"--init"_s}, wineEnvironment),
              "Wine cannot be prepared");
 }
@@ -173,9 +159,9 @@ void TestEndToEnd::prepareWine()
 void TestEndToEnd::publish(const QByteArray &manifest)
 {
     const QDir files(work.filePath(u"files"_s));
-    QFile::copy(work.filePath(u"ZEL.exe"_s), files.filePath(u"ZEL.exe"_s));
-    QVERIFY(writeFile(files.filePath(u"data/mapas/norte.bin"_s), QByteArray(300'000, '\7')));
-    QVERIFY(writeFile(files.filePath(u"manifest.json"_s), manifest));
+    Disk::write(files.filePath(u"ZEL.exe"_s), Disk::read(work.filePath(u"ZEL.exe"_s)));
+    Disk::write(files.filePath(u"data/mapas/norte.bin"_s), QByteArray(300'000, '\7'));
+    Disk::write(files.filePath(u"manifest.json"_s), manifest);
 }
 
 void TestEndToEnd::resetClient(const QByteArray &exe)
@@ -218,12 +204,11 @@ void TestEndToEnd::aNewClientIsDeliveredAndPlayed()
     QVERIFY2(peak - memory < 8 * 1024, qPrintable(u"%1 kB, then %2 kB"_s.arg(memory).arg(peak)));
     client.write(u"end"_s, {});
     reader->waitForLabel(u"^Jogo encerrado \\(codigo 42\\)\\.$"_s);
-    launcher->clickCancel();
-    launcher->waitForEnd();
+    launcher->close();
 
     QCOMPARE(web.requests(), QByteArrayList({"GET /manifest.json HTTP/1.1", "GET /ZEL.exe HTTP/1.1",
                                              "GET /data/mapas/norte.bin HTTP/1.1"}));
-    QCOMPARE(client.read(u"ZEL.exe"_s), contentOf(work.filePath(u"ZEL.exe"_s)));
+    QCOMPARE(client.read(u"ZEL.exe"_s), Disk::read(work.filePath(u"ZEL.exe"_s)));
     QCOMPARE(client.read(u"data/mapas/norte.bin"_s), QByteArray(300'000, '\7'));
     QVERIFY(!QFile::exists(client.filePath(u"ZEL_patched.exe"_s)));
     QCOMPARE(QSettings(TestEnvironment::settingsFile(), QSettings::IniFormat)
@@ -244,7 +229,7 @@ void TestEndToEnd::aNewClientIsDeliveredAndPlayed()
 
 void TestEndToEnd::theClientIsPlayedWithoutTheServerAndEndsWithTheLauncher()
 {
-    resetClient(contentOf(work.filePath(u"ZEL.exe"_s)));
+    resetClient(Disk::read(work.filePath(u"ZEL.exe"_s)));
     web.stop();
 
     launcher->start();

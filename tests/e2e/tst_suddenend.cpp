@@ -6,13 +6,11 @@
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QRegularExpression>
-#include <QSettings>
 #include <QThread>
 
 #include <array>
-#include <cstdio>
 #include <iostream>
-#include <memory>
+#include <optional>
 #include <string>
 
 #include "gui/RealLauncher.h"
@@ -27,7 +25,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int largestSize = 1024 * 1024; // of three sizes, each 32 times the one before
+constexpr int largestSize = 1024 * 1024; // of three files, each 32 times the one before
 
 using Files = QMap<QString, QByteArray>;
 
@@ -41,34 +39,28 @@ const QStringList filesInPlace = {u"Config.bin"_s, u"serverlist.txt"_s, u"sn.bin
 // The lock of the settings file.
 const QString settingsLock = u"Orvandale/zel_launcher.ini.lock"_s;
 
-/// Matches a file in the making, which has the name that it is to get in front.
-const QRegularExpression &temporaryName()
-{
-    static const QRegularExpression pattern(u"^(.+)\\.[A-Za-z]{6}$"_s);
-    return pattern;
-}
+/// Matches the name of a temporary file, which begins with that of the file to replace.
+const QRegularExpression temporaryName(u"^(.+)\\.[A-Za-z]{6}$"_s);
 
 /// The client's own file, for either set of choices.
-QByteArray loginFile()
-{
-    return "window=1\nserver_ip=first.example.org\n" + QByteArray(5000, '#') + "\n";
-}
+const QByteArray loginFile =
+    "window=1\nserver_ip=first.example.org\n" + QByteArray(5000, '#') + "\n";
 
-/// The names that only one of two states has, or with another content, in one line.
-QString differences(const Files &one, const Files &other)
+/// The names of the files that differ between two states.
+QStringList differences(const Files &one, const Files &other)
 {
     QStringList names;
     Files all = one;
     all.insert(other);
-    for (auto file = all.begin(); file != all.end(); ++file) {
-        if (!one.contains(file.key()) || one[file.key()] != other.value(file.key())) {
-            names.append(file.key());
+    for (const QString &name : all.keys()) {
+        if (!one.contains(name) || one.value(name) != other.value(name)) {
+            names << name;
         }
     }
-    return names.join(u' ');
+    return names;
 }
 
-// ---- the process that is ended
+// ---- the process that is killed
 
 /// Stores a player's choices the way the settings dialog does. There are two sets of them.
 bool saveSettings(bool isSecond)
@@ -119,14 +111,12 @@ bool update(const QString &baseUrl)
 int serveAsChild()
 {
     LauncherSettings::instance().load();
-    std::puts(qPrintable(LauncherSettings::instance().websiteUrl));
-    std::fflush(stdout);
+    std::cout << LauncherSettings::instance().websiteUrl.toStdString() << '\n' << std::flush;
     std::string line;
     while (std::getline(std::cin, line)) {
         const QString job = QString::fromStdString(line);
         const bool isDone = job.startsWith(u"http:") ? update(job) : saveSettings(job == u"second");
-        std::puts(isDone ? "done" : "failed");
-        std::fflush(stdout);
+        std::cout << (isDone ? "done" : "failed") << '\n' << std::flush;
     }
     return 0;
 }
@@ -167,9 +157,8 @@ private:
 
 } // namespace
 
-/// The launcher killed in the middle of what it does, as by a power cut to it alone: what it wrote
-/// is in the system's hands. The next start finds every file whole, but for a few that can be cut,
-/// and goes on as if nothing had been.
+/// The launcher killed at random moments. The next start finds every file whole, but for a few that
+/// can be cut, and works as before.
 class TestSuddenEnd : public TestBase
 {
     Q_OBJECT
@@ -177,7 +166,6 @@ class TestSuddenEnd : public TestBase
 private slots:
     void initTestCase();
     void init();
-    void cleanup();
 
     void everyMomentLeavesWholeFiles_data();
     void everyMomentLeavesWholeFiles();
@@ -191,17 +179,15 @@ private:
     /// Everything that the launcher may write.
     Files written() const;
     /// Lets a job be done whole and returns what is then written.
-    Files outcomeOf(Victim *victim, const QByteArray &job);
+    Files outcomeOf(Victim &victim, const QByteArray &job);
     /// Compares what a kill left with the two states that the launcher was between.
     void expectWhole(const Files &left, const Files &before, const Files &after);
-    /// Does what only a player can: removes what a kill left beside the files, and brings back what
-    /// it cut of the client's own.
+    /// Removes the temporary files that a kill left, and restores the login file that it cut.
     void putRight();
 
-    quint32 seed = 0;
     QRandomGenerator random;
-    std::unique_ptr<HttpServer> server;
-    std::unique_ptr<QTemporaryDir> root;
+    std::optional<QTemporaryDir> root;
+    std::optional<HttpServer> server;
     int temporaries = 0;
     int locks = 0;
     int cuts = 0;
@@ -213,34 +199,25 @@ void TestSuddenEnd::initTestCase()
         qunsetenv(name);
     }
     const QByteArray wanted = qgetenv("ZEL_SEED");
-    seed = wanted.isEmpty() ? QRandomGenerator::global()->generate() : wanted.toUInt();
+    const quint32 seed =
+        wanted.isEmpty() ? QRandomGenerator::global()->generate() : wanted.toUInt();
     random.seed(seed);
+    qInfo("ZEL_SEED=%u", seed);
 }
 
 void TestSuddenEnd::init()
 {
     TestBase::init();
-    root = std::make_unique<QTemporaryDir>();
-    server = std::make_unique<HttpServer>();
+    root.emplace();
+    server.emplace();
     temporaries = locks = cuts = 0;
     for (const QString &name : patchFiles) {
         Disk::write(clientDir() + u'/' + name, "of an older patch");
     }
-    Disk::write(clientDir() + u"/zel_login.ini"_s, loginFile());
+    Disk::write(clientDir() + u"/zel_login.ini"_s, loginFile);
     publish("/first", "1", '1');
     publish("/second", "2", '2');
-    QFile::remove(TestEnvironment::settingsFile());
-    QSettings(TestEnvironment::settingsFile(), QSettings::IniFormat)
-        .setValue(u"client/dir"_s, clientDir());
-}
-
-void TestSuddenEnd::cleanup()
-{
-    if (QTest::currentTestFailed()) {
-        qInfo("the same moments again, as far as a machine can: ZEL_SEED=%u", seed);
-    }
-    server.reset();
-    root.reset();
+    RealLauncher::writeSettings({{u"client/dir"_s, clientDir()}});
 }
 
 void TestSuddenEnd::publish(const QByteArray &path, const QByteArray &version, char content)
@@ -265,13 +242,12 @@ Files TestSuddenEnd::written() const
     return files;
 }
 
-Files TestSuddenEnd::outcomeOf(Victim *victim, const QByteArray &job)
+Files TestSuddenEnd::outcomeOf(Victim &victim, const QByteArray &job)
 {
-    victim->ask(job + '\n');
-    const QByteArray answer = victim->answer();
+    victim.ask(job + '\n');
+    const QByteArray answer = victim.answer();
     if (answer != "done") {
-        QTest::qFail(qPrintable(u"%1: %2"_s.arg(QString::fromUtf8(job), QString::fromUtf8(answer))),
-                     __FILE__, __LINE__);
+        QTest::qFail((job + ": " + answer).constData(), __FILE__, __LINE__);
     }
     return written();
 }
@@ -287,7 +263,7 @@ void TestSuddenEnd::expectWhole(const Files &left, const Files &before, const Fi
         if (name == settingsLock) {
             ++locks;
         } else if (!before.contains(name)) {
-            const QRegularExpressionMatch match = temporaryName().match(name);
+            const QRegularExpressionMatch match = temporaryName.match(name);
             QVERIFY2(match.hasMatch() && before.contains(match.captured(1)), qPrintable(name));
             ++temporaries;
         } else if (content != before[name] && content != after[name]) {
@@ -304,20 +280,22 @@ void TestSuddenEnd::putRight()
     for (const QString &folder : {clientDir(), configDir()}) {
         const QStringList names = Disk::files(folder).keys();
         for (const QString &name : names) {
-            if (temporaryName().match(name).hasMatch()) {
+            if (temporaryName.match(name).hasMatch()) {
                 QFile::remove(folder + u'/' + name);
             }
         }
     }
-    Disk::write(clientDir() + u"/zel_login.ini"_s, loginFile());
+    Disk::write(clientDir() + u"/zel_login.ini"_s, loginFile);
 }
 
 void TestSuddenEnd::everyMomentLeavesWholeFiles_data()
 {
     QTest::addColumn<QByteArray>("first");
     QTest::addColumn<QByteArray>("second");
-    QTest::newRow("save") << QByteArray("first") << QByteArray("second");
-    QTest::newRow("update") << QByteArray("/first") << QByteArray("/second");
+    QTest::newRow("save") << "first"_ba
+                          << "second"_ba;
+    QTest::newRow("update") << "/first"_ba
+                            << "/second"_ba;
 }
 
 void TestSuddenEnd::everyMomentLeavesWholeFiles()
@@ -331,13 +309,13 @@ void TestSuddenEnd::everyMomentLeavesWholeFiles()
         second.prepend(url);
     }
 
-    auto victim = std::make_unique<Victim>();
+    std::optional<Victim> victim(std::in_place);
     victim->answer();
-    outcomeOf(victim.get(), "first");
-    const Files before = outcomeOf(victim.get(), url + "/first");
+    outcomeOf(*victim, "first");
+    const Files before = outcomeOf(*victim, url + "/first");
     QElapsedTimer clock;
     clock.start();
-    const Files after = outcomeOf(victim.get(), second);
+    const Files after = outcomeOf(*victim, second);
     const auto jobUs = quint32(clock.nsecsElapsed() / 1000);
 
     int between = 0;
@@ -351,11 +329,11 @@ void TestSuddenEnd::everyMomentLeavesWholeFiles()
         putRight();
 
         // The next start knows one of the two choices, and the next save and update do their work.
-        victim = std::make_unique<Victim>();
+        victim.emplace();
         const QByteArray known = victim->answer();
         QVERIFY2(known == "first" || known == "second", known.constData());
-        outcomeOf(victim.get(), "first");
-        QCOMPARE(differences(outcomeOf(victim.get(), url + "/first"), before), QString());
+        outcomeOf(*victim, "first");
+        QCOMPARE(differences(outcomeOf(*victim, url + "/first"), before), QStringList());
     }
     QVERIFY2(between > 0, "no moment was in the middle of the job");
     qInfo("%d moments, %d of them in the middle; %d cut files, %d locks, %d temporaries", moments,
@@ -365,10 +343,9 @@ void TestSuddenEnd::everyMomentLeavesWholeFiles()
 void TestSuddenEnd::everyMomentOfTheProgramLeavesWholeFiles()
 {
     constexpr int moments = 6;
-    QSettings(TestEnvironment::settingsFile(), QSettings::IniFormat)
-        .setValue(u"patch/baseUrl"_s, server->url(u"/patch"_s));
-    RealLauncher launcher(QStringLiteral(ZEL_LAUNCHER));
-    QVERIFY2(launcher.hasDisplay(), "Xvfb does not start");
+    RealLauncher::writeSettings(
+        {{u"client/dir"_s, clientDir()}, {u"patch/baseUrl"_s, server->url(u"/patch"_s)}});
+    RealLauncher launcher;
 
     const auto startUpdate = [&](const QByteArray &version, char content) {
         publish("/patch", version, content);
@@ -388,18 +365,18 @@ void TestSuddenEnd::everyMomentOfTheProgramLeavesWholeFiles()
     };
     const Files before = updateWhole("1", '1');
     const Files after = updateWhole("2", '2');
-    QCOMPARE(differences(before, after),
-             u"Orvandale/zel_launcher.ini ZEL.exe data/one.bin data/two.bin"_s);
+    QCOMPARE(differences(before, after), QStringList({u"Orvandale/zel_launcher.ini"_s, u"ZEL.exe"_s,
+                                                      u"data/one.bin"_s, u"data/two.bin"_s}));
 
     for (int moment = 0; moment < moments && !QTest::currentTestFailed(); ++moment) {
-        QCOMPARE(differences(updateWhole("1", '1'), before), QString());
+        QCOMPARE(differences(updateWhole("1", '1'), before), QStringList());
         startUpdate("2", '2');
         QThread::msleep(random.bounded(500U));
         launcher.kill();
         expectWhole(written(), before, after);
         putRight();
     }
-    QCOMPARE(differences(updateWhole("1", '1'), before), QString());
+    QCOMPARE(differences(updateWhole("1", '1'), before), QStringList());
 }
 
 int main(int argc, char *argv[])

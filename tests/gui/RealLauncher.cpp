@@ -1,6 +1,9 @@
 #include "gui/RealLauncher.h"
 
+#include <QSettings>
+
 #include "gui/LauncherWindow.h"
+#include "support/TestMain.h"
 #include "support/Timeouts.h"
 
 using namespace Qt::StringLiterals;
@@ -17,11 +20,13 @@ QPoint middleOf(const QPushButton *button, const MainWindow &window)
 
 } // namespace
 
-RealLauncher::RealLauncher(const QString &programPath, qreal scaleFactor)
+RealLauncher::RealLauncher(qreal scaleFactor)
     : scale(scaleFactor)
     , screen(displaySize * scaleFactor)
-    , program(programPath)
 {
+    if (!screen.isRunning()) {
+        qFatal("Xvfb does not start");
+    }
     const LauncherWindow twin;
     playPlace = middleOf(twin.play, twin.window);
     settingsPlace = middleOf(twin.settings, twin.window);
@@ -31,7 +36,7 @@ RealLauncher::RealLauncher(const QString &programPath, qreal scaleFactor)
     process.setWorkingDirectory(qEnvironmentVariable("HOME"));
     setVariable(u"DISPLAY"_s, screen.name());
     setVariable(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
-    // No desktop is asked for anything, and none is started.
+    // No desktop service answers, and none is started.
     setVariable(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
     if (scale != 1) {
         setVariable(u"QT_SCALE_FACTOR"_s, QString::number(scale));
@@ -50,12 +55,21 @@ void RealLauncher::setVariable(const QString &name, const QString &value)
     process.setProcessEnvironment(environment);
 }
 
+void RealLauncher::writeSettings(const QVariantMap &values)
+{
+    QSettings settings(TestEnvironment::settingsFile(), QSettings::IniFormat);
+    settings.clear();
+    for (auto value = values.begin(); value != values.end(); ++value) {
+        settings.setValue(value.key(), value.value());
+    }
+}
+
 void RealLauncher::start(const QStringList &arguments)
 {
     if (QTest::currentTestFailed()) {
         return;
     }
-    process.start(program, arguments);
+    process.start(QStringLiteral(ZEL_LAUNCHER), arguments);
     QVERIFY(process.waitForStarted());
     window = screen.waitForWindow(u"ZEL Launcher"_s);
     if (window.isEmpty()) {
@@ -110,10 +124,16 @@ void RealLauncher::waitForEnd()
         return;
     }
     QVERIFY(process.waitForFinished(Timeouts::programMs));
-    QCOMPARE(process.readAllStandardOutput(), QByteArray());
-    QCOMPARE(process.readAllStandardError(), QByteArray());
+    QCOMPARE(process.readAllStandardOutput(), ""_ba);
+    QCOMPARE(process.readAllStandardError(), ""_ba);
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 0);
+}
+
+void RealLauncher::close()
+{
+    clickCancel();
+    waitForEnd();
 }
 
 void RealLauncher::kill()

@@ -4,27 +4,29 @@
 #include <QProcess>
 #include <QString>
 #include <QStringList>
+#include <QVariantMap>
 
 #include "support/windows/VirtualDisplay.h"
 
 /// The launcher's program itself, started on a display of its own and used by mouse and keyboard.
-/// What goes wrong fails the test; a test that has failed goes no further here, and waits for
-/// nothing.
+/// A failure here fails the test; in a failed test every call returns at once.
 class RealLauncher
 {
 public:
-    /// A window is shown @p scale times as large as it says it is.
-    explicit RealLauncher(const QString &programPath, qreal scale = 1);
+    /// Starts the display; aborts the test program when it does not start. Windows are shown @p
+    /// scale times as large as in device-independent pixels.
+    explicit RealLauncher(qreal scale = 1);
     /// Ends the program if it still runs.
     ~RealLauncher();
     Q_DISABLE_COPY_MOVE(RealLauncher)
 
-    bool hasDisplay() const { return screen.isRunning(); }
     const VirtualDisplay &display() const { return screen; }
     /// Sets a variable for the next starts; the others are the test's own.
     void setVariable(const QString &name, const QString &value);
     qint64 pid() const { return process.processId(); }
 
+    /// Replaces the settings file for the next start.
+    static void writeSettings(const QVariantMap &values);
     /// Starts the program and waits for its window.
     void start(const QStringList &arguments = {});
     void clickPlay();
@@ -37,9 +39,10 @@ public:
     /// Waits for the next message box or dialog and closes it by a key, named like "Return" or
     /// "alt+s".
     void answer(const QString &title, const QString &key);
-    /// Waits for the program's end, which must be a good one. It must have printed nothing.
+    /// Waits for the program's end with status 0. It must have printed nothing.
     void waitForEnd();
-    /// Ends the program whatever it does.
+    /// Closes the idle launcher by its button and waits for its end.
+    void close();
     void kill();
 
 private:
@@ -47,7 +50,6 @@ private:
 
     qreal scale;
     VirtualDisplay screen;
-    QString program;
     QProcess process;
     QString window;    // the main window
     QStringList known; // that, and the boxes so far

@@ -19,6 +19,9 @@ ScreenReader::ScreenReader(RealLauncher &launcher)
         text += bus.readAllStandardOutput();
     }
     busAddress = QString::fromUtf8(text.trimmed());
+    if (busAddress.isEmpty()) {
+        qFatal("dbus-daemon does not start");
+    }
     launcher.setVariable(u"DBUS_SESSION_BUS_ADDRESS"_s, busAddress);
     launcher.setVariable(u"QT_LINUX_ACCESSIBILITY_ALWAYS_ON"_s, u"1"_s);
 }

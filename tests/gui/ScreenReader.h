@@ -6,18 +6,16 @@
 
 class RealLauncher;
 
-/// Reads the windows of a launcher from outside, the way a screen reader does. What goes wrong
-/// fails the test; a test that has failed goes no further here, and waits for nothing.
+/// Reads the windows of a launcher from outside, the way a screen reader does. A failure here fails
+/// the test; in a failed test every call returns at once.
 class ScreenReader
 {
 public:
     /// Starts a session bus of the test's own, on which @p launcher can be read from its next start
-    /// on; isRunning() says whether that worked.
+    /// on; aborts the test program when the bus does not start.
     explicit ScreenReader(RealLauncher &launcher);
     ~ScreenReader();
     Q_DISABLE_COPY_MOVE(ScreenReader)
-
-    bool isRunning() const { return !busAddress.isEmpty(); }
 
     /// Waits until the launcher shows a line of text that matches.
     void waitForLabel(const QString &pattern) const;

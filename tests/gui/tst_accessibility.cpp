@@ -1,10 +1,6 @@
 #include "support/TestMain.h"
 
 #include <QFile>
-#include <QImage>
-#include <QSettings>
-
-#include <memory>
 
 #include "gui/RealLauncher.h"
 #include "gui/ScreenReader.h"
@@ -49,9 +45,8 @@ class TestAccessibility : public TestBase
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void init();
-    void cleanup();
+    void cleanup() { launcher.kill(); }
 
     void allOfTheMainWindowIsSpoken();
     void allOfTheSettingsIsSpoken();
@@ -67,63 +62,43 @@ private:
     void walk(const QString &window, const QList<Stop> &stops);
 
     const FakeClient client;
-    std::unique_ptr<RealLauncher> launcher;
-    std::unique_ptr<ScreenReader> reader;
+    RealLauncher launcher;
+    ScreenReader reader{launcher};
 };
-
-void TestAccessibility::initTestCase()
-{
-    QImage picture(960, 592, QImage::Format_RGB32);
-    picture.fill(Qt::darkBlue);
-    client.writePicture(picture);
-    launcher = std::make_unique<RealLauncher>(QStringLiteral(ZEL_LAUNCHER));
-    QVERIFY2(launcher->hasDisplay(), "Xvfb does not start");
-    reader = std::make_unique<ScreenReader>(*launcher);
-    QVERIFY2(reader->isRunning(), "dbus-daemon does not start");
-}
 
 void TestAccessibility::init()
 {
     TestBase::init();
-    {
-        QSettings settings(TestEnvironment::settingsFile(), QSettings::IniFormat);
-        settings.clear();
-        settings.setValue(u"client/dir"_s, client.dir());
-        settings.setValue(u"client/wine"_s, u"/nowhere/wine"_s);
-        settings.setValue(u"server/name"_s, u"Alpha"_s);
-        settings.setValue(u"server/ip"_s, u"10.1.2.3"_s);
-    }
+    RealLauncher::writeSettings({{u"client/dir"_s, client.dir()},
+                                 {u"client/wine"_s, u"/nowhere/wine"_s},
+                                 {u"server/name"_s, u"Alpha"_s},
+                                 {u"server/ip"_s, u"10.1.2.3"_s}});
     QFile::remove(client.filePath(u"Config.bin"_s));
-    launcher->start();
-}
-
-void TestAccessibility::cleanup()
-{
-    launcher->kill();
+    launcher.start();
 }
 
 QString TestAccessibility::openSettings()
 {
-    launcher->clickSettings();
-    return launcher->waitForBox(settingsTitle);
+    launcher.clickSettings();
+    return launcher.waitForBox(settingsTitle);
 }
 
 void TestAccessibility::walk(const QString &window, const QList<Stop> &stops)
 {
-    QVERIFY(launcher->display().focus(window));
+    QVERIFY(launcher.display().focus(window));
     for (const Stop &stop : stops) {
-        reader->waitForFocus(stop.role, stop.name);
-        QVERIFY(launcher->display().pressKey(window, u"Tab"_s));
+        reader.waitForFocus(stop.role, stop.name);
+        QVERIFY(launcher.display().pressKey(window, u"Tab"_s));
     }
-    reader->waitForFocus(stops.first().role, stops.first().name);
-    QVERIFY(launcher->display().pressKey(window, u"shift+Tab"_s));
-    reader->waitForFocus(stops.last().role, stops.last().name);
+    reader.waitForFocus(stops.first().role, stops.first().name);
+    QVERIFY(launcher.display().pressKey(window, u"shift+Tab"_s));
+    reader.waitForFocus(stops.last().role, stops.last().name);
 }
 
 void TestAccessibility::allOfTheMainWindowIsSpoken()
 {
-    reader->waitForLabel(u"^Alpha"_s);
-    QCOMPARE(spoken(reader->widgetsOf(mainTitle)),
+    reader.waitForLabel(u"^Alpha"_s);
+    QCOMPARE(spoken(reader.widgetsOf(mainTitle)),
              QStringList({
                  u"image | Imagem do jogo | Launcher.bmp da pasta do cliente"_s,
                  u"push button | Iniciar | "_s,
@@ -141,7 +116,7 @@ void TestAccessibility::allOfTheMainWindowIsSpoken()
 void TestAccessibility::allOfTheSettingsIsSpoken()
 {
     openSettings();
-    QCOMPARE(spoken(reader->widgetsOf(settingsTitle)),
+    QCOMPARE(spoken(reader.widgetsOf(settingsTitle)),
              QStringList({
                  u"panel | Cliente | "_s,
                  u"label | Pasta do cliente | "_s,
@@ -205,11 +180,11 @@ void TestAccessibility::allOfTheSettingsIsSpoken()
 
 void TestAccessibility::tabGoesThroughTheMainWindowAsTheEyeReads()
 {
-    walk(launcher->mainWindow(), {
-                                     {u"push button"_s, u"Iniciar"_s},
-                                     {u"push button"_s, u"Configuracao"_s},
-                                     {u"push button"_s, u"Cancelar"_s},
-                                 });
+    walk(launcher.mainWindow(), {
+                                    {u"push button"_s, u"Iniciar"_s},
+                                    {u"push button"_s, u"Configuracao"_s},
+                                    {u"push button"_s, u"Cancelar"_s},
+                                });
 }
 
 void TestAccessibility::tabGoesThroughTheSettingsAsTheEyeReads()
@@ -259,13 +234,12 @@ void TestAccessibility::theKeysCloseTheSettings()
 {
     QFETCH(const QString, key);
     QFETCH(const bool, saves);
-    launcher->clickSettings();
-    launcher->answer(settingsTitle, key);
-    QVERIFY(launcher->display().focus(launcher->mainWindow()));
-    reader->waitForFocus(u"push button"_s, u"Configuracao"_s);
+    launcher.clickSettings();
+    launcher.answer(settingsTitle, key);
+    QVERIFY(launcher.display().focus(launcher.mainWindow()));
+    reader.waitForFocus(u"push button"_s, u"Configuracao"_s);
     QCOMPARE(client.read(u"Config.bin"_s).isNull(), !saves);
-    launcher->clickCancel();
-    launcher->waitForEnd();
+    launcher.close();
 }
 
 ZEL_GUI_TEST_MAIN(TestAccessibility)

@@ -1,9 +1,6 @@
 #include "support/TestMain.h"
 
 #include <QImage>
-#include <QSettings>
-
-#include <memory>
 
 #include "gui/RealLauncher.h"
 #include "support/Timeouts.h"
@@ -18,7 +15,7 @@ constexpr QSize windowSize(960, 724);
 constexpr QSize pictureSize(960, 592);
 constexpr QSize settingsSize(620, 640);
 
-/// Black and white pixels in turn, which no picture keeps that is scaled twice.
+/// Alternating black and white pixels: scaling twice would blur them.
 QImage chequers(QSize size)
 {
     QImage picture(size, QImage::Format_RGB32);
@@ -32,27 +29,15 @@ QImage chequers(QSize size)
 
 } // namespace
 
-/// The real program on displays whose windows are shown larger than they say.
+/// The real program on scaled displays.
 class TestScaling : public TestBase
 {
     Q_OBJECT
 
 private slots:
-    void init();
-
     void theWindowsGrowAndThePictureStaysSharp_data();
     void theWindowsGrowAndThePictureStaysSharp();
-
-private:
-    const FakeClient client;
 };
-
-void TestScaling::init()
-{
-    TestBase::init();
-    QSettings(TestEnvironment::settingsFile(), QSettings::IniFormat)
-        .setValue(u"client/dir"_s, client.dir());
-}
 
 void TestScaling::theWindowsGrowAndThePictureStaysSharp_data()
 {
@@ -66,9 +51,10 @@ void TestScaling::theWindowsGrowAndThePictureStaysSharp()
 {
     QFETCH(const qreal, scale);
     const QImage picture = chequers(pictureSize * scale);
+    const FakeClient client;
     client.writePicture(picture);
-    RealLauncher launcher(QStringLiteral(ZEL_LAUNCHER), scale);
-    QVERIFY2(launcher.hasDisplay(), "Xvfb does not start");
+    RealLauncher launcher(scale);
+    RealLauncher::writeSettings({{u"client/dir"_s, client.dir()}});
     launcher.start();
 
     QImage window;
@@ -76,8 +62,7 @@ void TestScaling::theWindowsGrowAndThePictureStaysSharp()
         window = launcher.display().imageOf(launcher.mainWindow());
         return window.copy(picture.rect()).convertToFormat(picture.format()) == picture;
     };
-    QVERIFY2(QTest::qWaitFor(showsThePicture, Timeouts::programMs),
-             "the picture is not as sharp as it is");
+    QVERIFY2(QTest::qWaitFor(showsThePicture, Timeouts::programMs), "the picture is blurred");
     QCOMPARE(window.size(), windowSize * scale);
     // The picture ends where the bar begins.
     QCOMPARE(window.pixelColor(0, picture.height()), QColor(0x2a, 0x2a, 0x2a));
@@ -87,9 +72,7 @@ void TestScaling::theWindowsGrowAndThePictureStaysSharp()
     const QString settings = launcher.waitForBox(u"Configuracoes"_s);
     QCOMPARE(launcher.display().imageOf(settings).size(), settingsSize * scale);
     QVERIFY(launcher.display().closeByKey(settings, u"Escape"_s));
-    // The buttons are where they say.
-    launcher.clickCancel();
-    launcher.waitForEnd();
+    launcher.close();
 }
 
 ZEL_GUI_TEST_MAIN(TestScaling)

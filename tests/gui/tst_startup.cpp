@@ -4,14 +4,14 @@
 #include <QFile>
 #include <QSettings>
 
-#include <csignal>
-#include <memory>
+#include <optional>
 #include <utility>
 
 #include "gui/RealLauncher.h"
 #include "support/Timeouts.h"
 #include "support/network/HttpServer.h"
 #include "support/process/FakeClient.h"
+#include "support/process/ProcessTable.h"
 
 using namespace Qt::StringLiterals;
 
@@ -28,9 +28,8 @@ class TestStartUp : public TestBase
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void init();
-    void cleanup();
+    void cleanup() { launcher.kill(); }
 
     void cancelEndsTheProgramWithStatus0();
     void noArgumentIsRead();
@@ -44,42 +43,29 @@ private slots:
     void nothingIsPrintedWhateverGoesWrong();
 
 private:
-    /// Writes the launcher's settings file.
-    void store(const QString &key, const QVariant &value);
-    /// Waits until the game is started and, by its own will, over.
+    /// Writes settings with which the game starts, but for @p changes.
+    void store(const QVariantMap &changes = {});
+    /// Waits until the game is started, and ends it.
     void waitForTheGame(int startCount);
-    /// Closes an idle launcher by its button.
-    void close();
 
-    std::unique_ptr<RealLauncher> launcher;
-    std::unique_ptr<FakeClient> client;
-    std::unique_ptr<FakeProgram> wine;
+    RealLauncher launcher;
+    std::optional<FakeClient> client;
+    std::optional<FakeProgram> wine;
 };
-
-void TestStartUp::initTestCase()
-{
-    launcher = std::make_unique<RealLauncher>(QStringLiteral(ZEL_LAUNCHER));
-    QVERIFY2(launcher->hasDisplay(), "Xvfb does not start");
-}
 
 void TestStartUp::init()
 {
     TestBase::init();
     QDir(TestEnvironment::configHome()).removeRecursively();
-    client = std::make_unique<FakeClient>();
-    wine = std::make_unique<FakeProgram>(client->filePath(u"wine"_s));
+    client.emplace();
+    wine.emplace(client->filePath(u"wine"_s));
 }
 
-void TestStartUp::cleanup()
+void TestStartUp::store(const QVariantMap &changes)
 {
-    launcher->kill();
-    wine.reset();
-    client.reset();
-}
-
-void TestStartUp::store(const QString &key, const QVariant &value)
-{
-    QSettings(TestEnvironment::settingsFile(), QSettings::IniFormat).setValue(key, value);
+    QVariantMap values{{u"client/dir"_s, client->dir()}, {u"client/wine"_s, wine->path()}};
+    values.insert(changes);
+    RealLauncher::writeSettings(values);
 }
 
 void TestStartUp::waitForTheGame(int startCount)
@@ -89,32 +75,26 @@ void TestStartUp::waitForTheGame(int startCount)
     }
     QTRY_COMPARE_WITH_TIMEOUT(wine->startCount(), startCount, Timeouts::programMs);
     wine->exitWith(0);
-    // The launcher has taken note when the process is no longer there.
-    QTRY_VERIFY_WITH_TIMEOUT(::kill(pid_t(wine->pid()), 0) != 0, Timeouts::programMs);
-}
-
-void TestStartUp::close()
-{
-    launcher->clickCancel();
-    launcher->waitForEnd();
+    // The launcher knows of the end once it has waited for the process.
+    QTRY_VERIFY_WITH_TIMEOUT(!ProcessTable::isAlive(wine->pid()), Timeouts::programMs);
 }
 
 void TestStartUp::cancelEndsTheProgramWithStatus0()
 {
-    launcher->start();
-    close();
+    launcher.start();
+    launcher.close();
 }
 
 void TestStartUp::noArgumentIsRead()
 {
-    launcher->start({u"--help"_s, u"-x"_s, u"http://127.0.0.1/"_s, QString()});
-    close();
+    launcher.start({u"--help"_s, u"-x"_s, u"http://127.0.0.1/"_s, QString()});
+    launcher.close();
 }
 
 void TestStartUp::aFirstStartWritesNoSettings()
 {
-    launcher->start();
-    close();
+    launcher.start();
+    launcher.close();
     QVERIFY(!QFile::exists(TestEnvironment::settingsFile()));
 }
 
@@ -122,26 +102,21 @@ void TestStartUp::theSettingsFileOfTheTwoNamesIsRead()
 {
     QCOMPARE(TestEnvironment::settingsFile(),
              TestEnvironment::configHome() + u"/Orvandale/zel_launcher.ini"_s);
-    store(u"client/dir"_s, client->dir());
-    store(u"client/exe"_s, u"of the settings.exe"_s);
-    store(u"client/wine"_s, wine->path());
-    store(u"server/ip"_s, u"10.1.2.3"_s);
+    store({{u"client/exe"_s, u"of the settings.exe"_s}, {u"server/ip"_s, u"10.1.2.3"_s}});
     client->write(u"of the settings.exe"_s, "");
-    launcher->start();
-    launcher->clickPlay();
+    launcher.start();
+    launcher.clickPlay();
     waitForTheGame(1);
     QCOMPARE(wine->arguments(), QStringList(client->filePath(u"of the settings.exe"_s)));
     QCOMPARE(client->read(u"server.txt"_s), "10.1.2.3\n");
-    close();
+    launcher.close();
 }
 
 void TestStartUp::aVersionStoredInOneRunIsKnownInTheNext()
 {
     HttpServer server;
     server.answer("/manifest.json", HttpAnswer::withLength(R"({"version": "2"})"));
-    store(u"client/dir"_s, client->dir());
-    store(u"client/wine"_s, wine->path());
-    store(u"patch/baseUrl"_s, server.url());
+    store({{u"patch/baseUrl"_s, server.url()}});
     // Storing anything drops this remark from the file.
     const auto addRemark = [] {
         QFile file(TestEnvironment::settingsFile());
@@ -155,11 +130,11 @@ void TestStartUp::aVersionStoredInOneRunIsKnownInTheNext()
 
     for (int run = 1; run <= 2; ++run) {
         addRemark();
-        launcher->start();
-        launcher->clickPlay();
-        launcher->answer(u"Atualizacao"_s, u"Return"_s);
+        launcher.start();
+        launcher.clickPlay();
+        launcher.answer(u"Atualizacao"_s, u"Return"_s);
         waitForTheGame(run);
-        close();
+        launcher.close();
         const QSettings settings(TestEnvironment::settingsFile(), QSettings::IniFormat);
         QCOMPARE(settings.value(u"patch/localVersion"_s).toString(), u"2"_s);
         QCOMPARE(hasRemark(), run == 2);
@@ -184,29 +159,28 @@ void TestStartUp::theThemeOfTheSettingsIsApplied()
         theme.setValue(u"theme"_s, stored);
         theme.sync();
     }
-    store(u"client/dir"_s, u"/nowhere/at/all"_s);
-    launcher->start();
-    launcher->clickPlay();
-    const QString box = launcher->waitForBox(mainTitle);
-    QTRY_COMPARE_WITH_TIMEOUT(launcher->display().colorAt(box, {2, 2}), background,
+    store({{u"client/dir"_s, u"/nowhere/at/all"_s}});
+    launcher.start();
+    launcher.clickPlay();
+    const QString box = launcher.waitForBox(mainTitle);
+    QTRY_COMPARE_WITH_TIMEOUT(launcher.display().colorAt(box, {2, 2}), background,
                               Timeouts::programMs);
-    QVERIFY(launcher->display().closeByKey(box, u"Return"_s));
-    close();
+    QVERIFY(launcher.display().closeByKey(box, u"Return"_s));
+    launcher.close();
     // Nothing in the launcher stores a mode.
     QCOMPARE(QFile::exists(theme.fileName()), !stored.isEmpty());
 }
 
 void TestStartUp::theGameEndsWithTheLauncher()
 {
-    store(u"client/dir"_s, client->dir());
-    store(u"client/wine"_s, wine->path());
-    launcher->start();
-    launcher->clickPlay();
+    store();
+    launcher.start();
+    launcher.clickPlay();
     QTRY_COMPARE_WITH_TIMEOUT(wine->startCount(), 1, Timeouts::programMs);
-    launcher->clickCancel();
-    launcher->answer(mainTitle, u"alt+s"_s);
-    launcher->waitForEnd();
-    QVERIFY(::kill(pid_t(wine->pid()), 0) != 0);
+    launcher.clickCancel();
+    launcher.answer(mainTitle, u"alt+s"_s);
+    launcher.waitForEnd();
+    QVERIFY(!ProcessTable::isAlive(wine->pid()));
 }
 
 void TestStartUp::nothingIsPrintedWhateverGoesWrong_data()
@@ -233,28 +207,24 @@ void TestStartUp::nothingIsPrintedWhateverGoesWrong_data()
 void TestStartUp::nothingIsPrintedWhateverGoesWrong()
 {
     using Answers = QList<std::pair<QString, QString>>;
-    QFETCH(const QVariantMap, settings);
+    QFETCH(QVariantMap, settings);
     QFETCH(const Answers, answers);
     const HttpServer server;
     client->write(u"Launcher.bmp"_s, "no picture");
-    store(u"client/dir"_s, client->dir());
-    store(u"client/wine"_s, wine->path());
-    for (auto it = settings.begin(); it != settings.end(); ++it) {
-        store(it.key(), it.value());
-    }
     const bool usesServer = settings.value(u"patch/baseUrl"_s) == u"https"_s;
     if (usesServer) {
-        store(u"patch/baseUrl"_s, server.url().replace(u"http:"_s, u"https:"_s));
+        settings[u"patch/baseUrl"_s] = server.url().replace(u"http:"_s, u"https:"_s);
     }
-    launcher->start();
-    launcher->clickPlay();
+    store(settings);
+    launcher.start();
+    launcher.clickPlay();
     if (usesServer) {
         QTRY_COMPARE_WITH_TIMEOUT(server.openConnections(), 1, Timeouts::programMs);
     }
     for (const auto &[title, key] : answers) {
-        launcher->answer(title, key);
+        launcher.answer(title, key);
     }
-    close();
+    launcher.close();
 }
 
 ZEL_GUI_TEST_MAIN(TestStartUp)
