@@ -6,7 +6,7 @@
 #include <QSignalSpy>
 
 #include <csignal>
-#include <memory>
+#include <optional>
 
 #include <sys/stat.h>
 
@@ -26,11 +26,9 @@ namespace
 /// Set in a child that runs a test function where a FakeSystem stands in.
 constexpr const char *insideVariable = "ZEL_TEST_INSIDE_FAKE_SYSTEM";
 
-void writeProfile(const QByteArray &text)
+QString profilePath()
 {
-    QFile profile(QDir(TestEnvironment::home()).filePath(u".bash_profile"_s));
-    QVERIFY(profile.open(QIODevice::WriteOnly));
-    profile.write(text);
+    return TestEnvironment::home() + u"/.bash_profile"_s;
 }
 
 const QString notStarted = u"Nao foi possivel iniciar o cliente:\n"_s;
@@ -38,6 +36,30 @@ const QString notStarted = u"Nao foi possivel iniciar o cliente:\n"_s;
 MessageBoxAnswerer::Box warning(LauncherWindow &launcher, const QString &text)
 {
     return messageBox(&launcher.window, QMessageBox::Warning, u"ZEL Launcher"_s, text);
+}
+
+/// Columns "content" and "isExecutable": what no system starts; without content a folder.
+void addUnusablePrograms()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<bool>("isExecutable");
+    QTest::newRow("not executable") << "#!/bin/sh\n"_ba << false;
+    QTest::newRow("no program") << QByteArray("\x7f"
+                                              "ELF\0\0and nothing more",
+                                              22)
+                                << true;
+    QTest::newRow("a folder") << QByteArray() << true;
+}
+
+void writeUnusable(const QString &path, const QByteArray &content, bool isExecutable)
+{
+    if (content.isNull()) {
+        Disk::makeFolder(path);
+    } else if (isExecutable) {
+        Disk::writeExecutable(path, content);
+    } else {
+        Disk::write(path, content);
+    }
 }
 
 /// Lets the peak memory count anew from here.
@@ -55,7 +77,6 @@ class TestGameLaunch : public TestBase
 
 private slots:
     void init();
-    void cleanup();
 
     void wineIsStartedByALoginShell();
     void theWatchedProcessIsWineItself();
@@ -69,13 +90,11 @@ private slots:
     void aSingleQuoteIsClosedEscapedAndReopened();
 
     void theServerFilesAreWrittenFirst();
-    void aFailedSyncIsShownAndStartsNothing_data();
-    void aFailedSyncIsShownAndStartsNothing();
-    void aMissingClientIsShownAndNotStarted();
+    void whatTheClientLacksIsShown_data();
+    void whatTheClientLacksIsShown();
     void aClientThatDoesNotStartIsShown_data();
     void aClientThatDoesNotStartIsShown();
     void aFailedStartUnderWineNamesTheShellOnPurpose();
-    void aFolderInTheClientsPlaceDoesNotStart();
     void anUnusableWineShowsAsTheShellsExitCode_data();
     void anUnusableWineShowsAsTheShellsExitCode();
     void withoutAnyWineTheShellsExitCodeIsShown();
@@ -85,13 +104,10 @@ private slots:
     void aFaultyProfileDoesNotHinderTheGame();
     void aClientFolderWhoseNameIsNoTextIsNotThere();
     void aFileWhoseNameIsNoTextDoesNotMatter();
-    void boxesShowMarkUpAsItStands();
 
     void theWindowIsBusyWhileTheGameRuns();
     void theExitCodeIsShown_data();
     void theExitCodeIsShown();
-    void aCrashIsShownByItsSignal_data();
-    void aCrashIsShownByItsSignal();
     void aGameThatEndsAtOnceIsNotMissed();
     void theGameCanBeStartedAgain();
     void theGameKeepsItsInputOpen();
@@ -101,45 +117,24 @@ private slots:
 
     void cancelClosesAnIdleWindow();
     void cancelAsksWhileTheGameRuns();
-    void cancelAnsweredYesEndsTheGame();
     void theGameMayEndWhileTheQuestionIsOpen();
-    void closingTheFrameAsksNothing();
-    void aGameThatIgnoresTerminationEndsWithTheLauncher();
-    void aStoppedGameEndsWithTheLauncher();
-    void aProfileThatHangsLeavesTheWindowUsable();
+    void theGameEndsWithTheLauncher_data();
+    void theGameEndsWithTheLauncher();
 
 private:
-    /// Clicks "Cancelar" and answers the question with yes, which closes the window.
-    static void cancelAndAgree(LauncherWindow &launcher);
-
-    std::unique_ptr<FakeClient> client;
-    std::unique_ptr<FakeProgram> wine;
+    std::optional<FakeClient> client;
+    std::optional<FakeProgram> wine;
 };
 
 void TestGameLaunch::init()
 {
     TestBase::init();
-    client = std::make_unique<FakeClient>();
+    QFile::remove(profilePath());
+    client.emplace();
     client->useInLauncher();
-    wine = std::make_unique<FakeProgram>(client->filePath(u"wine"_s));
+    wine.emplace(client->filePath(u"wine"_s));
     LauncherSettings::instance().useWine = true;
     LauncherSettings::instance().winePath = wine->path();
-}
-
-void TestGameLaunch::cleanup()
-{
-    QFile::remove(QDir(TestEnvironment::home()).filePath(u".bash_profile"_s));
-    wine.reset();
-    client.reset();
-}
-
-void TestGameLaunch::cancelAndAgree(LauncherWindow &launcher)
-{
-    MessageBoxAnswerer user;
-    user.expect(QMessageBox::Yes);
-    LauncherWindow::click(launcher.cancel);
-    QVERIFY(user.isDone());
-    QVERIFY(!launcher.window.isVisible());
 }
 
 void TestGameLaunch::wineIsStartedByALoginShell()
@@ -165,9 +160,9 @@ void TestGameLaunch::theWatchedProcessIsWineItself()
 
 void TestGameLaunch::theUsersProfileIsInForce()
 {
-    writeProfile("export ZEL_TEST_PREFIX=\"$HOME/prefix of the user\"\n"
-                 "cd /\n" // a profile may go anywhere
-                 "echo a profile that talks\n");
+    Disk::write(profilePath(), "export ZEL_TEST_PREFIX=\"$HOME/prefix of the user\"\n"
+                               "cd /\n" // a profile may go anywhere
+                               "echo a profile that talks\n");
     LauncherWindow launcher;
     launcher.start(*wine);
     QCOMPARE(wine->environment().value(u"ZEL_TEST_PREFIX"_s),
@@ -189,7 +184,7 @@ void TestGameLaunch::withoutWineTheClientRunsAlone()
 {
     qputenv("ZEL_TEST_MARK", "of the 'launcher'");
     const auto reset = qScopeGuard([] { qunsetenv("ZEL_TEST_MARK"); });
-    writeProfile("export ZEL_TEST_PREFIX=unwanted\n");
+    Disk::write(profilePath(), "export ZEL_TEST_PREFIX=unwanted\n");
     LauncherSettings::instance().useWine = false;
     const FakeProgram game(client->filePath(u"ZEL.exe"_s));
     LauncherWindow launcher;
@@ -302,66 +297,53 @@ void TestGameLaunch::theServerFilesAreWrittenFirst()
     QCOMPARE(client->read(u"Config.bin"_s), "options");
 }
 
-void TestGameLaunch::aFailedSyncIsShownAndStartsNothing_data()
+void TestGameLaunch::whatTheClientLacksIsShown_data()
 {
     QTest::addColumn<QString>("clientDir");
+    QTest::addColumn<QString>("clientExe");
     QTest::addColumn<QString>("address");
     QTest::addColumn<QString>("text");
-    QTest::newRow("no client folder set")
-        << QString() << u"127.0.0.1"_s << u"Configure a pasta do cliente."_s;
+    const QString noFolder = u"Configure a pasta do cliente."_s;
+    QTest::newRow("no client folder set") << QString() << u"%1/ZEL.exe"_s << u"ip"_s << noFolder;
     QTest::newRow("client folder missing")
-        << u"/nowhere/at/all"_s << u"127.0.0.1"_s << u"Configure a pasta do cliente."_s;
-    QTest::newRow("no server address") << u"client"_s << u"  "_s << u"Informe o IP do servidor."_s;
+        << u"/nowhere/at/all"_s << u"%1/ZEL.exe"_s << u"ip"_s << noFolder;
+    QTest::newRow("no server address")
+        << u"%1"_s << u"ZEL.exe"_s << u"  "_s << u"Informe o IP do servidor."_s;
+    QTest::newRow("client missing") << u"%1"_s << u"<b>ZEL<b>.exe"_s << u"ip"_s
+                                    << u"Executavel nao encontrado:\n%1/<b>ZEL<b>.exe"_s;
 }
 
-void TestGameLaunch::aFailedSyncIsShownAndStartsNothing()
+void TestGameLaunch::whatTheClientLacksIsShown()
 {
-    QFETCH(const QString, clientDir);
+    QFETCH(QString, clientDir);
+    QFETCH(QString, clientExe);
     QFETCH(const QString, address);
-    QFETCH(const QString, text);
+    QFETCH(QString, text);
     LauncherSettings &settings = LauncherSettings::instance();
-    settings.clientExe = client->filePath(u"ZEL.exe"_s);
-    settings.clientDir = clientDir == u"client"_s ? client->dir() : clientDir;
+    settings.clientDir = clientDir.replace(u"%1"_s, client->dir());
+    settings.clientExe = clientExe.replace(u"%1"_s, client->dir());
     settings.serverIp = address;
+    // Not even an update that would bring the client is tried.
     settings.patchBaseUrl = u"http://127.0.0.1:1/"_s;
     LauncherWindow launcher;
-    const QSignalSpy patchRuns(launcher.patchManager, &PatchManager::finished);
-    const QString summary = launcher.status->text();
-    const QList<int> progress = launcher.progress();
-    QCOMPARE(launcher.boxAfterPlay(), warning(launcher, text));
-    QVERIFY(launcher.isIdle());
-    QCOMPARE(launcher.status->text(), summary);
-    QCOMPARE(launcher.progress(), progress);
-    QCOMPARE(launcher.process->state(), QProcess::NotRunning);
-    QCOMPARE(patchRuns.count(), 0);
-}
-
-void TestGameLaunch::aMissingClientIsShownAndNotStarted()
-{
-    QVERIFY(QFile::remove(client->filePath(u"ZEL.exe"_s)));
-    // Not even an update that would bring the client is tried.
-    LauncherSettings::instance().patchBaseUrl = u"http://127.0.0.1:1/"_s;
-    LauncherWindow launcher;
     const QSignalSpy patchReports(launcher.patchManager, &PatchManager::statusChanged);
+    const QSignalSpy patchResults(launcher.patchManager, &PatchManager::finished);
+    emit launcher.patchManager->progressChanged(40);
     const QString summary = launcher.status->text();
-    QCOMPARE(launcher.boxAfterPlay(),
-             warning(launcher, u"Executavel nao encontrado:\n"_s + client->filePath(u"ZEL.exe"_s)));
+    QCOMPARE(launcher.boxAfterPlay(), warning(launcher, text.replace(u"%1"_s, client->dir())));
     QVERIFY(launcher.isIdle());
     QCOMPARE(launcher.status->text(), summary);
-    QCOMPARE(patchReports.count(), 0);
+    QCOMPARE(launcher.progress(), QList<int>({40, 48}));
     QCOMPARE(launcher.process->state(), QProcess::NotRunning);
-    // The server files come first.
-    QCOMPARE(client->read(u"server.txt"_s), "127.0.0.1\n");
+    QCOMPARE(patchReports.count(), 0);
+    QCOMPARE(patchResults.count(), 0);
+    // The server files come before the look at the client.
+    QCOMPARE(client->read(u"server.txt"_s).isNull(), !text.startsWith(u"Executavel"_s));
 }
 
 void TestGameLaunch::aClientThatDoesNotStartIsShown_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<bool>("isExecutable");
-    QTest::newRow("not executable") << "#!/bin/sh\n"_ba << false;
-    QTest::newRow("no program") << QByteArray("\x7f"
-                                              "ELF and nothing more")
-                                << true;
+    addUnusablePrograms();
     QTest::newRow("interpreter missing") << "#!/nowhere/sh\n"_ba << true;
 }
 
@@ -370,10 +352,8 @@ void TestGameLaunch::aClientThatDoesNotStartIsShown()
     QFETCH(const QByteArray, content);
     QFETCH(const bool, isExecutable);
     const QString exe = client->filePath(u"ZEL.exe"_s);
-    client->write(u"ZEL.exe"_s, content);
-    if (isExecutable) {
-        QVERIFY(QFile::setPermissions(exe, QFile::ReadOwner | QFile::ExeOwner));
-    }
+    QVERIFY(QFile::remove(exe));
+    writeUnusable(exe, content, isExecutable);
     LauncherSettings::instance().useWine = false;
     LauncherWindow launcher;
     emit launcher.patchManager->progressChanged(40);
@@ -389,7 +369,7 @@ void TestGameLaunch::aClientThatDoesNotStartIsShown()
     QCOMPARE(launcher.progress(), QList<int>({40, 48}));
 
     // The launcher can try again.
-    QVERIFY(QFile::remove(exe));
+    QVERIFY(content.isNull() ? QDir().rmdir(exe) : QFile::remove(exe));
     const FakeProgram game(exe);
     launcher.start(game);
 }
@@ -412,43 +392,17 @@ void TestGameLaunch::aFailedStartUnderWineNamesTheShellOnPurpose()
     QVERIFY(launcher.isIdle());
 }
 
-void TestGameLaunch::aFolderInTheClientsPlaceDoesNotStart()
-{
-    const QString exe = client->filePath(u"ZEL.exe"_s);
-    QVERIFY(QFile::remove(exe));
-    Disk::makeFolder(exe);
-    LauncherSettings::instance().useWine = false;
-    LauncherWindow launcher;
-    QCOMPARE(launcher.boxAfterPlay(), warning(launcher, notStarted + exe));
-    QCOMPARE(launcher.status->text(), u"Falha ao iniciar o jogo."_s);
-    QVERIFY(launcher.isIdle());
-}
-
 void TestGameLaunch::anUnusableWineShowsAsTheShellsExitCode_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<bool>("isExecutable");
-    QTest::newRow("not executable") << "#!/bin/sh\n"_ba << false;
-    QTest::newRow("no program") << QByteArray("\x7f"
-                                              "ELF\0\0and nothing more",
-                                              22)
-                                << true;
-    QTest::newRow("a folder") << QByteArray() << true;
+    addUnusablePrograms();
 }
 
 void TestGameLaunch::anUnusableWineShowsAsTheShellsExitCode()
 {
     QFETCH(const QByteArray, content);
     QFETCH(const bool, isExecutable);
-    const QString path = client->filePath(u"unusable"_s);
-    if (content.isNull()) {
-        Disk::makeFolder(path);
-    } else {
-        Disk::write(path, content);
-        QVERIFY(QFile::setPermissions(
-            path, QFile::ReadOwner | (isExecutable ? QFile::ExeOwner : QFile::ReadOwner)));
-    }
-    LauncherSettings::instance().winePath = path;
+    LauncherSettings::instance().winePath = client->filePath(u"unusable"_s);
+    writeUnusable(LauncherSettings::instance().winePath, content, isExecutable);
     LauncherWindow launcher;
     LauncherWindow::click(launcher.play);
     launcher.waitForEnd(126);
@@ -491,7 +445,7 @@ void TestGameLaunch::aFailingProfileShowsAsTheShellsExitCode()
 {
     QFETCH(const QByteArray, profile);
     QFETCH(const int, code);
-    writeProfile(profile);
+    Disk::write(profilePath(), profile);
     LauncherWindow launcher;
     LauncherWindow::click(launcher.play);
     launcher.waitForEnd(code);
@@ -515,7 +469,7 @@ void TestGameLaunch::aFaultyProfileDoesNotHinderTheGame_data()
 void TestGameLaunch::aFaultyProfileDoesNotHinderTheGame()
 {
     QFETCH(const QByteArray, profile);
-    writeProfile(profile);
+    Disk::write(profilePath(), profile);
     LauncherWindow launcher;
     launcher.start(*wine);
     QCOMPARE(wine->workingFolder(), client->dir());
@@ -572,18 +526,6 @@ void TestGameLaunch::aFileWhoseNameIsNoTextDoesNotMatter()
     QCOMPARE(::unlink(bytes.constData()), 0);
 }
 
-void TestGameLaunch::boxesShowMarkUpAsItStands()
-{
-    LauncherSettings::instance().clientExe = u"<b>ZEL<b>.exe"_s;
-    LauncherWindow launcher;
-    MessageBoxAnswerer user;
-    user.expect(QMessageBox::Ok,
-                [](QMessageBox &box) { QCOMPARE(box.textFormat(), Qt::PlainText); });
-    LauncherWindow::click(launcher.play);
-    QVERIFY(user.isDone());
-    QVERIFY(user.last().text.endsWith(u"/<b>ZEL<b>.exe"_s));
-}
-
 void TestGameLaunch::theWindowIsBusyWhileTheGameRuns()
 {
     LauncherWindow launcher;
@@ -604,41 +546,26 @@ void TestGameLaunch::theWindowIsBusyWhileTheGameRuns()
 void TestGameLaunch::theExitCodeIsShown_data()
 {
     QTest::addColumn<int>("code");
+    QTest::addColumn<bool>("isSignal");
     for (const int code : {0, 1, 3, 42, 255}) {
-        QTest::addRow("%d", code) << code;
+        QTest::addRow("%d", code) << code << false;
     }
+    QTest::newRow("killed") << SIGKILL << true;
+    QTest::newRow("segmentation fault") << SIGSEGV << true;
+    QTest::newRow("terminated") << SIGTERM << true;
 }
 
 void TestGameLaunch::theExitCodeIsShown()
 {
     QFETCH(const int, code);
+    QFETCH(const bool, isSignal);
     LauncherWindow launcher;
     launcher.start(*wine);
     emit launcher.patchManager->progressChanged(40);
     QCOMPARE(launcher.progress(), QList<int>({40, 48}));
-    wine->exitWith(code);
+    isSignal ? wine->dieOf(code) : wine->exitWith(code);
     launcher.waitForEnd(code);
-    QCOMPARE(launcher.progress(), QList<int>({0, 0}));
-}
-
-void TestGameLaunch::aCrashIsShownByItsSignal_data()
-{
-    QTest::addColumn<int>("signal");
-    QTest::newRow("killed") << SIGKILL;
-    QTest::newRow("segmentation fault") << SIGSEGV;
-    QTest::newRow("terminated") << SIGTERM;
-}
-
-void TestGameLaunch::aCrashIsShownByItsSignal()
-{
-    QFETCH(const int, signal);
-    LauncherWindow launcher;
-    launcher.start(*wine);
-    emit launcher.patchManager->progressChanged(40);
-    wine->dieOf(signal);
-    launcher.waitForEnd(signal);
-    QCOMPARE(launcher.process->exitStatus(), QProcess::CrashExit);
-    QVERIFY(launcher.isIdle());
+    QCOMPARE(launcher.process->exitStatus(), isSignal ? QProcess::CrashExit : QProcess::NormalExit);
     QCOMPARE(launcher.progress(), QList<int>({0, 0}));
 }
 
@@ -704,7 +631,7 @@ void TestGameLaunch::whatIsPrintedTakesNoMemory()
     wine->exitWith(0);
     QTRY_COMPARE(launcher.process->state(), QProcess::NotRunning);
 
-    writeProfile(profile);
+    Disk::write(profilePath(), profile);
     settings.useWine = useWine;
     settings.winePath = talker.path();
     const qint64 before = ProcessTable::memory("VmRSS");
@@ -768,19 +695,6 @@ void TestGameLaunch::cancelAsksWhileTheGameRuns()
     QVERIFY(ProcessTable::isAlive(wine->pid()));
 }
 
-void TestGameLaunch::cancelAnsweredYesEndsTheGame()
-{
-    qint64 pid = 0;
-    {
-        LauncherWindow launcher;
-        launcher.start(*wine);
-        pid = wine->pid();
-        cancelAndAgree(launcher);
-        QVERIFY(ProcessTable::isAlive(pid));
-    }
-    QVERIFY(!ProcessTable::isAlive(pid));
-}
-
 void TestGameLaunch::theGameMayEndWhileTheQuestionIsOpen()
 {
     LauncherWindow launcher;
@@ -796,75 +710,50 @@ void TestGameLaunch::theGameMayEndWhileTheQuestionIsOpen()
     QVERIFY(launcher.isIdle());
 }
 
-void TestGameLaunch::closingTheFrameAsksNothing()
+void TestGameLaunch::theGameEndsWithTheLauncher_data()
 {
-    qint64 pid = 0;
-    {
-        LauncherWindow launcher;
-        launcher.start(*wine);
-        pid = wine->pid();
-        const MessageBoxAnswerer user;
-        QVERIFY(launcher.window.close());
-        QVERIFY(!launcher.window.isVisible());
-    }
-    QVERIFY(!ProcessTable::isAlive(pid));
+    QTest::addColumn<QByteArray>("profile");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<bool>("byFrame");
+    const QByteArray none;
+    const QByteArray stop = "echo >\"$HOME/stopped\"; kill -STOP $$\n";
+    QTest::newRow("by its button") << none << none << false;
+    QTest::newRow("by its frame, which asks nothing") << none << none << true;
+    QTest::newRow("a game that ignores termination")
+        << none << "trap '' TERM HUP INT QUIT\n"_ba << true;
+    QTest::newRow("a stopped game") << none << stop << false;
+    QTest::newRow("a profile that hangs") << stop << none << false;
 }
 
-void TestGameLaunch::aGameThatIgnoresTerminationEndsWithTheLauncher()
+void TestGameLaunch::theGameEndsWithTheLauncher()
 {
-    const FakeProgram stubborn(client->filePath(u"stubborn"_s),
-                               "trap 'echo heard >>heard' TERM HUP INT QUIT\n"
-                               "echo ready >ready\n"
-                               "while :; do sleep 0.01; done\n");
-    LauncherSettings::instance().winePath = stubborn.path();
+    QFETCH(const QByteArray, profile);
+    QFETCH(const QByteArray, body);
+    QFETCH(const bool, byFrame);
+    const QString stopped = TestEnvironment::home() + u"/stopped"_s;
+    QFile::remove(stopped);
+    Disk::write(profilePath(), profile);
+    const FakeProgram game(client->filePath(u"game"_s), body);
+    LauncherSettings::instance().winePath = game.path();
     qint64 pid = 0;
     {
         LauncherWindow launcher;
         LauncherWindow::click(launcher.play);
-        QTRY_COMPARE(client->read(u"ready"_s), "ready\n");
-        pid = stubborn.pid();
-        QByteArray heard;
-        for (const int signal : {SIGTERM, SIGHUP}) {
-            QCOMPARE(::kill(pid_t(pid), signal), 0);
-            heard += "heard\n";
-            QTRY_COMPARE(client->read(u"heard"_s), heard);
-        }
+        QTRY_VERIFY(game.startCount() == 1 || QFile::exists(stopped));
         QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
-        QVERIFY(launcher.isBusy());
-        QVERIFY(launcher.window.close());
-    }
-    QVERIFY(!ProcessTable::isAlive(pid));
-}
-
-void TestGameLaunch::aStoppedGameEndsWithTheLauncher()
-{
-    qint64 pid = 0;
-    {
-        LauncherWindow launcher;
-        launcher.start(*wine);
-        pid = wine->pid();
-        QCOMPARE(::kill(pid_t(pid), SIGSTOP), 0);
-        cancelAndAgree(launcher);
-    }
-    QVERIFY(!ProcessTable::isAlive(pid));
-}
-
-void TestGameLaunch::aProfileThatHangsLeavesTheWindowUsable()
-{
-    writeProfile("echo hanging >\"$HOME/hanging\"\nkill -STOP $$\n");
-    const QString mark = QDir(TestEnvironment::home()).filePath(u"hanging"_s);
-    qint64 pid = 0;
-    {
-        LauncherWindow launcher;
-        LauncherWindow::click(launcher.play);
-        QTRY_VERIFY(QFile::exists(mark));
         pid = launcher.process->processId();
-        QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
-        cancelAndAgree(launcher);
+        MessageBoxAnswerer user;
+        if (byFrame) {
+            QVERIFY(launcher.window.close());
+        } else {
+            user.expect(QMessageBox::Yes);
+            LauncherWindow::click(launcher.cancel);
+            QVERIFY(user.isDone());
+        }
+        QVERIFY(!launcher.window.isVisible());
+        QVERIFY(ProcessTable::isAlive(pid));
     }
     QVERIFY(!ProcessTable::isAlive(pid));
-    QCOMPARE(wine->startCount(), 0);
-    QVERIFY(QFile::remove(mark));
 }
 
 ZEL_GUI_TEST_MAIN(TestGameLaunch)

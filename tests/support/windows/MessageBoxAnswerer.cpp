@@ -60,7 +60,7 @@ void MessageBoxAnswerer::answer(QMessageBox *box)
     ++open;
     connect(box, &QMessageBox::finished, this, [this] { --open; });
     seen.append({box->windowTitle(), box->text(), box->icon(), box->standardButtons(),
-                 box->isModal(), box->parentWidget()});
+                 box->isModal(), box->parentWidget(), box->textFormat()});
     if (expected.isEmpty()) {
         fail(u"unexpected message box \"%1\": %2"_s.arg(box->windowTitle(), box->text()));
         box->reject();
@@ -96,13 +96,15 @@ MessageBoxAnswerer::Box messageBox(QWidget *parent, QMessageBox::Icon icon, cons
     const QMessageBox::StandardButtons buttons =
         icon == QMessageBox::Question ? QMessageBox::Yes | QMessageBox::No
                                       : QMessageBox::StandardButtons(QMessageBox::Ok);
-    return {title, text, icon, buttons, true, parent};
+    return {title, text, icon, buttons, true, parent, Qt::PlainText};
 }
 
 char *toString(const MessageBoxAnswerer::Box &box)
 {
-    const QString text = u"\"%1\", \"%2\", icon %3, buttons %4, modal %5, parent %6"_s.arg(
-        box.title, box.text, QString::number(box.icon), QString::number(box.buttons.toInt()),
-        QString::number(int(box.isModal)), QString::number(quintptr(box.parent), 16));
+    const QString text =
+        u"\"%1\", \"%2\", icon %3, buttons %4, modal %5, parent %6, format %7"_s.arg(
+            box.title, box.text, QString::number(box.icon), QString::number(box.buttons.toInt()),
+            QString::number(int(box.isModal)), QString::number(quintptr(box.parent), 16),
+            QString::number(box.format));
     return qstrdup(qPrintable(text));
 }

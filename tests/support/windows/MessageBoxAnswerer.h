@@ -22,6 +22,7 @@ public:
         QMessageBox::StandardButtons buttons;
         bool isModal;
         QWidget *parent;
+        Qt::TextFormat format;
 
         bool operator==(const Box &other) const = default;
     };
@@ -57,7 +58,8 @@ private:
     int open = 0;
 };
 
-/// A modal box as the launcher shows it: with Yes and No for a question, with OK otherwise.
+/// A modal box of plain text as the launcher shows it: with Yes and No for a question, with OK
+/// otherwise.
 MessageBoxAnswerer::Box messageBox(QWidget *parent, QMessageBox::Icon icon, const QString &title,
                                    const QString &text);
 
