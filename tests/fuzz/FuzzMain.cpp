@@ -1,7 +1,6 @@
 #include "FuzzTarget.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QTemporaryDir>
 
 #include <cstdint>
@@ -14,12 +13,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "support/TestMain.h"
-
 namespace
 {
 
-int reportFd = STDERR_FILENO; ///< Where findings are told.
+int reportFd = STDERR_FILENO; ///< Where findings are reported.
 int printedFd = -1;           ///< Takes what the launcher's code prints, which must be nothing.
 
 [[noreturn]] void fail(const QByteArray &finding)
@@ -73,19 +70,10 @@ QString Fuzz::path(const QString &name)
     return folder->filePath(name);
 }
 
-void Fuzz::writeFile(const QString &path, const QByteArray &bytes)
+QString Fuzz::file(const QString &name, const QByteArray &bytes)
 {
-    QFile file(path);
-    require(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
-                file.write(bytes) == bytes.size(),
-            "the target could not write its own file");
-}
-
-QByteArray Fuzz::readFile(const QString &path)
-{
-    QFile file(path);
-    require(file.open(QIODevice::ReadOnly), "a file that must be there could not be read");
-    return file.readAll();
+    Disk::write(path(name), bytes);
+    return path(name);
 }
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)

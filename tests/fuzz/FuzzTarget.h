@@ -1,7 +1,6 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
+#include "support/files/Disk.h"
 
 /// What each fuzz target defines: shows @p input to the launcher's code and requires what must
 /// hold whatever the input is. Called once for every input, in one process.
@@ -17,10 +16,7 @@ void require(bool holds, const char *property);
 /// Path of @p name in the target's own temporary folder.
 QString path(const QString &name);
 
-/// Replaces the file at @p path by @p bytes.
-void writeFile(const QString &path, const QByteArray &bytes);
-
-/// Content of the file at @p path, which must exist.
-QByteArray readFile(const QString &path);
+/// Makes a file of @p name in that folder that holds @p bytes. Returns its path.
+QString file(const QString &name, const QByteArray &bytes);
 
 } // namespace Fuzz

@@ -168,7 +168,7 @@ void requireStored(const QDir &client, const QStringList &paths, bool success)
     require(named.contains(found), "no file but those that the manifest names");
     require(!success || found == named, "after a success every file is there");
     if (success) {
-        require(Fuzz::readFile(client.filePath(paths.last())) ==
+        require(Disk::read(client.filePath(paths.last())) ==
                     PatchServer::fileBody(int(paths.size())),
                 "a file holds what the server sent");
     }

@@ -5,47 +5,34 @@
 #include "FuzzTarget.h"
 #include "client/ServerList.h"
 
+using namespace Qt::StringLiterals;
 using Fuzz::require;
 
-namespace
+void fuzzOne(const QByteArray &input)
 {
-
-void requireRowsInOrder(const QString &path)
-{
-    QList<ServerEntry> entries{ServerEntry{7, 7, QStringLiteral("stale"), {}}};
+    const QString path = Fuzz::file(u"serverlist.txt"_s, input);
+    QList<ServerEntry> entries{ServerEntry{7, 7, u"stale"_s, {}}};
     QString error;
     require(ServerList::load(path, &entries, &error) && error.isNull(), "any text loads");
     for (const ServerEntry &entry : std::as_const(entries)) {
         require(!entry.ip.isEmpty() && !entry.ip.contains(u' ') && !entry.ip.contains(u'\n') &&
-                    entry.ip != QStringLiteral("stale"),
-                "a row has an address of one word from the file");
-        require(entry.name.isEmpty(), "no row has a name");
+                    entry.ip != u"stale"_s && entry.name.isEmpty(),
+                "a row has an address of one word from the file, and no name");
     }
-}
 
-} // namespace
-
-void fuzzOne(const QByteArray &input)
-{
-    const QString path = Fuzz::path(QStringLiteral("serverlist.txt"));
-    Fuzz::writeFile(path, input);
-    requireRowsInOrder(path);
-
-    QString ip = QStringLiteral("untouched");
+    QString ip = u"untouched"_s;
     int channels = -7;
     if (!ServerList::detectPrimary(path, &ip, &channels)) {
-        require(ip == QStringLiteral("untouched") && channels == -7,
-                "without a server both results are untouched");
+        require(ip == u"untouched"_s && channels == -7, "without a server nothing is touched");
         return;
     }
     require(!ip.isEmpty() && channels >= 1, "a server has an address and a channel");
 
-    QString error;
     if (!ServerList::writeMinimal(path, 0, ip, channels, &error)) {
         // White space beyond ASCII does not end a word of the list, yet trims to nothing.
-        require(ip.trimmed().isEmpty() && error == QStringLiteral("IP invalido."),
+        require(ip.trimmed().isEmpty() && error == u"IP invalido."_s,
                 "only an address of nothing but white space is refused");
-        require(Fuzz::readFile(path) == input, "a refused address leaves the file untouched");
+        require(Disk::read(path) == input, "a refused address leaves the file untouched");
         return;
     }
     QString writtenIp;

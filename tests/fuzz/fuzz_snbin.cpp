@@ -8,6 +8,7 @@
 #include "FuzzTarget.h"
 #include "client/SnBin.h"
 
+using namespace Qt::StringLiterals;
 using Fuzz::require;
 
 namespace
@@ -17,59 +18,46 @@ QString readName(const QString &path)
 {
     QString name;
     require(SnBin::loadDisplayName(path, &name), "any file that opens has a display name");
-    require(!name.isEmpty() && !name.contains(u'\n') && !name.contains(QStringLiteral("  ")),
+    require(!name.isEmpty() && !name.contains(u'\n') && !name.contains(u"  "_s),
             "a display name is not empty, is one line and has single blanks");
     return name;
 }
 
-/// Name that reads from a file written with @p name.
-QString writtenAndRead(const QString &path, int group, const QString &name)
-{
-    QString error;
-    require(SnBin::writeMainGroup(path, group, name, &error) && error.isNull(), "a write succeeds");
-    require(SnBin::isValid(path), "a written file is valid");
-    return readName(path);
-}
-
-/// True for a line of visible ASCII characters and blanks.
-bool isPlain(const QByteArray &line)
-{
-    return std::all_of(line.begin(), line.end(), [](char c) { return c >= ' ' && c <= '~'; });
-}
-
 void requireWritten(const QString &path, int group, const QString &name)
 {
-    const QByteArray before = Fuzz::readFile(path);
-    if (group < 1 || group > 10) {
-        QString error;
-        require(!SnBin::writeMainGroup(path, group, name, &error), "a group is 1 to 10");
-        require(error == QStringLiteral("ID de grupo invalido para sn.bin: %1").arg(group),
+    const QByteArray before = Disk::read(path);
+    QString error;
+    if (!SnBin::writeMainGroup(path, group, name, &error)) {
+        require(group < 1 || group > 10, "a group is 1 to 10");
+        require(error == u"ID de grupo invalido para sn.bin: %1"_s.arg(group),
                 "the error names the group");
-        require(Fuzz::readFile(path) == before, "a refused group leaves the file untouched");
+        require(Disk::read(path) == before, "a refused group leaves the file untouched");
         return;
     }
+    require(group >= 1 && group <= 10 && error.isNull(), "a group is 1 to 10");
+    require(SnBin::isValid(path), "a written file is valid");
 
     const QString prepared = SnBin::preparedName(name);
     require(!prepared.isEmpty() && prepared.size() <= 15 && !prepared.contains(u'\n') &&
                 !prepared.contains(u'\r'),
             "a written name has 1 to 15 characters on one line");
-    const QString read = writtenAndRead(path, group, name);
-    require(Fuzz::readFile(path) == QByteArray::number(group) + ' ' + prepared.toUtf8() +
-                                        "\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n",
+    require(Disk::read(path) == QByteArray::number(group) + ' ' + prepared.toUtf8() + '\n' +
+                                    QByteArray("0\n").repeated(10),
             "a file is the group, the name and ten lines of 0");
+    const QString read = readName(path);
     require(read.size() <= 15, "a name does not grow on its way through the file");
-    require(writtenAndRead(path, group, read) == read, "a second round trip changes nothing");
+    require(SnBin::writeMainGroup(path, group, read) && readName(path) == read,
+            "a second round trip changes nothing");
 }
 
 } // namespace
 
 void fuzzOne(const QByteArray &input)
 {
-    const QString path = Fuzz::path(QStringLiteral("sn.bin"));
-    Fuzz::writeFile(path, input);
+    const QString path = Fuzz::file(u"sn.bin"_s, input);
     readName(path);
     const QByteArray line = input.split('\n').first();
-    if (isPlain(line)) {
+    if (std::all_of(line.begin(), line.end(), [](char c) { return c >= ' ' && c <= '~'; })) {
         const int group = line.simplified().split(' ').first().toInt();
         require(SnBin::isValid(path) == (group >= 1 && group <= 10),
                 "a file is valid exactly with a group of 1 to 10");

@@ -4,6 +4,29 @@
 
 #include "support/files/Disk.h"
 
+/// Adds data rows for what ends a pass over the server files: a link to "target" in the place of
+/// the file "name", the "text" of the error, in which %1 stands for the path, and "filesWritten"
+/// before.
+inline void addServerFileFaults()
+{
+    using namespace Qt::StringLiterals;
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("filesWritten");
+    const auto row = [](const char *title, const QString &name, const QString &target,
+                        const QString &text, int filesWritten) {
+        QTest::newRow(title) << name << target << text << filesWritten;
+    };
+    const QString notOpened = u"Nao foi possivel gravar %1"_s;
+    row("the server list is a folder", u"serverlist.txt"_s, u"."_s, notOpened, 0);
+    row("no room for the server list", u"serverlist.txt"_s, u"/dev/full"_s, u"Falha ao gravar %1"_s,
+        0);
+    row("the name file is a folder", u"sn.bin"_s, u"."_s, notOpened, 1);
+    row("the address file is a folder", u"server.txt"_s, u"."_s,
+        u"Nao foi possivel gravar server.txt"_s, 2);
+}
+
 /// Checks the answers of @p write where it cannot write @p content. The @p folder is empty.
 inline void
 requireWriteFaults(const QString &folder, const QByteArray &content,

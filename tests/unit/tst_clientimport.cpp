@@ -1,17 +1,13 @@
-#include "support/files/Disk.h"
 #include "support/files/Settings.h"
 
 #include <QFile>
+
+#include "WriteFaults.h"
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
-
-LauncherSettings &settings()
-{
-    return LauncherSettings::instance();
-}
 
 const QByteArray tail = "0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n"; // of "sn.bin"
 
@@ -24,14 +20,10 @@ class TestClientImport : public FolderTest
 private slots:
     void init();
 
-    void theClientsServerIsImported();
-    void aFieldWithoutItsFileKeepsItsValue_data();
-    void aFieldWithoutItsFileKeepsItsValue();
-    void theChannelCountIsLimited();
-    void aNameFileWithoutANameGivesTheDefaultName();
+    void theServerFieldsAreImported_data();
+    void theServerFieldsAreImported();
     void withoutAClientFolderNothingIsImported();
-    void importingWritesNothing();
-    void onlyTheServerFieldsAreImported();
+    void importingWritesNothingAndChangesNoOtherField();
 
     void theServerFilesAndTheOptionsAreWritten();
     void theServerFilesAloneAreWritten();
@@ -54,70 +46,49 @@ void TestClientImport::init()
 
 // ---- import
 
-void TestClientImport::theClientsServerIsImported()
+void TestClientImport::theServerFieldsAreImported_data()
 {
-    Disk::write(at(u"serverlist.txt"_s), "2 0 10.0.0.1\n2 3 10.0.0.1\n");
-    Disk::write(at(u"sn.bin"_s), "5  Their   Server\n");
-    settings().importFromClientFiles();
-    QCOMPARE(settings().serverIp, u"10.0.0.1"_s);
-    QCOMPARE(settings().channelCount, 3);
-    QCOMPARE(settings().serverName, u"Their Server"_s);
+    QTest::addColumn<QByteArray>("list");
+    QTest::addColumn<QByteArray>("nameFile");
+    QTest::addColumn<QString>("ip");
+    QTest::addColumn<int>("count");
+    QTest::addColumn<QString>("name");
+    const auto row = [](const char *title, const QByteArray &list, const QByteArray &nameFile,
+                        const QString &ip, int count, const QString &name) {
+        QTest::newRow(title) << list << nameFile << ip << count << name;
+    };
+    const QByteArray none = "no file";
+    const QByteArray list = "2 0 10.0.0.1\n2 3 10.0.0.1\n";
+    const QString ip = u"192.168.0.1"_s;
+    const QString name = u"Mine"_s;
+    row("both files", list, "5  Their   Server\n", u"10.0.0.1"_s, 3, u"Their Server"_s);
+    row("no files", none, none, ip, 4, name);
+    row("a list alone", list, none, u"10.0.0.1"_s, 3, name);
+    row("a name alone", none, "1 Theirs\n", ip, 4, u"Theirs"_s);
+    row("a list without a server", "# none\n2 3 a\n", "1 Theirs\n", ip, 4, u"Theirs"_s);
+    row("a group out of range has a name too", none, "99 Theirs\n", ip, 4, u"Theirs"_s);
+    row("an empty name file has the default name", none, "", ip, 4, u"Orvandale"_s);
+    row("a group alone has the default name", none, "1\n", ip, 4, u"Orvandale"_s);
+    row("25 channels are ten", "0 0 a\n0 25 a\n", none, u"a"_s, 10, name);
+    row("ten channels", "0 0 a\n0 10 a\n", none, u"a"_s, 10, name);
+    row("no channel counts as one", "0 0 a\n", none, u"a"_s, 1, name);
+    row("a negative channel counts as one", "0 0 a\n0 -9 a\n", none, u"a"_s, 1, name);
 }
 
-void TestClientImport::aFieldWithoutItsFileKeepsItsValue_data()
-{
-    QTest::addColumn<QByteArray>("list"); // no file when empty
-    QTest::addColumn<QByteArray>("name"); // no file when empty
-    QTest::addColumn<QString>("serverIp");
-    QTest::addColumn<int>("channelCount");
-    QTest::addColumn<QString>("serverName");
-    const QByteArray list = "0 0 10.0.0.1\n0 2 10.0.0.1\n";
-    QTest::newRow("no files") << QByteArray() << QByteArray() << u"192.168.0.1"_s << 4 << u"Mine"_s;
-    QTest::newRow("a list alone") << list << QByteArray() << u"10.0.0.1"_s << 2 << u"Mine"_s;
-    QTest::newRow("a name alone") << QByteArray() << QByteArray("1 Theirs\n") << u"192.168.0.1"_s
-                                  << 4 << u"Theirs"_s;
-    QTest::newRow("a list without a server")
-        << QByteArray("# none\n2 3 a\n") << QByteArray("1 Theirs\n") << u"192.168.0.1"_s << 4
-        << u"Theirs"_s;
-    QTest::newRow("a name of an invalid group is still a name")
-        << list << QByteArray("99 Theirs\n") << u"10.0.0.1"_s << 2 << u"Theirs"_s;
-}
-
-void TestClientImport::aFieldWithoutItsFileKeepsItsValue()
+void TestClientImport::theServerFieldsAreImported()
 {
     QFETCH(const QByteArray, list);
-    QFETCH(const QByteArray, name);
-    if (!list.isEmpty()) {
+    QFETCH(const QByteArray, nameFile);
+    if (list != "no file") {
         Disk::write(at(u"serverlist.txt"_s), list);
     }
-    if (!name.isEmpty()) {
-        Disk::write(at(u"sn.bin"_s), name);
+    if (nameFile != "no file") {
+        Disk::write(at(u"sn.bin"_s), nameFile);
     }
     settings().importFromClientFiles();
-    QTEST(settings().serverIp, "serverIp");
-    QTEST(settings().channelCount, "channelCount");
-    QTEST(settings().serverName, "serverName");
-}
-
-void TestClientImport::theChannelCountIsLimited()
-{
-    const QList<std::pair<QByteArray, int>> lists = {
-        {"0 0 a\n0 25 a\n", 10}, {"0 0 a\n0 10 a\n", 10}, {"0 0 a\n", 1}, {"0 0 a\n0 -9 a\n", 1}};
-    for (const auto &[list, count] : lists) {
-        Disk::write(at(u"serverlist.txt"_s), list);
-        settings().importFromClientFiles();
-        QCOMPARE(settings().channelCount, count);
-    }
-}
-
-void TestClientImport::aNameFileWithoutANameGivesTheDefaultName()
-{
-    for (const QByteArray &file : {""_ba, "1\n"_ba}) {
-        Disk::write(at(u"sn.bin"_s), file);
-        settings().serverName = u"Mine"_s;
-        settings().importFromClientFiles();
-        QCOMPARE(settings().serverName, u"Orvandale"_s);
-    }
+    QTEST(settings().serverIp, "ip");
+    QTEST(settings().channelCount, "count");
+    QTEST(settings().serverName, "name");
 }
 
 void TestClientImport::withoutAClientFolderNothingIsImported()
@@ -135,26 +106,22 @@ void TestClientImport::withoutAClientFolderNothingIsImported()
     }
 }
 
-void TestClientImport::importingWritesNothing()
+void TestClientImport::importingWritesNothingAndChangesNoOtherField()
 {
-    Disk::write(at(u"serverlist.txt"_s), "0 0 10.0.0.1\n");
-    settings().importFromClientFiles();
-    QCOMPARE(settings().serverIp, u"10.0.0.1"_s);
-    QVERIFY(!QFile::exists(TestEnvironment::settingsFile()));
-    QCOMPARE(Disk::names(folder()), QStringList{u"serverlist.txt"_s});
-    QCOMPARE(Disk::read(at(u"serverlist.txt"_s)), QByteArray("0 0 10.0.0.1\n"));
-}
-
-void TestClientImport::onlyTheServerFieldsAreImported()
-{
-    Disk::write(at(u"serverlist.txt"_s), "0 0 10.0.0.1\n");
-    Disk::write(at(u"sn.bin"_s), "1 Theirs\n");
-    Disk::write(at(u"Config.bin"_s), QByteArray(30, '\1'));
+    const QMap<QString, QByteArray> files = {{u"serverlist.txt"_s, "0 0 10.0.0.1\n"},
+                                             {u"sn.bin"_s, "1 Theirs\n"},
+                                             {u"Config.bin"_s, QByteArray(30, '\1')}};
+    for (auto file = files.begin(); file != files.end(); ++file) {
+        Disk::write(at(file.key()), file.value());
+    }
     settings().clientConfig.resolution = 7;
     settings().importFromClientFiles();
+    QCOMPARE(settings().serverIp, u"10.0.0.1"_s);
     QCOMPARE(int(settings().clientConfig.resolution), 7);
     QCOMPARE(settings().clientDir, folder());
     QCOMPARE(settings().clientExe, u"ZEL.exe"_s);
+    QCOMPARE(Disk::files(folder()), files);
+    QVERIFY(!QFile::exists(TestEnvironment::settingsFile()));
 }
 
 // ---- sync
@@ -171,7 +138,7 @@ void TestClientImport::theServerFilesAndTheOptionsAreWritten()
              QByteArray("0 0 192.168.0.1\n0 1 192.168.0.1\n0 2 192.168.0.1\n"
                         "0 3 192.168.0.1\n0 4 192.168.0.1\n"));
     QCOMPARE(Disk::read(at(u"sn.bin"_s)), "1 Mine\n" + tail);
-    QCOMPARE(Disk::read(at(u"server.txt"_s)), QByteArray("192.168.0.1\n"));
+    QCOMPARE(Disk::read(at(u"server.txt"_s)), "192.168.0.1\n"_ba);
     ClientConfig saved;
     QVERIFY(ConfigBin::load(at(u"Config.bin"_s), &saved, nullptr));
     QCOMPARE(int(saved.resolution), 11);
@@ -191,7 +158,7 @@ void TestClientImport::theServerFilesAloneAreWritten()
     // Options that the player changed in the game survive a start.
     Disk::write(at(u"Config.bin"_s), "the game's own options");
     QVERIFY(settings().syncServerFilesOnly());
-    QCOMPARE(Disk::read(at(u"Config.bin"_s)), QByteArray("the game's own options"));
+    QCOMPARE(Disk::read(at(u"Config.bin"_s)), "the game's own options"_ba);
 }
 
 void TestClientImport::withoutAFolderNothingIsWritten()
@@ -217,17 +184,8 @@ void TestClientImport::withoutAFolderNothingIsWritten()
 
 void TestClientImport::aServerFileThatIsNotWrittenEndsTheSync_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("the server list")
-        << u"serverlist.txt"_s << u"."_s << u"Nao foi possivel gravar %1"_s;
-    QTest::newRow("the server list, a full disk")
-        << u"serverlist.txt"_s << u"/dev/full"_s << u"Falha ao gravar %1"_s;
-    QTest::newRow("the name file") << u"sn.bin"_s << u"."_s << u"Nao foi possivel gravar %1"_s;
-    QTest::newRow("the address file")
-        << u"server.txt"_s << u"."_s << u"Nao foi possivel gravar server.txt"_s;
-    QTest::newRow("no address") << u"other"_s << u"."_s << u"Informe o IP do servidor."_s;
+    addServerFileFaults();
+    QTest::newRow("no address") << u"other"_s << u"."_s << u"Informe o IP do servidor."_s << 0;
 }
 
 void TestClientImport::aServerFileThatIsNotWrittenEndsTheSync()
@@ -288,7 +246,7 @@ void TestClientImport::aSyncChangesNoField()
     QCOMPARE(settings().serverName, u"  a name longer than the file takes "_s);
     QCOMPARE(settings().channelCount, 50);
     QCOMPARE(int(settings().clientConfig.modelQuality), 9);
-    QCOMPARE(Disk::read(at(u"sn.bin"_s)).first(18), QByteArray("1 a name longer t\n"));
+    QCOMPARE(Disk::read(at(u"sn.bin"_s)).first(18), "1 a name longer t\n"_ba);
     QVERIFY(!QFile::exists(TestEnvironment::settingsFile()));
 }
 

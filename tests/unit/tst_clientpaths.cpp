@@ -6,19 +6,7 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <cstdio>
-
 using namespace Qt::StringLiterals;
-
-namespace
-{
-
-LauncherSettings &settings()
-{
-    return LauncherSettings::instance();
-}
-
-} // namespace
 
 class TestClientPaths : public FolderTest
 {
@@ -35,9 +23,7 @@ private slots:
     void anExecutableInTheWorkingFolderComesFirst();
     void anAbsoluteExecutableNeedsNoClientFolder();
     void anAbsoluteExecutableThatIsMissingFallsBackToTheClientFolder();
-    void withoutAClientFolderTheExecutableIsLookedForInTheWorkingFolder();
-    void aRelativeClientFolderGivesAnAbsoluteExecutable();
-    void withoutAnyNameNoExecutableIsNamed();
+    void aRelativeClientFolderStartsAtTheWorkingFolder();
 
     void theChosenWineIsGivenBackUnchanged();
     void theWineOfTheMachineIsFound_data();
@@ -188,31 +174,21 @@ void TestClientPaths::anAbsoluteExecutableThatIsMissingFallsBackToTheClientFolde
     QCOMPARE(settings().baseClientExePath(), at(u"ZELLauncher.exe"_s));
 }
 
-void TestClientPaths::withoutAClientFolderTheExecutableIsLookedForInTheWorkingFolder()
+void TestClientPaths::aRelativeClientFolderStartsAtTheWorkingFolder()
 {
     const Disk::WorkingFolder working(folder());
-    QCOMPARE(settings().baseClientExePath(), at(u"ZEL.exe"_s));
-    Disk::write(at(u"ZEL IP 14.exe"_s), "MZ");
-    QCOMPARE(settings().baseClientExePath(), at(u"ZEL IP 14.exe"_s));
-    Disk::write(at(u"ZEL.exe"_s), "MZ");
-    QCOMPARE(settings().baseClientExePath(), at(u"ZEL.exe"_s));
-}
-
-void TestClientPaths::aRelativeClientFolderGivesAnAbsoluteExecutable()
-{
-    const Disk::WorkingFolder working(folder());
-    settings().clientDir = u"client"_s;
-    QCOMPARE(settings().baseClientExePath(), at(u"client/ZEL.exe"_s));
-    Disk::write(at(u"client/ZELmarind.exe"_s), "MZ");
-    QCOMPARE(settings().baseClientExePath(), at(u"client/ZELmarind.exe"_s));
-    Disk::write(at(u"client/ZEL.exe"_s), "MZ");
-    QCOMPARE(settings().baseClientExePath(), at(u"client/ZEL.exe"_s));
-}
-
-void TestClientPaths::withoutAnyNameNoExecutableIsNamed()
-{
     settings().clientExe.clear();
     QCOMPARE(settings().baseClientExePath(), QString());
+    settings().clientExe = u"ZEL.exe"_s;
+    for (const QString &clientDir : {QString(), u"client/"_s}) {
+        settings().clientDir = clientDir;
+        QCOMPARE(settings().baseClientExePath(), at(clientDir + u"ZEL.exe"_s));
+        for (const QString &name : {u"ZEL IP 14.exe"_s, u"ZELmarind.exe"_s, u"ZEL.exe"_s}) {
+            Disk::write(at(clientDir + name), "MZ");
+            QCOMPARE(settings().baseClientExePath(), at(clientDir + name));
+        }
+        QFile::remove(at(u"ZEL.exe"_s));
+    }
 }
 
 // ---- Wine
@@ -306,17 +282,10 @@ void TestClientPaths::lookingForPathsCreatesNothing()
 
 int main(int argc, char *argv[])
 {
-    if (argc > 2 && QByteArrayView(argv[1]) == "--child") {
-        const QCoreApplication app(argc, argv);
+    return runTestWithChildren<TestClientPaths>(argc, argv, [](const QStringList &) {
         settings().load();
-        const QByteArray answer = settings().resolvedWine().toUtf8();
-        return std::fputs(answer.constData(), stdout) < 0 ? 1 : 0;
-    }
-    const TestEnvironment environment;
-    const QCoreApplication app(argc, argv);
-    TestEnvironment::nameApplication();
-    TestClientPaths test;
-    return QTest::qExec(&test, argc, argv);
+        return settings().resolvedWine().toUtf8();
+    });
 }
 
 #include "tst_clientpaths.moc"

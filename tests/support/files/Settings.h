@@ -1,6 +1,10 @@
 #pragma once
 
+#include <QDateTime>
 #include <QDir>
+#include <QFile>
+
+#include <cstdio>
 
 #include "settings/LauncherSettings.h"
 #include "support/files/Disk.h"
@@ -8,10 +12,16 @@
 /// The launcher's settings as a new process has them.
 inline const LauncherSettings initialSettings = LauncherSettings::instance();
 
+/// The launcher's settings.
+inline LauncherSettings &settings()
+{
+    return LauncherSettings::instance();
+}
+
 /// Gives the launcher's settings the values that a new process starts with.
 inline void resetFields()
 {
-    LauncherSettings::instance() = initialSettings;
+    settings() = initialSettings;
 }
 
 /// Starts anew, without a settings file.
@@ -20,4 +30,41 @@ inline void resetSettings()
     QDir(TestEnvironment::configHome()).removeRecursively();
     Disk::makeFolder(TestEnvironment::configHome());
     resetFields();
+}
+
+/// Gives the settings file a time of its own: QSettings does not read a file again that changes
+/// twice within a tick of the file system's clock.
+inline void touchSettings()
+{
+    static qint64 seconds = 1'000'000'000;
+    QFile file(TestEnvironment::settingsFile());
+    if (!file.open(QIODevice::ReadWrite) ||
+        !file.setFileTime(QDateTime::fromSecsSinceEpoch(++seconds),
+                          QFileDevice::FileModificationTime)) {
+        qFatal("cannot date the settings file");
+    }
+}
+
+/// Writes the settings file by hand.
+inline void writeSettings(const QByteArray &text)
+{
+    Disk::write(TestEnvironment::settingsFile(), text);
+    touchSettings();
+}
+
+/// main() of a test class without windows. Its child processes, which have the settings of the test
+/// that starts them, print what @p childAnswer returns of their arguments.
+template<typename TestClass>
+int runTestWithChildren(int argc, char *argv[], QByteArray (*childAnswer)(const QStringList &))
+{
+    if (argc > 2 && QByteArrayView(argv[1]) == "--child") {
+        const QCoreApplication app(argc, argv);
+        const QByteArray answer = childAnswer(QCoreApplication::arguments().sliced(2));
+        return std::fputs(answer.constData(), stdout) < 0 ? 1 : 0;
+    }
+    const TestEnvironment environment;
+    const QCoreApplication app(argc, argv);
+    TestEnvironment::nameApplication();
+    TestClass test;
+    return QTest::qExec(&test, argc, argv);
 }
