@@ -15,8 +15,10 @@ namespace
 
 QList<short> wordsOf(const QByteArray &bytes)
 {
-    QList<short> words(bytes.size() / 2);
-    qFromLittleEndian<qint16>(bytes.constData(), words.size(), words.data());
+    QList<short> words;
+    for (qsizetype i = 0; i + 1 < bytes.size(); i += 2) {
+        words += qFromLittleEndian<qint16>(bytes.constData() + i);
+    }
     return words;
 }
 

@@ -16,8 +16,7 @@ private slots:
     void init();
 
     void theClientsFilesAreInItsFolder();
-    void thePictureOfTheClientComesFirst();
-    void withoutAPictureTheLaunchersOwnIsNamed();
+    void thePictureOfTheClientComesBeforeTheLaunchersOwn();
     void theExecutableIsFound_data();
     void theExecutableIsFound();
     void anExecutableInTheWorkingFolderComesFirst();
@@ -25,10 +24,9 @@ private slots:
     void anAbsoluteExecutableThatIsMissingFallsBackToTheClientFolder();
     void aRelativeClientFolderStartsAtTheWorkingFolder();
 
-    void theChosenWineIsGivenBackUnchanged();
+    void theChosenWineIsGivenBackUnchangedWhateverTheSwitch();
     void theWineOfTheMachineIsFound_data();
     void theWineOfTheMachineIsFound();
-    void theWineSwitchDoesNotMatter();
 
     void lookingForPathsCreatesNothing();
 };
@@ -61,20 +59,7 @@ void TestClientPaths::theClientsFilesAreInItsFolder()
 
 // ---- the picture
 
-void TestClientPaths::thePictureOfTheClientComesFirst()
-{
-    Disk::write(at(u"client/Launcher.bmp"_s), "BM");
-    Disk::write(at(u"Launcher.bmp"_s), "BM");
-    const Disk::WorkingFolder working(folder());
-    // The path is neither made absolute nor cleaned; no folder is the working folder.
-    for (const QString &clientDir :
-         {at(u"client/"_s), u"client/"_s, u"client/../client/./"_s, QString()}) {
-        settings().clientDir = clientDir;
-        QCOMPARE(settings().launcherBmpPath(), clientDir + u"Launcher.bmp"_s);
-    }
-}
-
-void TestClientPaths::withoutAPictureTheLaunchersOwnIsNamed()
+void TestClientPaths::thePictureOfTheClientComesBeforeTheLaunchersOwn()
 {
     settings().clientDir = folder();
     const QString own = QCoreApplication::applicationDirPath() + u"/Launcher.bmp"_s;
@@ -84,6 +69,16 @@ void TestClientPaths::withoutAPictureTheLaunchersOwnIsNamed()
     Disk::write(at(u"LAUNCHER.BMP"_s), "BM");
     QCOMPARE(settings().launcherBmpPath(), own);
     QVERIFY(!QFile::exists(own));
+
+    Disk::write(at(u"client/Launcher.bmp"_s), "BM");
+    Disk::write(at(u"Launcher.bmp"_s), "BM");
+    const Disk::WorkingFolder working(folder());
+    // The path is neither made absolute nor cleaned; no folder is the working folder.
+    for (const QString &clientDir :
+         {at(u"client/"_s), u"client/"_s, u"client/../client/./"_s, QString()}) {
+        settings().clientDir = clientDir;
+        QCOMPARE(settings().launcherBmpPath(), clientDir + u"Launcher.bmp"_s);
+    }
 }
 
 // ---- the executable
@@ -193,7 +188,7 @@ void TestClientPaths::aRelativeClientFolderStartsAtTheWorkingFolder()
 
 // ---- Wine
 
-void TestClientPaths::theChosenWineIsGivenBackUnchanged()
+void TestClientPaths::theChosenWineIsGivenBackUnchangedWhateverTheSwitch()
 {
     Disk::write(at(u"opt/wine"_s), "not even executable");
     Disk::makeLink(at(u"link"_s), at(u"opt/wine"_s));
@@ -203,6 +198,10 @@ void TestClientPaths::theChosenWineIsGivenBackUnchanged()
         settings().winePath = path;
         QCOMPARE(settings().resolvedWine(), path);
     }
+    settings().winePath.clear();
+    const QString found = settings().resolvedWine();
+    settings().useWine = false;
+    QCOMPARE(settings().resolvedWine(), found);
 }
 
 void TestClientPaths::theWineOfTheMachineIsFound_data()
@@ -250,13 +249,6 @@ void TestClientPaths::theWineOfTheMachineIsFound()
     child.setVariable(u"PATH"_s, at(u"path"_s) + u":/usr/bin"_s);
     child.mountFirst(u"mount --bind '%1' /usr/bin"_s.arg(at(u"usr-bin"_s)));
     QCOMPARE(QString::fromUtf8(child.output()), QString(found).replace(u"%1"_s, folder()));
-}
-
-void TestClientPaths::theWineSwitchDoesNotMatter()
-{
-    const QString found = settings().resolvedWine();
-    settings().useWine = false;
-    QCOMPARE(settings().resolvedWine(), found);
 }
 
 // ---- all
