@@ -243,6 +243,7 @@ void TestClientSync::aFileWithTheSameNameIsNotRewritten_data()
     row("further lines", "3 Alpha\n4 Beta\n\xff\n", u"Alpha"_s);
     row("no further lines, no line end", "10 Alpha", u"Alpha"_s);
     row("blanks in the file", "  2   Old    Server  \n", u"Old Server"_s);
+    row("a tab in front of the name in the file", "1 \tAlpha\n", u"Alpha"_s);
     row("blanks around the name", "1 Alpha\n", u"  Alpha\n"_s);
     row("a file without a name has the default one", "7\n", u"orvandale"_s);
     row("no name is the default one", "7 ORVANDALE\n", QString());
