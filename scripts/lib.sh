@@ -66,7 +66,7 @@ start_bus() {
     export DBUS_SESSION_BUS_ADDRESS QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
 }
 
-# start_nginx ROOT [DIRECTIVES]: serves ROOT on a free port; sets server_url.
+# start_nginx ROOT [DIRECTIVES] [ssl]: serves ROOT on a free port; sets server_url.
 # shellcheck disable=SC2034 # for the scripts that source this
 start_nginx() {
     local port pid _
@@ -87,7 +87,7 @@ http {
     scgi_temp_path $work/nginx-scgi;
     ${2:-}
     server {
-        listen 127.0.0.1:$port;
+        listen 127.0.0.1:$port ${3:-};
         root $1;
     }
 }
@@ -99,7 +99,7 @@ CONF
         while kill -0 "$pid" 2>/dev/null; do
             if [[ -s $work/nginx.pid ]] && : 2>/dev/null <"/dev/tcp/127.0.0.1/$port"; then
                 pids+=("$pid")
-                server_url=http://127.0.0.1:$port
+                server_url=http${3:+s}://127.0.0.1:$port
                 return
             fi
             sleep 0.1
