@@ -13,43 +13,30 @@
 #include <unistd.h>
 #include <vector>
 
-struct Sha256::Private {
-    EVP_MD *method = EVP_MD_fetch(nullptr, "SHA256", nullptr);
-    EVP_MD_CTX *context = EVP_MD_CTX_new();
-    bool healthy = false;
-};
-
 Sha256::Sha256()
-    : d(std::make_unique<Private>())
+    : context(EVP_MD_CTX_new())
+    , healthy(EVP_DigestInit_ex(context, EVP_sha256(), nullptr) == 1)
 {
-    reset();
 }
 
 Sha256::~Sha256()
 {
-    EVP_MD_CTX_free(d->context);
-    EVP_MD_free(d->method);
-}
-
-void Sha256::reset()
-{
-    d->healthy = EVP_DigestInit_ex2(d->context, d->method, nullptr) == 1;
+    EVP_MD_CTX_free(context);
 }
 
 void Sha256::addData(QByteArrayView data)
 {
-    d->healthy = d->healthy && EVP_DigestUpdate(d->context, data.data(), size_t(data.size())) == 1;
+    healthy = healthy && EVP_DigestUpdate(context, data.data(), size_t(data.size())) == 1;
 }
 
 QByteArray Sha256::hexResult()
 {
     QByteArray digest(EVP_MAX_MD_SIZE, Qt::Uninitialized);
     unsigned int size = 0;
-    if (!d->healthy ||
-        EVP_DigestFinal_ex(d->context, reinterpret_cast<uchar *>(digest.data()), &size) != 1) {
+    if (!healthy ||
+        EVP_DigestFinal_ex(context, reinterpret_cast<uchar *>(digest.data()), &size) != 1) {
         return {};
     }
-    d->healthy = false;
     digest.truncate(qsizetype(size));
     return digest.toHex();
 }
@@ -87,10 +74,9 @@ public:
 
     void work()
     {
-        Sha256 hash;
         std::vector<char> block(blockSize);
         for (qsizetype i = next++; i < files.size(); i = next++) {
-            failures[size_t(i)] = digest(files.at(i), &hash, &block, &results[i]);
+            failures[size_t(i)] = digest(files.at(i), &block, &results[i]);
             ++doneFiles;
         }
     }
@@ -111,8 +97,7 @@ public:
 
 private:
     /// Returns why the file could not be read; an empty text on success.
-    QString digest(const QByteArray &path, Sha256 *hash, std::vector<char> *block,
-                   FileDigest *result)
+    QString digest(const QByteArray &path, std::vector<char> *block, FileDigest *result)
     {
         // Without O_NONBLOCK the opening of a FIFO would wait for a writer.
         const int file = ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -128,25 +113,21 @@ private:
             return QStringLiteral("is no file any more");
         }
 
-        hash->reset();
+        Sha256 hash;
         ssize_t count = 0;
         while ((count = ::read(file, block->data(), block->size())) > 0) {
-            hash->addData(QByteArrayView(block->data(), count));
+            hash.addData(QByteArrayView(block->data(), count));
             result->size += count;
             doneBytes += count;
         }
-        if (count < 0) {
-            return systemError(errno);
-        }
-
         struct stat after = {};
-        if (::fstat(file, &after) != 0) {
+        if (count < 0 || ::fstat(file, &after) != 0) {
             return systemError(errno);
         }
         if (!isSameTime(before.st_mtim, after.st_mtim) || result->size != after.st_size) {
             return QStringLiteral("changed while it was read");
         }
-        result->sha256 = hash->hexResult();
+        result->sha256 = hash.hexResult();
         return result->sha256.isEmpty() ? QStringLiteral("libcrypto has no SHA-256") : QString();
     }
 

@@ -7,9 +7,10 @@
 #include <QStringList>
 
 #include <functional>
-#include <memory>
 
 #include "zel-manifest/Text.h"
+
+struct evp_md_ctx_st;
 
 /// SHA-256 of a stream of bytes, by libcrypto: it uses the processor's instructions for it.
 class Sha256
@@ -19,16 +20,14 @@ public:
     ~Sha256();
     Q_DISABLE_COPY_MOVE(Sha256)
 
-    /// Starts over with no bytes.
-    void reset();
     void addData(QByteArrayView data);
-    /// The digest of all bytes so far in 64 lower-case hex digits; call reset() before the next
-    /// addData(). Empty when libcrypto provides no SHA-256.
+    /// The digest of all bytes in 64 lower-case hex digits; call it once. Empty when libcrypto
+    /// provides no SHA-256.
     QByteArray hexResult();
 
 private:
-    struct Private;
-    const std::unique_ptr<Private> d;
+    evp_md_ctx_st *const context;
+    bool healthy;
 };
 
 /// Size and digest of a file that was read whole.

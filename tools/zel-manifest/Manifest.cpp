@@ -105,20 +105,15 @@ std::optional<QByteArray> readWhole(const QString &path, QString *error)
 bool writeWhole(const QString &target, const QByteArray &content, QString *error)
 {
     QSaveFile file(target);
-    if (!file.open(QIODevice::WriteOnly)) {
-        *error = file.errorString();
-        return false;
-    }
     // QSaveFile would commit what a full disk cut short.
-    if (file.write(content) != content.size() || !file.flush()) {
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() ||
+        !file.flush()) {
         *error = file.errorString();
-        file.cancelWriting();
         return false;
     }
     // Some file systems report a full disk only here, and QSaveFile ignores it.
     if (::fsync(file.handle()) != 0) {
         *error = QString::fromStdString(std::generic_category().message(errno));
-        file.cancelWriting();
         return false;
     }
     if (!file.commit()) {

@@ -3,7 +3,6 @@
 #include <QFile>
 #include <QHash>
 #include <QSet>
-#include <QStringDecoder>
 
 #include <algorithm>
 #include <cerrno>
@@ -33,18 +32,6 @@ constexpr const char *manifestName = "manifest.json";
 QByteArray toBytes(const fs::path &path)
 {
     return QByteArray::fromStdString(path.native());
-}
-
-/// @p bytes as text; nothing when they are not UTF-8.
-std::optional<QString> toText(const QByteArray &bytes)
-{
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
-                                                     QStringDecoder::Flag::ConvertInitialBom);
-    QString text = decoder(bytes);
-    if (decoder.hasError()) {
-        return std::nullopt;
-    }
-    return text;
 }
 
 /// @p text with differences of letter case taken away, character by character, as Windows
@@ -163,7 +150,7 @@ private:
         }
         const bool isFolder = S_ISDIR(status.st_mode);
         const bool isFile = S_ISREG(status.st_mode);
-        if (isExcluded(toText(path).value_or(QString::fromUtf8(path)), isFolder)) {
+        if (isExcluded(textOf(path).value_or(QString::fromUtf8(path)), isFolder)) {
             result.excluded.append(path);
             return;
         }
@@ -239,7 +226,7 @@ private:
     /// Judges the name; warns of what only Windows objects to.
     bool isNameFit(const QByteArray &path, const QByteArray &name, bool isFile)
     {
-        const std::optional<QString> text = toText(name);
+        const std::optional<QString> text = textOf(name);
         if (!text) {
             refuse(path, QStringLiteral("the name is not UTF-8"));
             return false;
@@ -368,9 +355,4 @@ QByteArray PatchFolder::realPath(const QString &path)
     }
     const fs::path folder = fs::canonical(fs::absolute(given, error).parent_path(), error);
     return error ? QByteArray() : toBytes(folder / given.filename());
-}
-
-QString PatchFolder::pathText(const QByteArray &path)
-{
-    return toText(path).value_or(QString());
 }

@@ -56,7 +56,4 @@ public:
     /// The place of the file at @p path, which may not exist yet, with no link in it. Empty when
     /// its folder does not exist.
     static QByteArray realPath(const QString &path);
-
-    /// A path of a scan as text.
-    static QString pathText(const QByteArray &path);
 };

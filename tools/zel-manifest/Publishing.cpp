@@ -65,26 +65,25 @@ ExitCode Publishing::report(const PatchFolderScan &scan)
 /// shown, when the new manifest would replace a file of the patch.
 bool Publishing::reportAbsent(const QByteArrayList &absent)
 {
-    const QByteArray target = PatchFolder::realPath(options.manifest);
-    bool mayReplace = true;
     for (const QByteArray &path : absent) {
-        const QString place = options.folder + QLatin1Char('/') + PatchFolder::pathText(path);
-        const bool isTarget = PatchFolder::realPath(place) == target;
-        if (!isTarget) {
+        QString error;
+        Manifest old;
+        if (path != "manifest.json") {
+            if (!Manifest::fromJson(readWhole(options.manifest, &error).value_or(QByteArray()),
+                                    &old)) {
+                console->error(
+                    quoted(path) +
+                    QStringLiteral(": is no manifest, so --output shall not replace it"));
+                return false;
+            }
+        } else if (PatchFolder::realPath(options.folder + QStringLiteral("/manifest.json")) !=
+                   PatchFolder::realPath(options.manifest)) {
             console->warning(quoted(path) +
                              QStringLiteral(": not listed; it is where the launcher looks for "
                                             "the manifest"));
         }
-        QString error;
-        Manifest old;
-        if (isTarget && path != "manifest.json" &&
-            !Manifest::fromJson(readWhole(place, &error).value_or(QByteArray()), &old)) {
-            console->error(quoted(path) +
-                           QStringLiteral(": is no manifest, so --output shall not replace it"));
-            mayReplace = false;
-        }
     }
-    return mayReplace;
+    return true;
 }
 
 /// Adds the files with their sizes and digests to @p manifest. Returns false, with the errors
@@ -107,7 +106,7 @@ bool Publishing::listFiles(const PatchFolderScan &scan, Manifest *manifest)
     }
     for (qsizetype i = 0; isRead && i < digests.size(); ++i) {
         const QByteArray &path = scan.files.at(i);
-        manifest->files.append({PatchFolder::pathText(path),
+        manifest->files.append({textOf(path).value_or(QString()),
                                 options.urlPrefix + Manifest::urlOf(path), digests.at(i).size,
                                 QString::fromLatin1(digests.at(i).sha256)});
     }

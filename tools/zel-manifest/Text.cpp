@@ -29,13 +29,21 @@ void appendEscaped(QString *text, QChar c)
 
 } // namespace
 
-QString quoted(const QByteArray &name)
+std::optional<QString> textOf(const QByteArray &bytes)
 {
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
                                                      QStringDecoder::Flag::ConvertInitialBom);
-    const QString text = decoder(name);
-    if (!decoder.hasError()) {
-        return quoted(text);
+    QString text = decoder(bytes);
+    if (decoder.hasError()) {
+        return std::nullopt;
+    }
+    return text;
+}
+
+QString quoted(const QByteArray &name)
+{
+    if (const std::optional<QString> text = textOf(name)) {
+        return quoted(*text);
     }
     QString result(u'"');
     for (const char byte : name) {
