@@ -1,9 +1,7 @@
 #include "support/TestMain.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
-#include <QProcess>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSet>
@@ -15,12 +13,12 @@
 #include <filesystem>
 #include <fstream>
 
+#include "Outcome.h"
 #include "patch/PatchManager.h"
 #include "settings/LauncherSettings.h"
 #include "support/files/Disk.h"
 #include "support/files/HostileNames.h"
 #include "support/network/NginxServer.h"
-#include "zel-manifest/Manifest.h"
 
 using namespace Qt::StringLiterals;
 namespace fs = std::filesystem;
@@ -76,18 +74,9 @@ QByteArrayList filesIn(const QString &folder)
     return paths;
 }
 
-struct Outcome {
-    int exitCode;
-    QString messages; ///< What was on standard error.
-};
-
 Outcome runManifest(const QStringList &arguments)
 {
-    QProcess process;
-    process.start(QStringLiteral(ZEL_MANIFEST), arguments);
-    process.waitForFinished(-1);
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardError())};
+    return run(QStringLiteral(ZEL_MANIFEST), arguments);
 }
 
 } // namespace
@@ -100,9 +89,7 @@ class TestPublish : public TestBase
 private slots:
     void initTestCase();
     void cleanupTestCase();
-    void everyFileIsListedAsItIs();
-    void launchersGetThePatchByteForByte();
-    void theCheckAsksForWhatTheLauncherAsksFor();
+    void launchersGetThePatchAndTheCheckAsksForTheSame();
     void launchersGetAPatchBelowAUrlPrefix();
     void theLauncherCouldNotReplaceAFileWithARefusedLongName();
     void theLauncherWouldStoreARefusedColonElsewhere();
@@ -112,7 +99,6 @@ private slots:
 
 private:
     QByteArrayList makeNames() const;
-    void publish();
     void updateAndCompare();
     /// Runs the launcher's updater; its last message.
     QString update(const QString &client, const QString &path) const;
@@ -147,19 +133,12 @@ QByteArrayList TestPublish::makeNames() const
             folders.append(folder + '/');
         }
     }
-    QByteArrayList result{".hidden",
-                          "~",
-                          "%",
-                          "%2e%2e",
-                          "a b",
-                          "a+b",
-                          "index.html",
-                          "x.gz",
-                          "sub/manifest.json",
-                          "\xEF\xBB\xBFname",
-                          "x/\xEF\xBB\xBFname",
-                          "http:/host/file",
-                          QByteArray(248, 'n')};
+    QByteArrayList result{QByteArray(248, 'n')};
+    for (const char *name :
+         {".hidden", "~", "%", "%2e%2e", "a b", "a+b", "index.html", "x.gz", "sub/manifest.json",
+          "\xEF\xBB\xBFname", "x/\xEF\xBB\xBFname", "http:/host/file"}) {
+        result.append(name);
+    }
     // As an encoded URL this is longer than most servers allow by default.
     QByteArray deep;
     for (int i = 0; i < 15; ++i) {
@@ -196,19 +175,14 @@ void TestPublish::initTestCase()
     QCOMPARE(filesIn(patch), names);
     QString error;
     QVERIFY2(nginx.start(dir.path(), &error), qPrintable(error));
-    publish();
+    const Outcome outcome = runManifest({u"-p"_s, u"2.5.0"_s, patch});
+    QVERIFY2(outcome.exitCode == 0, qPrintable(outcome.messages));
 }
 
 void TestPublish::cleanupTestCase()
 {
     nginx.stop();
     fs::remove_all(dir.path().toStdString()); // also names that Qt does not find in a folder
-}
-
-void TestPublish::publish()
-{
-    const Outcome outcome = runManifest({u"-p"_s, u"2.5.0"_s, patch});
-    QVERIFY2(outcome.exitCode == 0, qPrintable(outcome.messages));
 }
 
 void TestPublish::updateAndCompare()
@@ -236,40 +210,21 @@ QString TestPublish::update(const QString &client, const QString &path) const
     return finished.first().at(1).toString();
 }
 
-void TestPublish::everyFileIsListedAsItIs()
-{
-    Manifest manifest;
-    QVERIFY(Manifest::fromJson(read(place(patch, "manifest.json")), &manifest));
-    QCOMPARE(manifest.version, u"2.5.0"_s);
-    QCOMPARE(manifest.files.size(), names.size());
-    for (qsizetype i = 0; i < names.size(); ++i) {
-        const ManifestEntry &entry = manifest.files.at(i);
-        const QByteArray content = read(place(patch, names.at(i)));
-        QCOMPARE(entry.path.toUtf8(), names.at(i));
-        QCOMPARE(entry.size, content.size());
-        QCOMPARE(entry.sha256.toLatin1(),
-                 QCryptographicHash::hash(content, QCryptographicHash::Sha256).toHex());
-    }
-}
-
-void TestPublish::launchersGetThePatchByteForByte()
-{
-    updateAndCompare();
-}
-
-void TestPublish::theCheckAsksForWhatTheLauncherAsksFor()
+void TestPublish::launchersGetThePatchAndTheCheckAsksForTheSame()
 {
     const qsizetype perRun = names.size() + 1;
     const qsizetype before = nginx.requests().size();
+    const auto requests = [&] { return nginx.requests().mid(before); };
+    updateAndCompare();
+    QTRY_COMPARE(requests().size(), perRun);
     updateAndCompare(); // now every file replaces an older one
-    QTRY_COMPARE(nginx.requests().size(), before + perRun);
+    QTRY_COMPARE(requests().size(), 2 * perRun);
 
     const Outcome outcome = runManifest({u"--base-url"_s, nginx.url() + u"patch"_s, patch});
     QVERIFY2(outcome.exitCode == 0, qPrintable(outcome.messages));
     QVERIFY2(outcome.messages.contains(u"5000 files"_s), qPrintable(outcome.messages));
-    QTRY_COMPARE(nginx.requests().size(), before + 2 * perRun);
-    const QList<QByteArray> requests = nginx.requests().mid(before);
-    QCOMPARE(requests.mid(perRun), requests.first(perRun));
+    QTRY_COMPARE(requests().size(), 3 * perRun);
+    QCOMPARE(requests().mid(2 * perRun), requests().first(perRun));
 }
 
 void TestPublish::launchersGetAPatchBelowAUrlPrefix()
@@ -337,10 +292,6 @@ void TestPublish::theCheckShowsWhatIsWrong()
     write(place(folder, "sub/the file"), "01234567");
     const QString newer = dir.filePath(u"newer.json"_s);
     QCOMPARE(runManifest({u"-p2"_s, u"-o"_s, newer, folder}).exitCode, 0);
-    outcome = runManifest({u"-u"_s, url + u"#"_s, u"-o"_s, newer});
-    QCOMPARE(outcome.exitCode, 5);
-    QVERIFY(outcome.messages.startsWith(u"zel-manifest: warning: the base URL has a \"#\": "_s));
-
     outcome = runManifest({u"-u"_s, url, u"-o"_s, newer});
     QCOMPARE(outcome.messages,
              u"zel-manifest: error: \"manifest.json\": is not the one in \"%1\"\n"
@@ -355,16 +306,14 @@ void TestPublish::theCheckShowsProgressOnATerminal()
     if (QStandardPaths::findExecutable(u"script"_s).isEmpty()) {
         QSKIP("script, which makes a terminal, is not installed");
     }
-    QProcess process;
-    const QString url = nginx.url() + u"patch"_s;
-    process.start(u"script"_s, {u"--quiet"_s, u"--return"_s, u"--command"_s,
-                                QStringLiteral(ZEL_MANIFEST " -u ") + url, u"/dev/null"_s});
-    process.waitForFinished(-1);
-    QCOMPARE(process.exitCode(), 0);
-    const QString output = QString::fromUtf8(process.readAllStandardOutput());
+    const Outcome outcome =
+        run(u"script"_s,
+            {u"--quiet"_s, u"--return"_s, u"--command"_s,
+             QStringLiteral(ZEL_MANIFEST " -u ") + nginx.url() + u"patch"_s, u"/dev/null"_s});
+    QCOMPARE(outcome.exitCode, 0);
     static const QRegularExpression shown(
         u"\rfetching \\d+ %, .* of .*, \\d+ of 5000 files *\r +\rzel-manifest: published as .*\r\n$"_s);
-    QVERIFY2(shown.match(output).hasMatch(), qPrintable(output.right(500)));
+    QVERIFY2(shown.match(outcome.output).hasMatch(), qPrintable(outcome.output.right(500)));
 }
 
 void TestPublish::aBaseUrlWithALonePercentLosesNames()
@@ -377,7 +326,8 @@ void TestPublish::aBaseUrlWithALonePercentLosesNames()
     // The launcher then asks for "a%20b", so the warning is justified.
     const Outcome outcome = runManifest({u"-u"_s, nginx.url() + u"100%"_s});
     QCOMPARE(outcome.exitCode, 4);
-    QVERIFY(outcome.messages.contains(u"\"%\" that encodes nothing"_s));
+    QVERIFY(
+        outcome.messages.startsWith(u"zel-manifest: warning: the base URL has a \"%\" that "_s));
     QVERIFY(outcome.messages.contains(u"error: \"a b\": "_s));
     QVERIFY(outcome.messages.contains(u"1 wrong in"_s));
 }

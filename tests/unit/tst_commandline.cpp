@@ -39,18 +39,10 @@ class TestCommandLine : public TestBase
 private slots:
     void helpSaysAll();
     void theVersionIsThatOfTheProgram();
-    void aFolderIsPublished();
-    void everyOptionForPublishingIsTaken_data();
-    void everyOptionForPublishingIsTaken();
-    void anEmptyVersionCanBeAllowed();
-    void urlPrefixIsEncodedAndEndsWithASlash_data();
-    void urlPrefixIsEncodedAndEndsWithASlash();
-    void aBaseUrlIsChecked();
-    void thePublishedManifestIsComparedWithThatOfTheFolder_data();
-    void thePublishedManifestIsComparedWithThatOfTheFolder();
+    void everyOptionIsTaken_data();
+    void everyOptionIsTaken();
     void wrongUsageHasAReason_data();
     void wrongUsageHasAReason();
-    void wrongUsageCanBeQuiet();
 };
 
 void TestCommandLine::helpSaysAll()
@@ -85,97 +77,62 @@ void TestCommandLine::theVersionIsThatOfTheProgram()
     }
 }
 
-void TestCommandLine::aFolderIsPublished()
-{
-    const Options options = optionsOf(u"-p 1.0 patch"_s);
-    QCOMPARE(options.task, Options::Publish);
-    QCOMPARE(options.folder, u"patch"_s);
-    QCOMPARE(options.manifest, u"patch/manifest.json"_s);
-    QCOMPARE(options.version, u"1.0"_s);
-    QCOMPARE(options.urlPrefix, QString());
-    QVERIFY(options.excludes.isEmpty());
-    QVERIFY(!options.dryRun);
-    QVERIFY(!options.quiet);
-}
-
-void TestCommandLine::everyOptionForPublishingIsTaken_data()
+void TestCommandLine::everyOptionIsTaken_data()
 {
     QTest::addColumn<QString>("arguments");
-    QTest::newRow("short") << u"-p 1 -x a -x b/ -o x.json --url-prefix r -n -q patch"_s;
-    QTest::newRow("long") << u"--patch-version=1 --exclude a --exclude=b/ --output x.json "
-                             "--url-prefix=r --dry-run --quiet patch"_s;
+    QTest::addColumn<QString>("taken");
+    const auto row = [](const QString &arguments, const QString &taken) {
+        QTest::newRow(qPrintable(arguments)) << arguments << taken;
+    };
+    row(u"-p 1.0 patch"_s, u"publish patch in patch/manifest.json as 1.0, excluding"_s);
+    const QString all = u"publish patch in x.json as 1, prefix r/, excluding a b/, dry, quiet"_s;
+    row(u"-p 1 -x a -x b/ -o x.json --url-prefix r -n -q patch"_s, all);
+    row(u"--patch-version=1 --exclude a --exclude=b/ --output x.json --url-prefix=r --dry-run "
+        "--quiet patch"_s,
+        all);
+    const QString empty = u"publish patch in patch/manifest.json as , excluding"_s;
+    row(u"--allow-empty-version patch"_s, empty);
+    row(u"--allow-empty-version --patch-version= patch"_s, empty);
+    row(u"--allow-empty-version -p 1 patch"_s,
+        u"publish patch in patch/manifest.json as 1, excluding"_s);
+    // The prefix is encoded and ends with a slash.
+    for (const auto &[prefix, encoded] : {std::pair{u"1.0"_s, u"1.0/"_s},
+                                          {u"1.0/"_s, u"1.0/"_s},
+                                          {u"releases/1.0"_s, u"releases/1.0/"_s},
+                                          {u"50%#1ç"_s, u"50%25%231%C3%A7/"_s},
+                                          {u"..a/.b"_s, u"..a/.b/"_s}}) {
+        row(u"-p1 -o x --url-prefix "_s + prefix + u" patch"_s,
+            u"publish patch in x as 1, prefix "_s + encoded + u", excluding"_s);
+    }
+    row(u"-u http://host"_s, u"check http://host for 60 s"_s);
+    row(u"--base-url=http://host --timeout 1 -q"_s, u"check http://host for 1 s, quiet"_s);
+    row(u"-u http://host --timeout 86400"_s, u"check http://host for 86400 s"_s);
+    // The published manifest is compared with that of the folder, or with FILE.
+    row(u"-u http://host patch"_s, u"check http://host for 60 s with patch/manifest.json"_s);
+    row(u"-u http://host -o x.json"_s, u"check http://host for 60 s with x.json"_s);
+    row(u"-u http://host -o x.json patch"_s, u"check http://host for 60 s with x.json"_s);
 }
 
-void TestCommandLine::everyOptionForPublishingIsTaken()
+void TestCommandLine::everyOptionIsTaken()
 {
     QFETCH(const QString, arguments);
+    QFETCH(const QString, taken);
     const Options options = optionsOf(arguments);
-    QCOMPARE(options.task, Options::Publish);
-    QCOMPARE(options.folder, u"patch"_s);
-    QCOMPARE(options.manifest, u"x.json"_s);
-    QCOMPARE(options.version, u"1"_s);
-    QCOMPARE(options.urlPrefix, u"r/"_s);
-    QCOMPARE(options.excludes.size(), 2);
-    QCOMPARE(options.excludes.first().text(), u"a"_s);
-    QCOMPARE(options.excludes.last().text(), u"b/"_s);
-    QVERIFY(options.dryRun);
-    QVERIFY(options.quiet);
-}
-
-void TestCommandLine::anEmptyVersionCanBeAllowed()
-{
-    QCOMPARE(optionsOf(u"--allow-empty-version patch"_s).version, QString());
-    QCOMPARE(optionsOf(u"--allow-empty-version --patch-version= patch"_s).version, QString());
-    QCOMPARE(optionsOf(u"--allow-empty-version -p 1 patch"_s).version, u"1"_s);
-}
-
-void TestCommandLine::urlPrefixIsEncodedAndEndsWithASlash_data()
-{
-    QTest::addColumn<QString>("prefix");
-    QTest::addColumn<QString>("encoded");
-    QTest::newRow("a folder") << u"1.0"_s << u"1.0/"_s;
-    QTest::newRow("a slash at the end") << u"1.0/"_s << u"1.0/"_s;
-    QTest::newRow("two folders") << u"releases/1.0"_s << u"releases/1.0/"_s;
-    QTest::newRow("a name to encode") << u"50% #1ç"_s << u"50%25%20%231%C3%A7/"_s;
-    QTest::newRow("dots in names") << u"..a/.b"_s << u"..a/.b/"_s;
-}
-
-void TestCommandLine::urlPrefixIsEncodedAndEndsWithASlash()
-{
-    QFETCH(const QString, prefix);
-    QFETCH(const QString, encoded);
-    const Reading reading = read({u"-p1"_s, u"--url-prefix"_s, prefix, u"patch"_s});
-    QCOMPARE(reading.error, QString());
-    QCOMPARE(reading.options.urlPrefix, encoded);
-}
-
-void TestCommandLine::aBaseUrlIsChecked()
-{
-    Options options = optionsOf(u"-u http://host"_s);
-    QCOMPARE(options.task, Options::Check);
-    QCOMPARE(options.baseUrl, u"http://host"_s);
-    QCOMPARE(options.timeout, 60);
-    options = optionsOf(u"--base-url=http://host --timeout 1 -q"_s);
-    QCOMPARE(options.timeout, 1);
-    QVERIFY(options.quiet);
-    QCOMPARE(optionsOf(u"-u http://host --timeout 86400"_s).timeout, 86400);
-}
-
-void TestCommandLine::thePublishedManifestIsComparedWithThatOfTheFolder_data()
-{
-    QTest::addColumn<QString>("arguments");
-    QTest::addColumn<QString>("manifest");
-    QTest::newRow("no folder") << u"-u http://host"_s << u""_s;
-    QTest::newRow("a folder") << u"-u http://host patch"_s << u"patch/manifest.json"_s;
-    QTest::newRow("a file") << u"-u http://host -o x.json"_s << u"x.json"_s;
-    QTest::newRow("both") << u"-u http://host -o x.json patch"_s << u"x.json"_s;
-}
-
-void TestCommandLine::thePublishedManifestIsComparedWithThatOfTheFolder()
-{
-    QFETCH(const QString, arguments);
-    QFETCH(const QString, manifest);
-    QCOMPARE(optionsOf(arguments).manifest, manifest);
+    QString text;
+    if (options.task == Options::Publish) {
+        text = u"publish %1 in %2 as %3"_s.arg(options.folder, options.manifest, options.version);
+        text += options.urlPrefix.isEmpty() ? u""_s : u", prefix "_s + options.urlPrefix;
+        text += u", excluding"_s;
+        for (const ExcludePattern &pattern : options.excludes) {
+            text += u' ' + pattern.text();
+        }
+        text += options.dryRun ? u", dry"_s : u""_s;
+    } else {
+        QCOMPARE(options.task, Options::Check);
+        text = u"check %1 for %2 s"_s.arg(options.baseUrl).arg(options.timeout);
+        text += options.manifest.isEmpty() ? u""_s : u" with "_s + options.manifest;
+    }
+    QCOMPARE(text + (options.quiet ? u", quiet"_s : u""_s), taken);
 }
 
 void TestCommandLine::wrongUsageHasAReason_data()
@@ -192,6 +149,8 @@ void TestCommandLine::wrongUsageHasAReason_data()
         QTest::newRow(name) << arguments << message;
     };
     row("no folder", u"-p 1"_s, u"which folder?"_s);
+    row("no folder, quietly", u"-q"_s, u"which folder?"_s);
+    row("an unknown option, quietly", u"--quiet --verbose"_s, u"Unknown option 'verbose'."_s);
     row("two folders", u"-p 1 patch other"_s, u"one folder at a time: \"other\" is too much"_s);
     row("no version", u"patch"_s, noVersion);
     row("an empty version", u"--patch-version= patch"_s, noVersion);
@@ -200,6 +159,7 @@ void TestCommandLine::wrongUsageHasAReason_data()
     row("a missing value", u"patch -p"_s, u"Missing value after '-p'."_s);
     row("help beside an error", u"--help --verbose"_s, u"Unknown option 'verbose'."_s);
     row("no pattern", u"-p 1 --exclude= patch"_s, u"\"\" is no pattern for --exclude"_s);
+    row("a slash as pattern", u"-p 1 -x / patch"_s, u"\"/\" is no pattern for --exclude"_s);
     row("an open pattern", u"-p 1 -x a -x [b patch"_s, u"\"[b\" is no pattern for --exclude"_s);
     row("a prefix above", u"-p 1 --url-prefix a/../.. patch"_s, u"\"a/../..\""_s + noPrefix);
     row("a prefix with a dot", u"-p 1 --url-prefix a/. patch"_s, u"\"a/.\""_s + noPrefix);
@@ -227,16 +187,7 @@ void TestCommandLine::wrongUsageHasAReason()
     QFETCH(const QString, message);
     const Reading reading = read(arguments.split(u' '));
     QCOMPARE(reading.error, message);
-    QVERIFY(!reading.options.quiet);
-}
-
-void TestCommandLine::wrongUsageCanBeQuiet()
-{
-    for (const QString &arguments : {u"-q"_s, u"--quiet --verbose"_s, u"-q a b"_s}) {
-        const Reading reading = read(arguments.split(u' '));
-        QVERIFY(!reading.error.isEmpty());
-        QVERIFY(reading.options.quiet);
-    }
+    QCOMPARE(reading.options.quiet, arguments.contains(u"-q"_s));
 }
 
 ZEL_TEST_MAIN(TestCommandLine)

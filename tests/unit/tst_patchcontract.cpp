@@ -68,20 +68,19 @@ void TestPatchContract::onlyTheLengthOfTheBodyItselfIsPromised_data()
     QTest::addColumn<Headers>("headers");
     QTest::addColumn<qint64>("size");
     const QNetworkReply::RawHeaderPair length{"Content-Length", "300"};
-    QTest::newRow("no header") << Headers{} << qint64(0);
-    QTest::newRow("a length") << Headers{length} << qint64(300);
-    QTest::newRow("beyond 32 bits")
-        << Headers{{"Content-Length", "5000000000"}} << qint64(5000000000);
-    QTest::newRow("not a number") << Headers{{"Content-Length", "x"}} << qint64(0);
-    QTest::newRow("chunked") << Headers{length, {"Transfer-Encoding", "gzip, Chunked"}}
-                             << qint64(0);
-    QTest::newRow("another encoding")
-        << Headers{length, {"Transfer-Encoding", "identity"}} << qint64(300);
-    QTest::newRow("the length of a redirect alone")
-        << Headers{length, {"Location", "/x"}} << qint64(0);
-    QTest::newRow("the length of a redirect before the body's own")
-        << Headers{{"Content-Length", "300, 5"}, {"Location", "/x"}} << qint64(5);
-    QTest::newRow("two lengths") << Headers{{"Content-Length", "300, 5"}} << qint64(5);
+    const auto row = [](const char *name, const Headers &headers, qint64 size) {
+        QTest::newRow(name) << headers << size;
+    };
+    row("no header", {}, 0);
+    row("a length", {length}, 300);
+    row("beyond 32 bits", {{"Content-Length", "5000000000"}}, 5000000000);
+    row("not a number", {{"Content-Length", "x"}}, 0);
+    row("chunked", {length, {"Transfer-Encoding", "gzip, Chunked"}}, 0);
+    row("another encoding", {length, {"Transfer-Encoding", "identity"}}, 300);
+    row("the length of a redirect alone", {length, {"Location", "/x"}}, 0);
+    row("the length of a redirect before the body's own",
+        {{"Content-Length", "300, 5"}, {"Location", "/x"}}, 5);
+    row("two lengths", {{"Content-Length", "300, 5"}}, 5);
 }
 
 void TestPatchContract::onlyTheLengthOfTheBodyItselfIsPromised()

@@ -18,7 +18,6 @@ private slots:
     void aTransferThatIsCutShortIsAnError();
     void aTransferThatStandsStillIsGivenUp();
     void aFileThatCannotBeFetchedIsAnError();
-    void anInvalidUrlIsAnError();
 
 private:
     HttpServer server;
@@ -98,12 +97,9 @@ void TestPublishedPatch::aFileThatCannotBeFetchedIsAnError()
     PublishedPatch unknown(u"unknown://host"_s, 30000);
     QVERIFY(!unknown.fetchManifest(&json, &error));
     QCOMPARE(error, u"Protocol \"unknown\" is unknown"_s);
-}
 
-void TestPublishedPatch::anInvalidUrlIsAnError()
-{
-    PublishedPatch patch(u"http://[bad"_s, 30000);
-    QVERIFY(!patch.fetchFile(u"x"_s, &digest, &error));
+    PublishedPatch invalid(u"http://[bad"_s, 30000);
+    QVERIFY(!invalid.fetchFile(u"x"_s, &digest, &error));
     QVERIFY2(error.startsWith(u"not a valid URL: "_s), qPrintable(error));
 }
 

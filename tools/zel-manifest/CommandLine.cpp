@@ -25,7 +25,7 @@ const char *const epilogue = R"(
 What the launcher does with the version:
   A manifest that lists files makes every run of the launcher download all of
   them, whatever the versions; after the last one it stores the version as the
-  installed one. A manifest without files makes it store the version alone.
+  installed one. A manifest without files makes it store only the version.
   With an empty version (--allow-empty-version) the launcher keeps the installed
   version that it has after a download, but with no files in the manifest it
   stores the empty one.
@@ -37,7 +37,7 @@ Exit codes:
   3  something could not be read or written
   4  with --base-url: a published file or manifest is not what it should be
   5  with --base-url: no manifest could be fetched
-With any code but 0 an older manifest stays as it was.
+With any code but 0 an older manifest is left unchanged.
 )";
 
 } // namespace

@@ -100,8 +100,9 @@ private:
         QStringLiteral("URL")};
     const QCommandLineOption timeout{
         QStringLiteral("timeout"),
-        QStringLiteral("With --base-url: give up a transfer that stands still for so many seconds "
-                       "(default: %1).")
+        QStringLiteral(
+            "With --base-url: give up a transfer that receives no data for so many seconds "
+            "(default: %1).")
             .arg(Options().timeout),
         QStringLiteral("SECONDS")};
 };

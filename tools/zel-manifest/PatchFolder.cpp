@@ -272,7 +272,7 @@ private:
                 } else if (first != part) {
                     if (!refused.contains(part)) {
                         refused.insert(part);
-                        refuse(part, QStringLiteral("differs from %1 in letter case alone, which "
+                        refuse(part, QStringLiteral("differs from %1 only in letter case, which "
                                                     "Windows ignores")
                                          .arg(quoted(first)));
                     }

@@ -16,8 +16,8 @@ class QUrl;
 class PublishedPatch
 {
 public:
-    /// @p baseUrl is what a player would enter in the launcher. A transfer that stands still for
-    /// @p timeout milliseconds has failed, though the launcher would wait for ever.
+    /// @p baseUrl is what a player would enter in the launcher. A transfer that receives nothing
+    /// for @p timeout milliseconds has failed, though the launcher would wait for ever.
     PublishedPatch(const QString &baseUrl, int timeout);
 
     /// Fetches the manifest into @p json. Returns false, with the reason in @p error, when the

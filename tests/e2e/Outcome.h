@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QMap>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+/// How a program ended and what it wrote.
+struct Outcome {
+    int exitCode = -1; ///< -1 when it was killed.
+    QString output;    ///< What was on standard output.
+    QString messages;  ///< What was on standard error.
+};
+
+/// Runs @p program to its end in @p folder, with @p variables in its environment.
+inline Outcome run(const QString &program, const QStringList &arguments, const QString &folder = {},
+                   const QMap<QString, QString> &variables = {})
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (auto it = variables.begin(); it != variables.end(); ++it) {
+        environment.insert(it.key(), it.value());
+    }
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(folder);
+    process.start(program, arguments);
+    process.waitForFinished(-1);
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
