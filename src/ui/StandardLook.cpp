@@ -46,7 +46,7 @@ StandardLook::StandardLook(ZelTheme::Mode mode)
 {
     restoreTimer.setSingleShot(true);
     connect(&restoreTimer, &QTimer::timeout, this, &StandardLook::restore);
-    setFontAndPalette();
+    restore();
     QCoreApplication::installTranslator(&texts);
     QCoreApplication::instance()->installEventFilter(this);
 }
@@ -58,9 +58,7 @@ bool StandardLook::eventFilter(QObject *watched, QEvent *event)
     case QEvent::ApplicationFontChange:
     case QEvent::ApplicationPaletteChange:
         // A change comes as many events; restore once, after the last one.
-        if (!isSetting) {
-            restoreTimer.start(0);
-        }
+        restoreTimer.start(0);
         break;
     case QEvent::Polish:
     case QEvent::LanguageChange:
@@ -74,18 +72,13 @@ bool StandardLook::eventFilter(QObject *watched, QEvent *event)
     return false;
 }
 
-void StandardLook::setFontAndPalette()
+void StandardLook::restore()
 {
-    isSetting = true;
     // Also clears the platform theme's fonts of single classes, which setStyleSheet() brought back.
     QApplication::setFont(font);
     QApplication::setPalette(palette);
-    isSetting = false;
-}
-
-void StandardLook::restore()
-{
-    setFontAndPalette();
     // Widgets keep fonts that the style sheet derived from the desktop's until it is set again.
     qApp->setStyleSheet(qApp->styleSheet());
+    // The changes above sent events of their own, which would restore again without end.
+    restoreTimer.stop();
 }

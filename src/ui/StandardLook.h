@@ -21,12 +21,10 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void setFontAndPalette();
     void restore();
 
     const QFont font;
     const QPalette palette;
     StandardTexts texts;
     QTimer restoreTimer;
-    bool isSetting = false;
 };
