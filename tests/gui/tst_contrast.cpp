@@ -1,16 +1,12 @@
 #include "support/TestMain.h"
 
-#include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
 #include <QLabel>
-#include <QLineEdit>
 #include <QPushButton>
 #include <QScrollArea>
-#include <QSlider>
 #include <QSpinBox>
-#include <QToolButton>
 
 #include <memory>
 
@@ -18,28 +14,41 @@
 #include "settings/LauncherSettings.h"
 #include "support/windows/Contrast.h"
 #include "ui/SettingsDialog.h"
+#include "ui/ZelPalette.h"
 
+using namespace Qt::StringLiterals;
 using ZelTheme::Mode;
 
 namespace
 {
 
-/// Where @p widget has its text, without its arrows, its clear button or its mark.
+/// Where @p widget has its text, without its arrows, its clear button or its indicator.
 QRect textArea(const QWidget *widget)
 {
     constexpr int frame = 4;
-    constexpr int marks = 32;
+    constexpr int arrows = 32;
     if (qobject_cast<const QCheckBox *>(widget) != nullptr) {
         return widget->rect().adjusted(24, 0, 0, 0);
     }
-    const bool isButton = qobject_cast<const QPushButton *>(widget) != nullptr;
-    const bool isLabel = qobject_cast<const QLabel *>(widget) != nullptr;
-    return widget->rect().adjusted(frame, frame, isButton || isLabel ? -frame : -marks, -frame);
+    const bool isOnlyText = qobject_cast<const QPushButton *>(widget) != nullptr ||
+                            qobject_cast<const QLabel *>(widget) != nullptr;
+    return widget->rect().adjusted(frame, frame, isOnlyText ? -frame : -arrows, -frame);
+}
+
+bool hasText(const QWidget *widget)
+{
+    if (const auto *label = qobject_cast<const QLabel *>(widget)) {
+        // The hint's grey is the same in both modes on purpose.
+        return !label->text().isEmpty() && !label->styleSheet().contains(u"#a0a0b8");
+    }
+    return qobject_cast<const QCheckBox *>(widget) || qobject_cast<const QComboBox *>(widget) ||
+           qobject_cast<const QSpinBox *>(widget) || qobject_cast<const QPushButton *>(widget) ||
+           widget->objectName().startsWith(u"ZelInput");
 }
 
 } // namespace
 
-/// Every visible text of the windows against what is behind it.
+/// Every visible text of the launcher's windows against what is behind it.
 class TestContrast : public TestBase
 {
     Q_OBJECT
@@ -51,21 +60,17 @@ private slots:
     void everyTextOfTheDialogIsReadable();
     void everyGroupTitleIsReadable_data() { addModesAndDesktops(); }
     void everyGroupTitleIsReadable();
-    void theDialogsButtonsAreReadable_data() { addModesAndDesktops(); }
-    void theDialogsButtonsAreReadable();
+    void theGroundAroundTheGroupsIsTheDialogs_data() { addModesAndDesktops(); }
+    void theGroundAroundTheGroupsIsTheDialogs();
     void aCheckedBoxDiffersFromAnUncheckedOne_data() { addModesAndDesktops(); }
     void aCheckedBoxDiffersFromAnUncheckedOne();
-    void aDisabledCheckBoxIsReadable_data() { addModesAndDesktops(); }
-    void aDisabledCheckBoxIsReadable();
-    void aDisabledControlDiffersFromAnEnabledOne_data() { addModesAndDesktops(); }
-    void aDisabledControlDiffersFromAnEnabledOne();
+    void aDisabledControlIsReadableAndDiffers_data() { addModesAndDesktops(); }
+    void aDisabledControlIsReadableAndDiffers();
 
 private:
     void open();
-    /// A picture of @p widget, scrolled into view.
-    QImage scrolledTo(QWidget *widget) const;
-    /// How well the text of @p widget can be read, scrolled into view.
-    double textContrast(QWidget *widget) const;
+    /// Scrolls @p widget into view.
+    QWidget *shown(QWidget *widget) const;
 
     std::unique_ptr<StandardLook> look;
     std::unique_ptr<SettingsDialog> dialog;
@@ -74,118 +79,98 @@ private:
 
 void TestContrast::open()
 {
-    QFETCH(const Mode, mode);
-    QFETCH(const QPalette, desktopPalette);
-    look = startUp(mode, desktopPalette);
+    look = startUpAsInRow();
     LauncherSettings &settings = LauncherSettings::instance();
-    settings.clientDir = QStringLiteral("/jogo");
-    settings.patchBaseUrl = QStringLiteral("https://example.org/patch/");
-    settings.websiteUrl = QStringLiteral("https://example.org/");
-    settings.newsUrl = QStringLiteral("https://example.org/news");
+    settings.clientDir = u"/jogo"_s;
+    settings.patchBaseUrl = u"https://example.org/patch/"_s;
+    settings.websiteUrl = u"https://example.org/"_s;
+    settings.newsUrl = u"https://example.org/news"_s;
     dialog = std::make_unique<SettingsDialog>();
+    for (QPushButton *button : dialog->findChildren<QPushButton *>()) {
+        button->setIcon(QIcon());
+    }
     dialog->show();
     QVERIFY(QTest::qWaitForWindowExposed(dialog.get()));
     scrollArea = dialog->findChild<QScrollArea *>();
     QVERIFY(scrollArea != nullptr);
 }
 
-QImage TestContrast::scrolledTo(QWidget *widget) const
+QWidget *TestContrast::shown(QWidget *widget) const
 {
     scrollArea->ensureWidgetVisible(widget);
-    return inside(widget);
-}
-
-double TestContrast::textContrast(QWidget *widget) const
-{
-    scrollArea->ensureWidgetVisible(widget);
-    return measuredContrast(picture(widget, textArea(widget)));
+    return widget;
 }
 
 void TestContrast::theMainWindowIsReadable()
 {
-    QFETCH(const Mode, mode);
-    QFETCH(const QPalette, desktopPalette);
-    look = startUp(mode, desktopPalette);
+    look = startUpAsInRow();
     LauncherWindow launcher;
     QVERIFY(QTest::qWaitForWindowExposed(&launcher.window));
 
-    QCOMPARE_GE(measuredContrast(picture(launcher.status, launcher.status->rect())), readable);
-    // The footer's colours and those of the buttons are the window's own in every mode; they only
-    // have to be the same on every desktop.
-    for (QWidget *fixed : std::initializer_list<QWidget *>{launcher.footer, launcher.play,
-                                                           launcher.settings, launcher.cancel}) {
-        QCOMPARE_GE(measuredContrast(picture(fixed, fixed->rect())), 3.0);
+    QCOMPARE_GE(textContrast(launcher.status, launcher.status->rect()), readable);
+    // The colours of the footer and of the buttons are the window's own in every mode.
+    for (const QWidget *fixed : std::initializer_list<const QWidget *>{
+             launcher.footer, launcher.play, launcher.settings, launcher.cancel}) {
+        QCOMPARE_GE(textContrast(fixed, fixed->rect()), 3.0);
     }
-    launcher.play->setEnabled(false);
-    QCOMPARE_GE(measuredContrast(inside(launcher.play)), readableWhenDisabled);
+    for (QWidget *button : {launcher.play, launcher.settings}) {
+        const QImage enabled = picture(button, button->rect());
+        button->setEnabled(false);
+        QVERIFY(picture(button, button->rect()) != enabled);
+    }
+    QCOMPARE_GE(textContrast(launcher.play), readableWhenDisabled);
 }
 
 void TestContrast::everyTextOfTheDialogIsReadable()
 {
     open();
     int texts = 0;
-    const QList<QWidget *> widgets = scrollArea->widget()->findChildren<QWidget *>();
-    for (QWidget *widget : widgets) {
-        const auto *label = qobject_cast<QLabel *>(widget);
-        const bool isText = (label != nullptr && !label->text().isEmpty()) ||
-                            qobject_cast<QCheckBox *>(widget) ||
-                            qobject_cast<QComboBox *>(widget) || qobject_cast<QSpinBox *>(widget) ||
-                            qobject_cast<QPushButton *>(widget) ||
-                            widget->objectName().startsWith(QStringLiteral("ZelInput"));
-        if (!isText || !widget->isVisible()) {
-            continue;
+    for (QWidget *widget : dialog->findChildren<QWidget *>()) {
+        if (hasText(widget) && widget->isVisible()) {
+            ++texts;
+            const double measured = textContrast(shown(widget), textArea(widget));
+            QVERIFY2(measured >= readable, qPrintable(u"%1 %2: %3"_s.arg(
+                                               QLatin1StringView(widget->metaObject()->className()),
+                                               widget->objectName(), QString::number(measured))));
         }
-        if (label != nullptr && label->styleSheet().contains(QStringLiteral("#a0a0b8"))) {
-            continue; // the hint's grey is the same in both modes on purpose
-        }
-        ++texts;
-        const double measured = textContrast(widget);
-        QVERIFY2(measured >= readable,
-                 qPrintable(QStringLiteral("%1 \"%2\": %3")
-                                .arg(QLatin1String(widget->metaObject()->className()),
-                                     label != nullptr ? label->text() : widget->objectName(),
-                                     QString::number(measured))));
     }
-    QCOMPARE_GT(texts, 35);
+    QCOMPARE_GT(texts, 37);
 }
 
 void TestContrast::everyGroupTitleIsReadable()
 {
     open();
-    const QList<QGroupBox *> groups = dialog->findChildren<QGroupBox *>();
+    const auto groups = dialog->findChildren<QGroupBox *>();
     QCOMPARE(groups.size(), 6);
-    for (QGroupBox *group : groups) {
+    for (const QGroupBox *group : groups) {
         scrollArea->ensureVisible(0, group->y());
-        const QRect title(14, 2, 10 + group->fontMetrics().horizontalAdvance(group->title()),
-                          group->fontMetrics().height());
-        QCOMPARE_GE(measuredContrast(picture(group, title)), readable);
+        const QFontMetrics metrics = group->fontMetrics();
+        const QRect title(14, 2, 10 + metrics.horizontalAdvance(group->title()), metrics.height());
+        QCOMPARE_GE(textContrast(group, title), readable);
     }
 }
 
-void TestContrast::theDialogsButtonsAreReadable()
+void TestContrast::theGroundAroundTheGroupsIsTheDialogs()
 {
     open();
-    const QList<QPushButton *> buttons = dialog->findChildren<QPushButton *>();
-    QCOMPARE(buttons.size(), 6); // "Buscar", three "...", OK and Cancel
-    for (QPushButton *button : buttons) {
-        button->setIcon(QIcon());
-        scrollArea->ensureWidgetVisible(button);
-        QCOMPARE_GE(measuredContrast(inside(button)), readable);
-        button->setEnabled(false);
-        QCOMPARE_GE(measuredContrast(inside(button)), readableWhenDisabled);
-    }
+    QFETCH(const Mode, mode);
+    const QColor ground = ZelPalette::forMode(mode).color(QPalette::Window);
+    const QWidget *content = scrollArea->widget();
+    QCOMPARE(picture(dialog.get(), dialog->rect()).pixelColor(1, 1), ground);
+    QCOMPARE(picture(content, content->rect()).pixelColor(2, 2), ground);
+    QVERIFY(background(picture(dialog->findChild<QGroupBox *>())) != ground);
 }
 
 void TestContrast::aCheckedBoxDiffersFromAnUncheckedOne()
 {
     open();
-    const QList<QCheckBox *> boxes = dialog->findChildren<QCheckBox *>();
+    const auto boxes = dialog->findChildren<QCheckBox *>();
     QCOMPARE(boxes.size(), 5);
     for (QCheckBox *box : boxes) {
         box->setChecked(false);
-        const QImage unchecked = scrolledTo(box);
+        const QImage unchecked = picture(shown(box));
         box->setChecked(true);
-        const QImage checked = scrolledTo(box);
+        const QImage checked = picture(box);
         int different = 0;
         for (int y = 0; y < checked.height(); ++y) {
             for (int x = 0; x < checked.width(); ++x) {
@@ -196,33 +181,21 @@ void TestContrast::aCheckedBoxDiffersFromAnUncheckedOne()
     }
 }
 
-void TestContrast::aDisabledCheckBoxIsReadable()
+void TestContrast::aDisabledControlIsReadableAndDiffers()
 {
     open();
-    for (QCheckBox *box : dialog->findChildren<QCheckBox *>()) {
-        box->setEnabled(false);
-        QCOMPARE_GE(textContrast(box), readableWhenDisabled);
+    const auto controls = dialog->findChildren<QAbstractButton *>();
+    int texts = 0;
+    for (QAbstractButton *control : controls) {
+        if (!control->text().isEmpty()) {
+            ++texts;
+            const QImage enabled = picture(shown(control), control->rect());
+            control->setEnabled(false);
+            QVERIFY(picture(control, control->rect()) != enabled);
+            QCOMPARE_GE(textContrast(control, textArea(control)), readableWhenDisabled);
+        }
     }
-}
-
-void TestContrast::aDisabledControlDiffersFromAnEnabledOne()
-{
-    open();
-    LauncherWindow launcher;
-    QVERIFY(QTest::qWaitForWindowExposed(&launcher.window));
-    QList<QWidget *> controls{launcher.play, launcher.settings};
-    for (QCheckBox *box : dialog->findChildren<QCheckBox *>()) {
-        controls.append(box);
-    }
-    for (QPushButton *button : dialog->findChildren<QPushButton *>()) {
-        controls.append(button);
-    }
-    for (QWidget *control : std::as_const(controls)) {
-        scrollArea->ensureWidgetVisible(control);
-        const QImage enabled = picture(control, control->rect());
-        control->setEnabled(false);
-        QVERIFY(picture(control, control->rect()) != enabled);
-    }
+    QCOMPARE(texts, 11); // five check boxes, "Buscar", three "...", OK and Cancel
 }
 
 ZEL_GUI_TEST_MAIN(TestContrast)

@@ -28,10 +28,7 @@ namespace
 class Desktop : public QPlatformTheme
 {
 public:
-    explicit Desktop(QDialogButtonBox::ButtonLayout layout = QDialogButtonBox::KdeLayout)
-        : buttonLayout(layout)
-    {
-    }
+    QDialogButtonBox::ButtonLayout buttonLayout = QDialogButtonBox::KdeLayout;
 
     const QFont *font(Font /*type*/) const override { return &desktopFont; }
     const QPalette *palette(Palette /*type*/) const override { return &desktopPalette; }
@@ -44,7 +41,6 @@ public:
 private:
     QFont desktopFont{u"serif"_s, 14, QFont::Black, true};
     QPalette desktopPalette{Qt::magenta};
-    QDialogButtonBox::ButtonLayout buttonLayout;
 };
 
 using Visit = std::function<void(QWidget &)>;
@@ -70,13 +66,11 @@ QStringList looks(const QWidget &window)
     QStringList looks;
     for (const QWidget *widget : window.findChildren<QWidget *>()) {
         if (widget->isVisible()) {
-            const auto *button = qobject_cast<const QPushButton *>(widget);
-            looks.append(QStringList({QLatin1StringView(widget->metaObject()->className()),
-                                      widget->font().toString(),
-                                      widget->palette().color(QPalette::Text).name(),
-                                      widget->palette().color(QPalette::Button).name(),
-                                      button == nullptr ? QString() : button->text()})
-                             .join(u' '));
+            const QPalette palette = widget->palette();
+            looks.append(u"%1 %2 %3 %4 %5"_s.arg(
+                QLatin1StringView(widget->metaObject()->className()), widget->font().toString(),
+                palette.color(QPalette::Text).name(), palette.color(QPalette::Button).name(),
+                widget->property("text").toString()));
         }
     }
     return looks;
@@ -118,14 +112,11 @@ private slots:
     void theDesktopDoesNotShow();
     void aChangeOfTheDesktopDoesNotShow_data() { theDesktopDoesNotShow_data(); }
     void aChangeOfTheDesktopDoesNotShow();
-    void aFontAndAPaletteOfTheDesktopDoNotShow_data() { theDesktopDoesNotShow_data(); }
-    void aFontAndAPaletteOfTheDesktopDoNotShow();
     void aChangeOfLanguageKeepsTheWords_data() { theDesktopDoesNotShow_data(); }
     void aChangeOfLanguageKeepsTheWords();
     void theWordsOfTheButtons_data();
     void theWordsOfTheButtons();
     void theFileChooserHasTheWordsToo();
-    void theButtonsKeepTheDesktopsOrder_data();
     void theButtonsKeepTheDesktopsOrder();
     void oneChangeIsAnsweredOnce();
 
@@ -183,29 +174,13 @@ void TestStandardLook::aChangeOfTheDesktopDoesNotShow()
     QFETCH(const Mode, mode);
     QFETCH(const Visitor, visitWindow);
     const auto look = startUp(mode);
-
-    QStringList expected;
-    visitWindow([this, &expected](const QWidget &window) {
-        expected = looks(window);
-        change(&desktop);
-        QCoreApplication::processEvents();
-        QCOMPARE(looks(window), expected);
-    });
-    QCOMPARE(looksIn(visitWindow), expected);
-}
-
-void TestStandardLook::aFontAndAPaletteOfTheDesktopDoNotShow()
-{
-    QFETCH(const Mode, mode);
-    QFETCH(const Visitor, visitWindow);
-    const auto look = startUp(mode);
-
     const QFont font = QApplication::font();
     const QPalette palette = QApplication::palette();
     const QFont desktopFont(u"serif"_s, 14, QFont::Black);
 
+    QStringList expected;
     visitWindow([&](const QWidget &window) {
-        const QStringList expected = looks(window);
+        expected = looks(window);
         QApplication::setFont(desktopFont);
         QApplication::setFont(desktopFont, "QWidget");
         QVERIFY(looks(window) != expected);
@@ -214,7 +189,11 @@ void TestStandardLook::aFontAndAPaletteOfTheDesktopDoNotShow()
         QApplication::setPalette(QPalette(Qt::magenta));
         QTRY_COMPARE(QApplication::palette(), palette);
         QCOMPARE(looks(window), expected);
+        change(&desktop);
+        QCoreApplication::processEvents();
+        QCOMPARE(looks(window), expected);
     });
+    QCOMPARE(looksIn(visitWindow), expected);
 }
 
 void TestStandardLook::aChangeOfLanguageKeepsTheWords()
@@ -247,14 +226,13 @@ void TestStandardLook::theWordsOfTheButtons_data()
 void TestStandardLook::theWordsOfTheButtons()
 {
     QFETCH(const QDialogButtonBox::StandardButton, button);
-    QFETCH(const QString, text);
     change(&desktop);
     const auto look = startUp(Mode::Dark);
 
     QDialogButtonBox box(button);
     QPushButton other(u"Outro"_s, &box);
     box.show();
-    QCOMPARE(box.button(button)->text(), text);
+    QTEST(box.button(button)->text(), "text");
     QCOMPARE(other.text(), u"Outro"_s);
 }
 
@@ -271,30 +249,19 @@ void TestStandardLook::theFileChooserHasTheWordsToo()
     QCOMPARE(box->button(QDialogButtonBox::Open)->text(), u"&Abrir"_s);
 }
 
-void TestStandardLook::theButtonsKeepTheDesktopsOrder_data()
-{
-    QTest::addColumn<QDialogButtonBox::ButtonLayout>("layout");
-    QTest::addColumn<bool>("isCancelFirst");
-
-    QTest::newRow("confirmation first") << QDialogButtonBox::KdeLayout << false;
-    QTest::newRow("confirmation last") << QDialogButtonBox::GnomeLayout << true;
-}
-
 void TestStandardLook::theButtonsKeepTheDesktopsOrder()
 {
-    QFETCH(const QDialogButtonBox::ButtonLayout, layout);
-    QFETCH(const bool, isCancelFirst);
-    Desktop ordered(layout);
-    change(&ordered);
-    const auto look = startUp(Mode::Dark);
-
-    visitSettingsDialog([isCancelFirst](const QWidget &window) {
-        const auto *box = window.findChild<QDialogButtonBox *>();
-        QCOMPARE(box->button(QDialogButtonBox::Cancel)->x() <
-                     box->button(QDialogButtonBox::Ok)->x(),
-                 isCancelFirst);
-    });
-    change(ownTheme);
+    for (const auto layout : {QDialogButtonBox::KdeLayout, QDialogButtonBox::GnomeLayout}) {
+        desktop.buttonLayout = layout;
+        change(&desktop);
+        const auto look = startUp(Mode::Dark);
+        visitSettingsDialog([layout](const QWidget &window) {
+            const auto *box = window.findChild<QDialogButtonBox *>();
+            const int cancel = box->button(QDialogButtonBox::Cancel)->x();
+            const int ok = box->button(QDialogButtonBox::Ok)->x();
+            QCOMPARE(cancel < ok, layout == QDialogButtonBox::GnomeLayout);
+        });
+    }
 }
 
 void TestStandardLook::oneChangeIsAnsweredOnce()

@@ -21,54 +21,57 @@ double luminance(const QColor &color)
            0.0722 * linear(color.blueF());
 }
 
+using ColorCounts = QHash<QRgb, int>;
+
+/// How many pixels have each colour.
+ColorCounts colorCounts(const QImage &image)
+{
+    ColorCounts counts;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            ++counts[image.pixel(x, y)];
+        }
+    }
+    return counts;
+}
+
+QColor mostFrequent(const ColorCounts &counts)
+{
+    return QColor::fromRgb(std::max_element(counts.begin(), counts.end()).key());
+}
+
 } // namespace
 
 double contrast(const QColor &first, const QColor &second)
 {
-    const double a = luminance(first);
-    const double b = luminance(second);
-    return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
+    const auto [darker, brighter] = std::minmax({luminance(first), luminance(second)});
+    return (brighter + 0.05) / (darker + 0.05);
 }
 
-QColor background(const QImage &image)
+QImage picture(const QWidget *widget, QRect area)
 {
-    QHash<QRgb, int> count;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            ++count[image.pixel(x, y)];
-        }
+    constexpr int frame = 4;
+    if (area.isNull()) {
+        area = widget->rect().adjusted(frame, frame, -frame, -frame);
     }
-    QRgb most = 0;
-    for (const auto &[color, pixels] : count.asKeyValueRange()) {
-        if (pixels > count.value(most)) {
-            most = color;
-        }
-    }
-    return QColor::fromRgb(most);
-}
-
-double measuredContrast(const QImage &image)
-{
-    const QColor ground = background(image);
-    double most = 1;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            most = std::max(most, contrast(image.pixelColor(x, y), ground));
-        }
-    }
-    return most;
-}
-
-QImage picture(const QWidget *widget, const QRect &area)
-{
     QWidget *window = widget->window();
     return window->grab(area.translated(widget->mapTo(window, QPoint()))).toImage();
 }
 
-QImage inside(const QWidget *widget)
+QColor background(const QImage &image)
 {
-    constexpr int frame = 4;
-    return picture(widget, widget->rect().adjusted(frame, frame, -frame, -frame));
+    return mostFrequent(colorCounts(image));
+}
+
+double textContrast(const QWidget *widget, QRect area)
+{
+    const ColorCounts counts = colorCounts(picture(widget, area));
+    const QColor ground = mostFrequent(counts);
+    double most = 1;
+    for (const QRgb color : counts.keys()) {
+        most = std::max(most, contrast(QColor::fromRgb(color), ground));
+    }
+    return most;
 }
 
 std::unique_ptr<StandardLook> startUp(Mode mode, const QPalette &desktopPalette)
@@ -83,13 +86,15 @@ void addModesAndDesktops()
 {
     QTest::addColumn<Mode>("mode");
     QTest::addColumn<QPalette>("desktopPalette");
-    QTest::newRow("dark on a light desktop") << Mode::Dark << desktop("#efefef");
-    QTest::newRow("dark on a dark desktop") << Mode::Dark << desktop("#303030");
-    QTest::newRow("light on a light desktop") << Mode::Light << desktop("#efefef");
-    QTest::newRow("light on a dark desktop") << Mode::Light << desktop("#303030");
+    QTest::newRow("dark on a light desktop") << Mode::Dark << QPalette(QColor(0xefefef));
+    QTest::newRow("dark on a dark desktop") << Mode::Dark << QPalette(QColor(0x303030));
+    QTest::newRow("light on a light desktop") << Mode::Light << QPalette(QColor(0xefefef));
+    QTest::newRow("light on a dark desktop") << Mode::Light << QPalette(QColor(0x303030));
 }
 
-QPalette desktop(const char *name)
+std::unique_ptr<StandardLook> startUpAsInRow()
 {
-    return {QColor(QLatin1String(name))};
+    QFETCH(const Mode, mode);
+    QFETCH(const QPalette, desktopPalette);
+    return startUp(mode, desktopPalette);
 }

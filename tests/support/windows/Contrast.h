@@ -10,28 +10,23 @@
 #include "ui/StandardLook.h"
 #include "ui/ZelTheme.h"
 
-/// What text needs to be read.
+/// The least contrast of a text to its background.
 constexpr double readable = 4.5;
-/// What the text of a disabled control needs.
+/// The least contrast of the text of a disabled control.
 constexpr double readableWhenDisabled = 3.0;
 
 /// The contrast of two colours, 1 to 21.
 double contrast(const QColor &first, const QColor &second);
 
+/// A picture of @p area of @p widget, with what lies behind it; of all but the widget's frame
+/// without an @p area.
+QImage picture(const QWidget *widget, QRect area = {});
+
 /// The colour of most pixels.
 QColor background(const QImage &image);
 
-/// How far the pixel that stands out most stands out: that of the text, in a picture of a text.
-double measuredContrast(const QImage &image);
-
-/// A picture of @p area of @p widget, what lies behind it included.
-QImage picture(const QWidget *widget, const QRect &area);
-
-/// A picture of @p widget without its frame.
-QImage inside(const QWidget *widget);
-
-/// What a desktop of that colour gives its applications.
-QPalette desktop(const char *name);
+/// The greatest contrast of a pixel of picture() to the background: that of the text; 1 when blank.
+double textContrast(const QWidget *widget, QRect area = {});
 
 /// Styles the application as the launcher does at its start, on a desktop with @p desktopPalette.
 [[nodiscard]] std::unique_ptr<StandardLook> startUp(ZelTheme::Mode mode,
@@ -39,3 +34,5 @@ QPalette desktop(const char *name);
 
 /// Columns "mode" and "desktopPalette": both modes, each on a light and on a dark desktop.
 void addModesAndDesktops();
+/// startUp() with the two columns of the row.
+[[nodiscard]] std::unique_ptr<StandardLook> startUpAsInRow();

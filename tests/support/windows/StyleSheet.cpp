@@ -2,17 +2,19 @@
 
 #include <QRegularExpression>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 /// @p text without comments, line breaks and needless blanks.
 QString tidied(QString text)
 {
-    static const QRegularExpression comment(QStringLiteral(R"(/\*.*?\*/)"),
+    static const QRegularExpression comment(uR"(/\*.*?\*/)"_s,
                                             QRegularExpression::DotMatchesEverythingOption);
-    static const QRegularExpression comma(QStringLiteral(R"(\s*,\s*)"));
-    static const QRegularExpression bracket(QStringLiteral(R"((?<=\()\s+|\s+(?=\)))"));
-    return text.remove(comment).simplified().replace(comma, QStringLiteral(", ")).remove(bracket);
+    static const QRegularExpression comma(uR"(\s*,\s*)"_s);
+    static const QRegularExpression bracket(uR"((?<=\()\s+|\s+(?=\)))"_s);
+    return text.remove(comment).simplified().replace(comma, u", "_s).remove(bracket);
 }
 
 } // namespace
@@ -29,13 +31,13 @@ StyleSheet::StyleSheet(const QString &text)
         const qsizetype open = sheet.indexOf(u'{', position);
         const qsizetype close = sheet.indexOf(u'}', position);
         if (open < 0 || close < open) {
-            error = QStringLiteral("no block after: ") + sheet.mid(position);
+            error = u"no block after: "_s + sheet.mid(position);
             return;
         }
         const QString selector = sheet.mid(position, open - position).trimmed();
         const QString block = sheet.mid(open + 1, close - open - 1);
         if (selector.isEmpty() || block.contains(u'{')) {
-            error = QStringLiteral("no rule: ") + sheet.mid(position, close + 1 - position);
+            error = u"no rule: "_s + sheet.mid(position, close + 1 - position);
             return;
         }
         addRule(selector, block);
@@ -65,7 +67,7 @@ QMap<QString, QString> StyleSheet::properties(const QString &selector) const
 
 void StyleSheet::addRule(const QString &selector, const QString &block)
 {
-    StyleRule rule{selector, {}, {}};
+    StyleRule rule{selector, {}};
     for (const QString &declaration : block.split(u';')) {
         if (declaration.trimmed().isEmpty()) {
             continue;
@@ -73,10 +75,9 @@ void StyleSheet::addRule(const QString &selector, const QString &block)
         const QString name = declaration.section(u':', 0, 0).trimmed();
         const QString value = declaration.section(u':', 1).trimmed();
         if (name.isEmpty() || value.isEmpty() || rule.properties.contains(name)) {
-            error = QStringLiteral("bad declaration in %1: %2").arg(selector, declaration);
+            error = u"bad declaration in %1: %2"_s.arg(selector, declaration);
         }
         rule.properties.insert(name, value);
-        rule.order.append(name);
     }
     rules.append(rule);
 }

@@ -10,8 +10,6 @@ struct StyleRule {
     /// The selectors as the sheet lists them; empty for declarations outside a block.
     QString selector;
     QMap<QString, QString> properties;
-    /// The names of the properties in the order of the sheet.
-    QStringList order;
 };
 
 /// A style sheet read rule by rule, so that tests need not care for its blanks and line breaks.
