@@ -10,7 +10,7 @@ int show(QMessageBox::Icon icon, const QString &title, const QString &text,
 {
     QMessageBox box(parent);
     box.setStyleSheet(MessageBox::buttonSheet());
-    box.ensurePolished(); // otherwise the button box keeps the icons: it was polished before
+    box.ensurePolished(); // without it the sheet that removes the icons has no effect
     box.setWindowTitle(title);
     box.setIcon(icon);
     box.setTextFormat(Qt::PlainText);

@@ -18,89 +18,72 @@
 /// The fields of a settings dialog, found by their labels, and what a user does with them.
 class SettingsFields
 {
+    SettingsDialog &dialog;
+
 public:
-    /// The titles of the groups in their order.
-    static constexpr const char *groups[] = {"Cliente", "Servidor", "Video",
-                                             "Audio",   "Jogo",     "Patch / Links"};
+    struct Row {
+        QLabel *label;            ///< Null in a row without one.
+        QList<QWidget *> widgets; ///< From left to right, without the label.
+
+        /// The label's text, or that of the check box in a row without one.
+        QString name() const
+        {
+            return label != nullptr ? label->text() : widgets.first()->property("text").toString();
+        }
+        /// What the field shows; a check box "yes" or "no".
+        QString value() const
+        {
+            if (const auto *box = qobject_cast<const QCheckBox *>(widgets.first())) {
+                return box->isChecked() ? QStringLiteral("yes") : QStringLiteral("no");
+            }
+            const QWidget *shown = widgets.at(widgets.first()->inherits("QSlider") ? 1 : 0);
+            return shown->property(shown->inherits("QComboBox") ? "currentText" : "text")
+                .toString();
+        }
+    };
 
     explicit SettingsFields(SettingsDialog &shown)
         : dialog(shown)
-        , scrollArea(shown.findChild<QScrollArea *>())
-        , buttons(shown.findChild<QDialogButtonBox *>())
-        , clientDir(field<QLineEdit>("Cliente", "Pasta do cliente"))
-        , browseClientDir(field<QPushButton>("Cliente", "Pasta do cliente", 1))
-        , clientExe(field<QLineEdit>("Cliente", "Executavel"))
-        , browseClientExe(field<QPushButton>("Cliente", "Executavel", 1))
-        , wine(field<QComboBox>("Cliente", "Wine"))
-        , refreshWine(field<QPushButton>("Cliente", "Wine", 1))
-        , browseWine(field<QPushButton>("Cliente", "Wine", 2))
-        , useWine(check("Usar Wine no Linux"))
-        , serverName(field<QLineEdit>("Servidor", "Nome exibido"))
-        , serverIp(field<QLineEdit>("Servidor", "IP do servidor"))
-        , channels(field<QSpinBox>("Servidor", "Canais"))
-        , channelHint(field<QLabel>("Servidor", 3))
-        , resolution(field<QComboBox>("Video", "Resolucao"))
-        , windowMode(check("Modo janela"))
-        , brightness(field<QSlider>("Video", "Brilho"))
-        , brightnessValue(field<QLabel>("Video", "Brilho", 1))
-        , effects(field<QSlider>("Audio", "Efeitos"))
-        , effectsValue(field<QLabel>("Audio", "Efeitos", 1))
-        , music(field<QSlider>("Audio", "Musica"))
-        , musicValue(field<QLabel>("Audio", "Musica", 1))
-        , modelQuality(field<QComboBox>("Jogo", "Qualidade de modelos"))
-        , cursor(field<QComboBox>("Jogo", "Cursor"))
-        , keyboard(field<QComboBox>("Jogo", "Teclado"))
-        , cameraView(field<QSpinBox>("Jogo", "Visao da camera"))
-        , cameraRotation(check("Rotacao de camera"))
-        , dxt(check("Texturas DXT (melhor desempenho)"))
-        , introVideo(check("Reproduzir video de abertura"))
-        , patchUrl(field<QLineEdit>("Patch / Links", "URL base do patch"))
-        , website(field<QLineEdit>("Patch / Links", "Site"))
-        , news(field<QLineEdit>("Patch / Links", "Noticias (URL)"))
-        , ok(buttons->button(QDialogButtonBox::Ok))
-        , cancel(buttons->button(QDialogButtonBox::Cancel))
     {
     }
 
-    QGroupBox *group(const char *title) const
+    /// The rows of a group, or of all groups.
+    QList<Row> rows(const QString &group = {}) const
     {
+        QList<Row> rows;
         const QList<QGroupBox *> boxes = dialog.findChildren<QGroupBox *>();
-        for (QGroupBox *candidate : boxes) {
-            if (candidate->title() == QLatin1String(title)) {
+        for (const QGroupBox *box : boxes) {
+            if (!group.isEmpty() && box->title() != group) {
+                continue;
+            }
+            const auto *form = qobject_cast<QFormLayout *>(box->layout());
+            for (int i = 0; i < form->rowCount(); ++i) {
+                QLayoutItem *label = form->itemAt(i, QFormLayout::LabelRole);
+                QLayoutItem *field = form->itemAt(i, QFormLayout::FieldRole);
+                Row row{label ? qobject_cast<QLabel *>(label->widget()) : nullptr, {}};
+                if (field->widget() != nullptr) {
+                    row.widgets << field->widget();
+                } else {
+                    for (int place = 0; place < field->layout()->count(); ++place) {
+                        row.widgets << field->layout()->itemAt(place)->widget();
+                    }
+                }
+                rows << row;
+            }
+        }
+        return rows;
+    }
+
+    /// The row of that name.
+    Row row(const QString &name) const
+    {
+        const QList<Row> all = rows();
+        for (const Row &candidate : all) {
+            if (candidate.name() == name) {
                 return candidate;
             }
         }
-        qFatal("the settings dialog has no group \"%s\"", title);
-    }
-
-    QFormLayout *form(const char *title) const
-    {
-        auto *form = qobject_cast<QFormLayout *>(group(title)->layout());
-        if (form == nullptr) {
-            qFatal("the group \"%s\" has no form layout", title);
-        }
-        return form;
-    }
-
-    /// The label of a row; null for a row without one.
-    QLabel *rowLabel(const char *title, int row) const
-    {
-        QLayoutItem *item = form(title)->itemAt(row, QFormLayout::LabelRole);
-        return item != nullptr ? qobject_cast<QLabel *>(item->widget()) : nullptr;
-    }
-
-    /// The widgets of a row from left to right, without its label.
-    QList<QWidget *> rowWidgets(const char *title, int row) const
-    {
-        QLayoutItem *item = form(title)->itemAt(row, QFormLayout::FieldRole);
-        if (item->widget() != nullptr) {
-            return {item->widget()};
-        }
-        QList<QWidget *> widgets;
-        for (int i = 0; i < item->layout()->count(); ++i) {
-            widgets << item->layout()->itemAt(i)->widget();
-        }
-        return widgets;
+        qFatal("the settings dialog has no row \"%s\"", qPrintable(name));
     }
 
     // What a user does:
@@ -152,94 +135,65 @@ public:
             click(box);
         }
     }
-
-    static QStringList texts(const QComboBox *combo)
+    /// Makes the row of that name show @p value, a volume or brightness above 0 being "51%".
+    void enter(const QString &name, const QString &value) const
     {
-        QStringList texts;
-        for (int i = 0; i < combo->count(); ++i) {
-            texts << combo->itemText(i);
+        QWidget *field = row(name).widgets.first();
+        if (auto *edit = qobject_cast<QLineEdit *>(field)) {
+            type(edit, value);
+        } else if (auto *spin = qobject_cast<QSpinBox *>(field)) {
+            type(spin, value.toInt());
+        } else if (auto *combo = qobject_cast<QComboBox *>(field)) {
+            choose(combo, value);
+        } else if (auto *slider = qobject_cast<QSlider *>(field)) {
+            slide(slider, value.chopped(1).toInt());
+        } else {
+            set(qobject_cast<QCheckBox *>(field), value == QStringLiteral("yes"));
         }
-        return texts;
-    }
-    static QVariantList data(const QComboBox *combo)
-    {
-        QVariantList data;
-        for (int i = 0; i < combo->count(); ++i) {
-            data << combo->itemData(i);
-        }
-        return data;
     }
 
 private:
-    SettingsDialog &dialog;
-
-    /// The widget at a place of a row.
-    template<typename Widget> Widget *field(const char *title, int row, int place = 0) const
+    template<typename Widget> Widget *field(const char *name, int place = 0) const
     {
-        const QList<QWidget *> widgets = rowWidgets(title, row);
-        auto *widget = qobject_cast<Widget *>(widgets.value(place));
+        auto *widget = qobject_cast<Widget *>(row(QLatin1String(name)).widgets.value(place));
         if (widget == nullptr) {
-            qFatal("row %d of the group \"%s\" is not as expected", row, title);
+            qFatal("the row \"%s\" is not as expected", name);
         }
         return widget;
     }
 
-    template<typename Widget>
-    Widget *field(const char *title, const char *label, int place = 0) const
-    {
-        for (int row = 0; row < form(title)->rowCount(); ++row) {
-            const QLabel *candidate = rowLabel(title, row);
-            if (candidate != nullptr && candidate->text() == QLatin1String(label)) {
-                return field<Widget>(title, row, place);
-            }
-        }
-        qFatal("the group \"%s\" has no row \"%s\"", title, label);
-    }
-
-    QCheckBox *check(const char *text) const
-    {
-        const QList<QCheckBox *> boxes = dialog.findChildren<QCheckBox *>();
-        for (QCheckBox *candidate : boxes) {
-            if (candidate->text() == QLatin1String(text)) {
-                return candidate;
-            }
-        }
-        qFatal("the settings dialog has no check box \"%s\"", text);
-    }
-
 public:
-    QScrollArea *scrollArea;
-    QDialogButtonBox *buttons;
-    QLineEdit *clientDir;
-    QPushButton *browseClientDir;
-    QLineEdit *clientExe;
-    QPushButton *browseClientExe;
-    QComboBox *wine;
-    QPushButton *refreshWine;
-    QPushButton *browseWine;
-    QCheckBox *useWine;
-    QLineEdit *serverName;
-    QLineEdit *serverIp;
-    QSpinBox *channels;
-    QLabel *channelHint;
-    QComboBox *resolution;
-    QCheckBox *windowMode;
-    QSlider *brightness;
-    QLabel *brightnessValue;
-    QSlider *effects;
-    QLabel *effectsValue;
-    QSlider *music;
-    QLabel *musicValue;
-    QComboBox *modelQuality;
-    QComboBox *cursor;
-    QComboBox *keyboard;
-    QSpinBox *cameraView;
-    QCheckBox *cameraRotation;
-    QCheckBox *dxt;
-    QCheckBox *introVideo;
-    QLineEdit *patchUrl;
-    QLineEdit *website;
-    QLineEdit *news;
-    QPushButton *ok;
-    QPushButton *cancel;
+    QScrollArea *scrollArea = dialog.findChild<QScrollArea *>();
+    QDialogButtonBox *buttons = dialog.findChild<QDialogButtonBox *>();
+    QPushButton *ok = buttons->button(QDialogButtonBox::Ok);
+    QPushButton *cancel = buttons->button(QDialogButtonBox::Cancel);
+    QLineEdit *clientDir = field<QLineEdit>("Pasta do cliente");
+    QPushButton *browseClientDir = field<QPushButton>("Pasta do cliente", 1);
+    QLineEdit *clientExe = field<QLineEdit>("Executavel");
+    QPushButton *browseClientExe = field<QPushButton>("Executavel", 1);
+    QComboBox *wine = field<QComboBox>("Wine");
+    QPushButton *refreshWine = field<QPushButton>("Wine", 1);
+    QPushButton *browseWine = field<QPushButton>("Wine", 2);
+    QCheckBox *useWine = field<QCheckBox>("Usar Wine no Linux");
+    QLineEdit *serverName = field<QLineEdit>("Nome exibido");
+    QLineEdit *serverIp = field<QLineEdit>("IP do servidor");
+    QSpinBox *channels = field<QSpinBox>("Canais");
+    QComboBox *resolution = field<QComboBox>("Resolucao");
+    QCheckBox *windowMode = field<QCheckBox>("Modo janela");
+    QSlider *brightness = field<QSlider>("Brilho");
+    QLabel *brightnessValue = field<QLabel>("Brilho", 1);
+    QSlider *effects = field<QSlider>("Efeitos");
+    QLabel *effectsValue = field<QLabel>("Efeitos", 1);
+    QSlider *music = field<QSlider>("Musica");
+    QLabel *musicValue = field<QLabel>("Musica", 1);
+    QComboBox *modelQuality = field<QComboBox>("Qualidade de modelos");
+    QComboBox *cursor = field<QComboBox>("Cursor");
+    QComboBox *keyboard = field<QComboBox>("Teclado");
+    QSpinBox *cameraView = field<QSpinBox>("Visao da camera");
+    QCheckBox *cameraRotation = field<QCheckBox>("Rotacao de camera");
+    QCheckBox *dxt = field<QCheckBox>("Texturas DXT (melhor desempenho)");
+    QCheckBox *introVideo = field<QCheckBox>("Reproduzir video de abertura");
+    QLineEdit *patchUrl = field<QLineEdit>("URL base do patch");
+    QLineEdit *website = field<QLineEdit>("Site");
+    QLineEdit *news = field<QLineEdit>("Noticias (URL)");
 };

@@ -195,75 +195,69 @@ void TestWineDiscovery::eachExecutableIsListedOnce_data()
     QTest::addColumn<QStringList>("files");
     QTest::addColumn<QStringList>("found");
 
-    const auto row = [](const char *name, const QStringList &files, const QStringList &found) {
-        QTest::newRow(name) << files << found;
+    const auto row = [](const char *name, const char *files, const char *found) {
+        QTest::newRow(name) << QString::fromLatin1(files).split(u", "_s, Qt::SkipEmptyParts)
+                            << QString::fromLatin1(found).split(u", "_s, Qt::SkipEmptyParts);
     };
-    row("nothing", {}, {});
-    row("wine64 on the search path", {u"bin/wine64"_s}, {u"wine64: bin/wine64"_s});
-    row("wine on the search path", {u"bin/wine"_s}, {u"wine: bin/wine"_s});
-    row("wine64 before wine", {u"bin/wine"_s, u"bin/wine64"_s},
-        {u"wine64: bin/wine64"_s, u"wine: bin/wine"_s});
-    row("a link at its target", {u"builds/8/preloader"_s, u"bin/wine -> builds/8/preloader"_s},
-        {u"wine: builds/8/preloader"_s});
-    row("both commands one file", {u"bin/wine"_s, u"bin/wine64 -> bin/wine"_s},
-        {u"wine64: bin/wine"_s});
-    row("the working folder before the search path", {u"bin/wine"_s, u"work/wine"_s},
-        {u"wine: work/wine"_s});
+    row("nothing", "", "");
+    row("wine64 on the search path", "bin/wine64", "wine64: bin/wine64");
+    row("wine on the search path", "bin/wine", "wine: bin/wine");
+    row("wine64 before wine", "bin/wine, bin/wine64", "wine64: bin/wine64, wine: bin/wine");
+    row("a link at its target", "builds/8/preloader, bin/wine -> builds/8/preloader",
+        "wine: builds/8/preloader");
+    row("both commands one file", "bin/wine, bin/wine64 -> bin/wine", "wine64: bin/wine");
+    row("the working folder before the search path", "bin/wine, work/wine", "wine: work/wine");
     row("a plain file in the working folder hides the search path, deliberate",
-        {u"bin/wine"_s, u"-work/wine"_s}, {});
-    row("a folder in the working folder counts as a file, deliberate",
-        {u"bin/wine"_s, u"work/wine/"_s}, {u"wine: work/wine"_s});
-    row("no execute permission", {u"-bin/wine"_s, u"-L/ge-8/bin/wine64"_s}, {});
+        "bin/wine, -work/wine", "");
+    row("a folder in the working folder counts as a file, deliberate", "bin/wine, work/wine/",
+        "wine: work/wine");
+    row("no execute permission", "-bin/wine, -L/ge-8/bin/wine64", "");
 
     row("Lutris runners in case-sensitive order",
-        {u"L/GE-9/bin/wine"_s, u"L/b/bin/wine"_s, u"L/A/bin/wine"_s, u"L/a/bin/wine"_s,
-         u"L/GE-10/bin/wine"_s},
-        {u"Lutris: L/A/bin/wine"_s, u"Lutris: L/GE-10/bin/wine"_s, u"Lutris: L/GE-9/bin/wine"_s,
-         u"Lutris: L/a/bin/wine"_s, u"Lutris: L/b/bin/wine"_s});
+        "L/GE-9/bin/wine, L/b/bin/wine, L/A/bin/wine, L/a/bin/wine, L/GE-10/bin/wine",
+        "Lutris: L/A/bin/wine, Lutris: L/GE-10/bin/wine, Lutris: L/GE-9/bin/wine, Lutris: "
+        "L/a/bin/wine, Lutris: L/b/bin/wine");
     row("a Lutris runner's wine64 before its wine",
-        {u"L/ge-8/bin/wine"_s, u"L/ge-8/bin/wine64"_s, u"L/ge-8/bin/wineserver"_s},
-        {u"Lutris: L/ge-8/bin/wine64"_s, u"Lutris: L/ge-8/bin/wine"_s});
-    row("a Lutris runner with wine alone", {u"L/lutris-GE-8/bin/wine"_s},
-        {u"Lutris: L/lutris-GE-8/bin/wine"_s});
-    row("a hidden Lutris runner and a plain file", {u"L/.old/bin/wine"_s, u"L/wine"_s}, {});
-    row("a linked Lutris runner", {u"builds/ge-9/bin/wine"_s, u"L/linked -> builds/ge-9"_s},
-        {u"Lutris: builds/ge-9/bin/wine"_s});
-    row("dangling links", {u"L/ge-8/bin/wine -> gone"_s, u"bin/wine64 -> gone"_s}, {});
+        "L/ge-8/bin/wine, L/ge-8/bin/wine64, L/ge-8/bin/wineserver",
+        "Lutris: L/ge-8/bin/wine64, Lutris: L/ge-8/bin/wine");
+    row("a Lutris runner with wine alone", "L/lutris-GE-8/bin/wine",
+        "Lutris: L/lutris-GE-8/bin/wine");
+    row("a hidden Lutris runner and a plain file", "L/.old/bin/wine, L/wine", "");
+    row("a linked Lutris runner", "builds/ge-9/bin/wine, L/linked -> builds/ge-9",
+        "Lutris: builds/ge-9/bin/wine");
+    row("dangling links", "L/ge-8/bin/wine -> gone, bin/wine64 -> gone", "");
 
     row("the fixed paths first",
-        {u"/usr/local/bin/wine"_s, u"/usr/local/bin/wine64"_s, u"/usr/bin/wine"_s,
-         u"/usr/bin/wine64"_s, u"bin/wine64"_s},
-        {u": /usr/bin/wine64"_s, u": /usr/bin/wine"_s, u": /usr/local/bin/wine64"_s,
-         u": /usr/local/bin/wine"_s, u"wine64: bin/wine64"_s});
+        "/usr/local/bin/wine, /usr/local/bin/wine64, /usr/bin/wine, /usr/bin/wine64, bin/wine64",
+        ": /usr/bin/wine64, : /usr/bin/wine, : /usr/local/bin/wine64, : /usr/local/bin/wine, "
+        "wine64: bin/wine64");
     row("fixed paths without execute permission",
-        {u"-/usr/local/bin/wine"_s, u"-/usr/local/bin/wine64"_s, u"-/usr/bin/wine"_s,
-         u"-/usr/bin/wine64"_s, u"bin/wine64"_s},
-        {u"wine64: bin/wine64"_s});
+        "-/usr/local/bin/wine, -/usr/local/bin/wine64, -/usr/bin/wine, -/usr/bin/wine64, "
+        "bin/wine64",
+        "wine64: bin/wine64");
     row("links between the fixed paths",
-        {u"/usr/bin/wine64"_s, u"/usr/bin/wine -> /usr/bin/wine64"_s,
-         u"/usr/local/bin/wine -> /usr/bin/wine"_s},
-        {u": /usr/bin/wine64"_s});
-    row("the search path leads to a fixed path",
-        {u"/usr/bin/wine64"_s, u"bin/wine64 -> /usr/bin/wine64"_s}, {u": /usr/bin/wine64"_s});
+        "/usr/bin/wine64, /usr/bin/wine -> /usr/bin/wine64, /usr/local/bin/wine -> /usr/bin/wine",
+        ": /usr/bin/wine64");
+    row("the search path leads to a fixed path", "/usr/bin/wine64, bin/wine64 -> /usr/bin/wine64",
+        ": /usr/bin/wine64");
     row("builds under /opt in case-sensitive order",
-        {u"/opt/wine-b/bin/wine"_s, u"/opt/wine-B/bin/wine"_s, u"/opt/wine-a/bin/wine"_s,
-         u"/opt/wine-a/bin/wine64"_s, u"/opt/wine/bin/wine64"_s, u"/opt/.wine-hidden/bin/wine"_s,
-         u"/opt/another-wine/bin/wine"_s, u"/opt/wine-file"_s},
-        {u"Wine: /opt/wine/bin/wine64"_s, u"Wine: /opt/wine-B/bin/wine"_s,
-         u"Wine: /opt/wine-a/bin/wine64"_s, u"Wine: /opt/wine-a/bin/wine"_s,
-         u"Wine: /opt/wine-b/bin/wine"_s});
+        "/opt/wine-b/bin/wine, /opt/wine-B/bin/wine, /opt/wine-a/bin/wine, /opt/wine-a/bin/wine64, "
+        "/opt/wine/bin/wine64, /opt/.wine-hidden/bin/wine, /opt/another-wine/bin/wine, "
+        "/opt/wine-file",
+        "Wine: /opt/wine/bin/wine64, Wine: /opt/wine-B/bin/wine, Wine: /opt/wine-a/bin/wine64, "
+        "Wine: /opt/wine-a/bin/wine, Wine: /opt/wine-b/bin/wine");
     row("staging builds under /opt are labelled Wine, deliberate",
-        {u"/opt/wine-staging-9/bin/wine64"_s, u"/opt/wine-staging-9/bin/wine"_s,
-         u"/opt/wine-8/bin/wine64"_s, u"/opt/wine-8/bin/wine"_s},
-        {u"Wine: /opt/wine-8/bin/wine64"_s, u"Wine: /opt/wine-8/bin/wine"_s,
-         u"Wine: /opt/wine-staging-9/bin/wine64"_s, u"Wine: /opt/wine-staging-9/bin/wine"_s});
-    row("folders under /opt match in any letter case", {u"/opt/Wine-GE/bin/wine"_s},
-        {u"Wine: /opt/Wine-GE/bin/wine"_s});
+        "/opt/wine-staging-9/bin/wine64, /opt/wine-staging-9/bin/wine, /opt/wine-8/bin/wine64, "
+        "/opt/wine-8/bin/wine",
+        "Wine: /opt/wine-8/bin/wine64, Wine: /opt/wine-8/bin/wine, Wine: "
+        "/opt/wine-staging-9/bin/wine64, Wine: /opt/wine-staging-9/bin/wine");
+    row("folders under /opt match in any letter case", "/opt/Wine-GE/bin/wine",
+        "Wine: /opt/Wine-GE/bin/wine");
     row("every source in its place",
-        {u"/usr/local/bin/wine"_s, u"bin/wine64"_s, u"bin/wine"_s, u"/opt/wine-8/bin/wine"_s,
-         u"L/ge-8/bin/wine"_s, u"elsewhere/wine"_s},
-        {u": /usr/local/bin/wine"_s, u"wine64: bin/wine64"_s, u"wine: bin/wine"_s,
-         u"Wine: /opt/wine-8/bin/wine"_s, u"Lutris: L/ge-8/bin/wine"_s, u": elsewhere/wine"_s});
+        "/usr/local/bin/wine, bin/wine64, bin/wine, /opt/wine-8/bin/wine, L/ge-8/bin/wine, "
+        "elsewhere/wine",
+        ": /usr/local/bin/wine, wine64: bin/wine64, wine: bin/wine, Wine: /opt/wine-8/bin/wine, "
+        "Lutris: L/ge-8/bin/wine, : elsewhere/wine");
 }
 
 void TestWineDiscovery::eachExecutableIsListedOnce()
