@@ -15,6 +15,8 @@
 
 #include "ui/SettingsDialog.h"
 
+using namespace Qt::StringLiterals;
+
 /// The fields of a settings dialog, found by their labels, and what a user does with them.
 class SettingsFields
 {
@@ -34,7 +36,7 @@ public:
         QString value() const
         {
             if (const auto *box = qobject_cast<const QCheckBox *>(widgets.first())) {
-                return box->isChecked() ? QStringLiteral("yes") : QStringLiteral("no");
+                return box->isChecked() ? u"yes"_s : u"no"_s;
             }
             const QWidget *shown = widgets.at(widgets.first()->inherits("QSlider") ? 1 : 0);
             return shown->property(shown->inherits("QComboBox") ? "currentText" : "text")
@@ -116,8 +118,7 @@ public:
             QTest::keyClick(combo, Qt::Key_Down);
         }
         if (combo->currentText() != text) {
-            QTest::qFail(qPrintable(QStringLiteral("no item \"%1\"").arg(text)), __FILE__,
-                         __LINE__);
+            QTest::qFail(qPrintable(u"no item \"%1\""_s.arg(text)), __FILE__, __LINE__);
         }
     }
     /// Goes to the value with the arrow keys.
@@ -148,7 +149,7 @@ public:
         } else if (auto *slider = qobject_cast<QSlider *>(field)) {
             slide(slider, value.chopped(1).toInt());
         } else {
-            set(qobject_cast<QCheckBox *>(field), value == QStringLiteral("yes"));
+            set(qobject_cast<QCheckBox *>(field), value == u"yes"_s);
         }
     }
 

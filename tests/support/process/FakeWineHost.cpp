@@ -5,15 +5,17 @@
 
 #include "support/files/Disk.h"
 
+using namespace Qt::StringLiterals;
+
 FakeWineHost::FakeWineHost()
-    : root(QFileInfo(QDir::tempPath()).canonicalFilePath() + QStringLiteral("/wine-host-XXXXXX"))
+    : root(QFileInfo(QDir::tempPath()).canonicalFilePath() + u"/wine-host-XXXXXX"_s)
     , oldHome(qgetenv("HOME"))
     , oldPath(qgetenv("PATH"))
 {
-    Disk::makeFolder(filePath(QStringLiteral("home")));
-    addExecutable(QStringLiteral("bin/bash"));
-    qputenv("HOME", QFile::encodeName(filePath(QStringLiteral("home"))));
-    qputenv("PATH", QFile::encodeName(filePath(QStringLiteral("bin"))));
+    Disk::makeFolder(filePath(u"home"_s));
+    addExecutable(u"bin/bash"_s);
+    qputenv("HOME", QFile::encodeName(filePath(u"home"_s)));
+    qputenv("PATH", QFile::encodeName(filePath(u"bin"_s)));
 }
 
 FakeWineHost::~FakeWineHost()
@@ -31,6 +33,5 @@ QString FakeWineHost::addExecutable(const QString &name) const
 
 QString FakeWineHost::addRunner(const QString &name) const
 {
-    return addExecutable(
-        QStringLiteral("home/.local/share/lutris/runners/wine/%1/bin/wine").arg(name));
+    return addExecutable(u"home/.local/share/lutris/runners/wine/%1/bin/wine"_s.arg(name));
 }

@@ -8,6 +8,8 @@
 #include <QPushButton>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 FileChooserUser::FileChooserUser()
 {
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
@@ -41,7 +43,7 @@ bool FileChooserUser::eventFilter(QObject *watched, QEvent *event)
 
 void FileChooserUser::answer(QFileDialog *dialog)
 {
-    auto *edit = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+    auto *edit = dialog->findChild<QLineEdit *>(u"fileNameEdit"_s);
     auto *buttons = dialog->findChild<QDialogButtonBox *>();
     seen.append({dialog->windowTitle(), dialog->directory().absolutePath(), edit->text(),
                  dialog->nameFilters(), dialog->fileMode(),
@@ -66,8 +68,7 @@ void FileChooserUser::answer(QFileDialog *dialog)
     QTest::keyClicks(edit, path);
     QTest::mouseClick(buttons->button(QDialogButtonBox::Open), Qt::LeftButton);
     if (dialog->isVisible()) {
-        QTest::qFail(qPrintable(QStringLiteral("the chooser does not take ") + path), __FILE__,
-                     __LINE__);
+        QTest::qFail(qPrintable(u"the chooser does not take "_s + path), __FILE__, __LINE__);
         dialog->reject();
     }
 }
