@@ -149,8 +149,7 @@ private slots:
     void theDialogHasItsTitleSizeAndSlots();
     void theGroupsScrollAboveTheButtons();
     void theGroupsAreInOrderWithoutTabs();
-    void eachRowHasItsLabelAndFields_data();
-    void eachRowHasItsLabelAndFields();
+    void eachGroupHasItsRows();
     void theFirstFieldOfARowTakesTheSpareWidth();
     void theSlidersHaveTheirSheet();
     void aSliderShowsItsValue();
@@ -281,75 +280,65 @@ void TestSettingsDialog::theGroupsAreInOrderWithoutTabs()
     QVERIFY(dialog->findChildren<QTabBar *>().isEmpty());
 }
 
-void TestSettingsDialog::eachRowHasItsLabelAndFields_data()
+void TestSettingsDialog::eachGroupHasItsRows()
 {
-    QTest::addColumn<QString>("group");
-    QTest::addColumn<QStringList>("rows");
-
+    QStringList actual;
+    for (const QGroupBox *group : dialog->findChildren<QGroupBox *>()) {
+        actual << group->title() + u':';
+        const QList<SettingsFields::Row> rows = fields->rows(group->title());
+        for (const SettingsFields::Row &row : rows) {
+            QStringList widgets;
+            for (const QWidget *widget : row.widgets) {
+                widgets << describe(widget);
+            }
+            actual << (row.label ? row.name() + u": "_s : QString()) + widgets.join(u" | "_s);
+            // In the column of the fields, also without a label.
+            QCOMPARE(placeOf(row.widgets.first(), dialog.get()).left(),
+                     placeOf(rows.first().widgets.first(), dialog.get()).left());
+            // Screen readers know the field by the label.
+            QVERIFY(row.label == nullptr || row.label->buddy() == row.widgets.first());
+        }
+    }
     const QString browse = u" | button '...' %1, 36 wide"_s;
     const QString path = u": ZelInputPath edit with clear button"_s + browse;
-    const QString edit = u": ZelInput edit"_s;
-    const QString slider =
-        u": slider 0..100 orientation 1, from 220 wide | right '%1', from 48 wide"_s;
-    QTest::newRow("client") << u"Cliente"_s
-                            << QStringList{u"Pasta do cliente"_s + path.arg(u"Pasta do cliente"_s),
-                                           u"Executavel"_s + path.arg(u"Executavel do jogo"_s),
-                                           u"Wine: ZelInput combo | button 'Buscar', hand"_s +
-                                               browse.arg(u"Executavel do Wine"_s),
-                                           u"check 'Usar Wine no Linux'"_s};
-    QTest::newRow("server") << u"Servidor"_s
-                            << QStringList{u"Nome exibido"_s + edit, u"IP do servidor"_s + edit,
-                                           u"Canais: ZelInput spin 1..10"_s,
-                                           u"wrapped 'Cada canal e uma linha no serverlist.txt "
-                                           "com o mesmo IP (max. 10).' "
-                                           "color: #a0a0b8; font-size: 11px;"_s};
-    QTest::newRow("video") << u"Video"_s
-                           << QStringList{u"Resolucao: ZelInput combo 640 x 480=1 800 x 600=2 "
-                                          "1024 x 768=3 1280 x 720=4 1280 x 800=5 1280 x 960=6 "
-                                          "1280 x 1024=7 1440 x 900=8 1600 x 900=9 "
-                                          "1600 x 1024=10 1600 x 1080=11"_s,
-                                          u"check 'Modo janela'"_s,
-                                          u"Brilho"_s + slider.arg(u"57%"_s)};
-    QTest::newRow("audio") << u"Audio"_s
-                           << QStringList{u"Efeitos"_s + slider.arg(u"0 (mudo)"_s),
-                                          u"Musica"_s + slider.arg(u"0 (mudo)"_s)};
-    // The game's own cursor comes first on purpose.
-    QTest::newRow("game") << u"Jogo"_s
-                          << QStringList{u"Qualidade de modelos: ZelInput combo "
-                                         "Baixa=1 Media=2 Alta=3"_s,
-                                         u"Cursor: ZelInput combo Personalizado do jogo=2 "
-                                         "Padrao do sistema=0"_s,
-                                         u"Teclado: ZelInput combo Teclas ZEL=0 "
-                                         "Teclas alternativas=1"_s,
-                                         u"Visao da camera: ZelInput spin 0..3"_s,
-                                         u"check 'Rotacao de camera'"_s,
-                                         u"check 'Texturas DXT (melhor desempenho)'"_s,
-                                         u"check 'Reproduzir video de abertura'"_s};
-    QTest::newRow("patch") << u"Patch / Links"_s
-                           << QStringList{u"URL base do patch"_s + edit, u"Site"_s + edit,
-                                          u"Noticias (URL)"_s + edit};
-}
-
-void TestSettingsDialog::eachRowHasItsLabelAndFields()
-{
-    QFETCH(const QString, group);
-    QFETCH(const QStringList, rows);
-    const QList<SettingsFields::Row> all = fields->rows(group);
-    QStringList actual;
-    for (const SettingsFields::Row &row : all) {
-        QStringList widgets;
-        for (const QWidget *widget : row.widgets) {
-            widgets << describe(widget);
-        }
-        actual << (row.label != nullptr ? row.name() + u": "_s : QString()) +
-                      widgets.join(u" | "_s);
-        // In the column of the fields, also without a label.
-        QCOMPARE(placeOf(row.widgets.first(), dialog.get()).left(),
-                 placeOf(all.first().widgets.first(), dialog.get()).left());
-        // Screen readers know the field by the label.
-        QVERIFY(row.label == nullptr || row.label->buddy() == row.widgets.first());
-    }
-    QCOMPARE(actual, rows);
+    const QString slider = u": slider 0..100 orientation 1, from 220 wide | "
+                           "right '%1', from 48 wide"_s;
+    const QStringList expected{
+        u"Cliente:"_s,
+        u"Pasta do cliente"_s + path.arg(u"Pasta do cliente"_s),
+        u"Executavel"_s + path.arg(u"Executavel do jogo"_s),
+        u"Wine: ZelInput combo | button 'Buscar', hand"_s + browse.arg(u"Executavel do Wine"_s),
+        u"check 'Usar Wine no Linux'"_s,
+        u"Servidor:"_s,
+        u"Nome exibido: ZelInput edit"_s,
+        u"IP do servidor: ZelInput edit"_s,
+        u"Canais: ZelInput spin 1..10"_s,
+        u"wrapped 'Cada canal e uma linha no serverlist.txt com o mesmo IP (max. 10).' "
+        "color: #a0a0b8; font-size: 11px;"_s,
+        u"Video:"_s,
+        u"Resolucao: ZelInput combo 640 x 480=1 800 x 600=2 1024 x 768=3 1280 x 720=4 "
+        "1280 x 800=5 1280 x 960=6 1280 x 1024=7 1440 x 900=8 1600 x 900=9 1600 x 1024=10 "
+        "1600 x 1080=11"_s,
+        u"check 'Modo janela'"_s,
+        u"Brilho"_s + slider.arg(u"57%"_s),
+        u"Audio:"_s,
+        u"Efeitos"_s + slider.arg(u"0 (mudo)"_s),
+        u"Musica"_s + slider.arg(u"0 (mudo)"_s),
+        u"Jogo:"_s,
+        u"Qualidade de modelos: ZelInput combo Baixa=1 Media=2 Alta=3"_s,
+        // The game's own cursor comes first on purpose.
+        u"Cursor: ZelInput combo Personalizado do jogo=2 Padrao do sistema=0"_s,
+        u"Teclado: ZelInput combo Teclas ZEL=0 Teclas alternativas=1"_s,
+        u"Visao da camera: ZelInput spin 0..3"_s,
+        u"check 'Rotacao de camera'"_s,
+        u"check 'Texturas DXT (melhor desempenho)'"_s,
+        u"check 'Reproduzir video de abertura'"_s,
+        u"Patch / Links:"_s,
+        u"URL base do patch: ZelInput edit"_s,
+        u"Site: ZelInput edit"_s,
+        u"Noticias (URL): ZelInput edit"_s,
+    };
+    QCOMPARE(actual, expected);
 }
 
 void TestSettingsDialog::theFirstFieldOfARowTakesTheSpareWidth()

@@ -106,16 +106,15 @@ private slots:
     void aFailedSyncIsShownAndTheDialogStillCloses_data();
     void aFailedSyncIsShownAndTheDialogStillCloses();
     void theListOfWinesIsWhatDiscoveryFinds();
-    void theStoredWineIsSelected_data();
-    void theStoredWineIsSelected();
+    void theStoredWineIsSelectedAndKept();
     void withoutAStoredWineTheResolvedOneIsSelected();
     void theLastChoiceIsStoredWhenNoItemIsCurrent();
+    void aSearchForNoPathTakesTheLastChoiceOrTheStoredWine();
     void aNewSearchFindsWhatIsNew();
     void eachSearchRunsTheLoginShellOnce();
     void aNewSearchKeepsAChoiceThatIsGone();
     void aSearchEmitsNoChangeWhileItFillsTheList();
     void onAMachineWithoutWineTheCommandItselfIsOffered();
-    void aCancelledChooserChangesNothing_data();
     void aCancelledChooserChangesNothing();
     void aChosenExecutableIsShownWithItsPath();
     void aChosenWineIsSelected();
@@ -518,49 +517,35 @@ void TestSettingsDialogData::theListOfWinesIsWhatDiscoveryFinds()
     QCOMPARE(itemsOf(fields->wine), found);
 }
 
-void TestSettingsDialogData::theStoredWineIsSelected_data()
+void TestSettingsDialogData::theStoredWineIsSelectedAndKept()
 {
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("path");
-
-    // "@" is the host's folder.
-    const QString runner = u"@/home/.local/share/lutris/runners/wine/second/bin/wine"_s;
+    const QString path = host->addRunner(u"second"_s);
+    const QString link = host->filePath(u"link"_s);
     const QString gone = u"/opt/%1 %2/no such wine"_s;
-    QTest::newRow("found") << runner << u"Lutris (%1)"_s.arg(runner) << runner;
-    QTest::newRow("a link to one that is found")
-        << u"@/link"_s << u"Lutris (%1)"_s.arg(runner) << runner;
-    QTest::newRow("not found") << gone << u"Personalizado ("_s + gone + u')' << gone;
-}
-
-void TestSettingsDialogData::theStoredWineIsSelected()
-{
-    QFETCH(QString, stored);
-    QFETCH(QString, text);
-    QFETCH(QString, path);
-    for (QString *value : {&stored, &text, &path}) {
-        value->replace(u'@', host->filePath({}));
-    }
-    Disk::makeLink(host->filePath(u"link"_s), host->addRunner(u"second"_s));
+    Disk::makeLink(link, path);
     host->addRunner(u"third"_s);
-    settings.winePath = stored;
-    open();
-    const bool found = !text.startsWith(u"Personalizado"_s);
-    QCOMPARE(fields->wine->currentText(), text);
-    QCOMPARE(fields->wine->currentData().toString(), path);
-    QCOMPARE(fields->wine->count(), WineDiscovery::discover().size() + (found ? 0 : 1));
-    QVERIFY(found || fields->wine->currentIndex() == fields->wine->count() - 1);
-
-    // Two searches keep it.
-    const Texts before = shown();
-    const QStringList items = itemsOf(fields->wine);
-    for (int i = 0; i < 2; ++i) {
-        SettingsFields::click(fields->refreshWine);
-        QCOMPARE(shown(), before);
-        QCOMPARE(itemsOf(fields->wine), items);
+    const auto found = WineDiscovery::discover().size();
+    for (const QString &stored : {path, link, gone}) {
+        settings.winePath = stored;
+        open();
+        if (stored == gone) {
+            QCOMPARE(fields->wine->currentText(), u"Personalizado ("_s + gone + u')');
+            QCOMPARE(fields->wine->currentIndex(), found);
+            QCOMPARE(fields->wine->count(), found + 1);
+        } else {
+            QCOMPARE(fields->wine->currentText(), u"Lutris (%1)"_s.arg(path));
+            QCOMPARE(fields->wine->count(), found);
+        }
+        const Texts before = shown();
+        const QStringList items = itemsOf(fields->wine);
+        for (int i = 0; i < 2; ++i) {
+            SettingsFields::click(fields->refreshWine);
+            QCOMPARE(shown(), before);
+            QCOMPARE(itemsOf(fields->wine), items);
+        }
+        accept();
+        QCOMPARE(files().value(u"client/wine"_s), stored == gone ? gone : path);
     }
-    accept();
-    QCOMPARE(settings.winePath, path);
 }
 
 void TestSettingsDialogData::withoutAStoredWineTheResolvedOneIsSelected()
@@ -583,6 +568,24 @@ void TestSettingsDialogData::theLastChoiceIsStoredWhenNoItemIsCurrent()
     fields->wine->setCurrentIndex(-1);
     accept();
     QCOMPARE(settings.winePath, path);
+}
+
+void TestSettingsDialogData::aSearchForNoPathTakesTheLastChoiceOrTheStoredWine()
+{
+    const QString stored = settings.winePath;
+    const QString path = host->addRunner(u"second"_s);
+    open();
+    SettingsFields::choose(fields->wine, u"Lutris (%1)"_s.arg(path));
+    const int index = fields->wine->currentIndex();
+    fields->wine->setItemData(index, QString());
+    SettingsFields::click(fields->refreshWine);
+    QCOMPARE(fields->wine->currentData().toString(), path);
+
+    fields->wine->setItemData(index, QString());
+    fields->wine->setCurrentIndex(-1);
+    fields->wine->setCurrentIndex(index);
+    SettingsFields::click(fields->refreshWine);
+    QCOMPARE(fields->wine->currentData().toString(), stored);
 }
 
 void TestSettingsDialogData::aNewSearchFindsWhatIsNew()
@@ -654,27 +657,8 @@ void TestSettingsDialogData::onAMachineWithoutWineTheCommandItselfIsOffered()
     QCOMPARE(settings.winePath, u"wine"_s);
 }
 
-void TestSettingsDialogData::aCancelledChooserChangesNothing_data()
-{
-    QTest::addColumn<QPushButton * SettingsFields::*>("button");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QStringList>("filters");
-
-    using S = SettingsFields;
-    QTest::newRow("client folder") << &S::browseClientDir << u"Pasta do cliente"_s << QStringList();
-    QTest::newRow("executable, from the client folder on purpose")
-        << &S::browseClientExe << u"Executavel do jogo"_s
-        << QStringList{u"Executavel (*.exe)"_s, u"Todos (*)"_s};
-    QTest::newRow("Wine") << &S::browseWine << u"Executavel do Wine"_s
-                          << QStringList{u"Todos (*)"_s};
-}
-
 void TestSettingsDialogData::aCancelledChooserChangesNothing()
 {
-    QFETCH(QPushButton * SettingsFields::*const, button);
-    QFETCH(const QString, title);
-    QFETCH(const QStringList, filters);
-    const bool wantsFolder = filters.isEmpty();
     client->write(u"serverlist.txt"_s, "0 1 10.7.7.7\n"); // what an import would find
     const FakeClient other(u"other"_s);
     settings.clientExe = other.filePath(u"ZEL.exe"_s);
@@ -682,22 +666,31 @@ void TestSettingsDialogData::aCancelledChooserChangesNothing()
     SettingsFields::type(fields->serverName, u"Typed"_s);
     const Texts before = shown();
     FileChooserUser user;
-    user.cancel();
-    SettingsFields::click(*fields.*button);
-    QCOMPARE(shown(), before);
-    QCOMPARE(settings.serverIp, u"127.0.0.1"_s);
-    QVERIFY(dialog->isVisible());
+    for (QPushButton *button :
+         {fields->browseClientDir, fields->browseClientExe, fields->browseWine}) {
+        user.cancel();
+        SettingsFields::click(button);
+        QCOMPARE(shown(), before);
+        QCOMPARE(settings.serverIp, u"127.0.0.1"_s);
+        QVERIFY(dialog->isVisible());
+    }
 
-    QCOMPARE(user.choosers().size(), 1);
-    const FileChooserUser::Chooser &chooser = user.choosers().first();
-    QCOMPARE(chooser.title, title);
-    QCOMPARE(chooser.folder + u'/' + chooser.file,
-             button == &SettingsFields::browseWine ? settings.winePath : client->dir() + u'/');
-    QCOMPARE(chooser.mode, wantsFolder ? QFileDialog::Directory : QFileDialog::ExistingFile);
-    QCOMPARE(chooser.foldersOnly, wantsFolder);
-    QCOMPARE(chooser.parent, dialog.get());
-    if (!wantsFolder) {
-        QCOMPARE(chooser.filters, filters);
+    const QStringList titles{u"Pasta do cliente"_s, u"Executavel do jogo"_s,
+                             u"Executavel do Wine"_s};
+    // The executable's starts in the client folder on purpose.
+    const QStringList starts{client->dir() + u'/', client->dir() + u'/', settings.winePath};
+    const QList<QStringList> filters{
+        {}, {u"Executavel (*.exe)"_s, u"Todos (*)"_s}, {u"Todos (*)"_s}};
+    QCOMPARE(user.choosers().size(), 3);
+    for (int i = 0; i < 3; ++i) {
+        const FileChooserUser::Chooser &chooser = user.choosers().at(i);
+        const bool wantsFolder = i == 0;
+        QCOMPARE(chooser.title, titles.at(i));
+        QCOMPARE(chooser.folder + u'/' + chooser.file, starts.at(i));
+        QCOMPARE(chooser.mode, wantsFolder ? QFileDialog::Directory : QFileDialog::ExistingFile);
+        QCOMPARE(chooser.foldersOnly, wantsFolder);
+        QCOMPARE(chooser.parent, dialog.get());
+        QVERIFY(wantsFolder || chooser.filters == filters.at(i));
     }
 }
 
