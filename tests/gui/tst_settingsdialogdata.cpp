@@ -568,6 +568,14 @@ void TestSettingsDialogData::theLastChoiceIsStoredWhenNoItemIsCurrent()
     fields->wine->setCurrentIndex(-1);
     accept();
     QCOMPARE(settings.winePath, path);
+
+    // Also one that the search selected, by its own path.
+    settings.winePath = host->filePath(u"link"_s);
+    Disk::makeLink(settings.winePath, path);
+    open();
+    fields->wine->setCurrentIndex(-1);
+    accept();
+    QCOMPARE(settings.winePath, path);
 }
 
 void TestSettingsDialogData::aSearchForNoPathTakesTheLastChoiceOrTheStoredWine()
