@@ -79,6 +79,6 @@ void StandardLook::restore()
     QApplication::setPalette(palette);
     // Widgets keep fonts that the style sheet derived from the desktop's until it is set again.
     qApp->setStyleSheet(qApp->styleSheet());
-    // The changes above sent events of their own, which would restore again without end.
+    // The changes above sent events of their own, which must not restore again.
     restoreTimer.stop();
 }
