@@ -110,10 +110,9 @@ QString shellQuote(const QString &word)
 /// both channels with setStandardOutputFile() would drop ReadOnly from the open mode.
 void silenceOutput()
 {
-    const int nowhere = ::open("/dev/null", O_WRONLY);
-    ::dup2(nowhere, STDOUT_FILENO);
-    ::dup2(nowhere, STDERR_FILENO);
-    ::close(nowhere);
+    const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    ::dup2(null, STDOUT_FILENO);
+    ::dup2(null, STDERR_FILENO);
 }
 
 } // namespace
