@@ -9,11 +9,15 @@
 #include <QImageReader>
 #include <QPalette>
 #include <QSettings>
+#include <QTemporaryFile>
 #include <QTimer>
 
 #include <array>
 #include <optional>
 
+#include <unistd.h>
+
+#include "support/files/Disk.h"
 #include "ui/ZelPalette.h"
 
 using namespace Qt::StringLiterals;
@@ -73,7 +77,9 @@ void watchApplication()
 }
 Q_COREAPP_STARTUP_FUNCTION(watchApplication)
 
-/// One whole run of the launcher, ended by the watcher.
+QtMessageHandler installedHandler = nullptr;
+
+/// Runs the launcher from start to end, which the watcher causes.
 int runLauncher(Watcher *watcher)
 {
     currentWatcher = watcher;
@@ -82,7 +88,7 @@ int runLauncher(Watcher *watcher)
     QByteArray name("zel_launcher");
     std::array<char *, 2> arguments{name.data(), nullptr};
     const int status = launcherMain(1, arguments.data());
-    qInstallMessageHandler(handler);
+    installedHandler = qInstallMessageHandler(handler);
     return status;
 }
 
@@ -96,6 +102,7 @@ private slots:
     void theApplicationIsSetUpBeforeItsWindowExists_data();
     void theApplicationIsSetUpBeforeItsWindowExists();
     void theExitStatusIsThatOfTheEventLoop();
+    void onlyTheReasonOfAnAbortIsPrinted();
 };
 
 void TestEntryPoint::theApplicationIsSetUpBeforeItsWindowExists_data()
@@ -143,6 +150,24 @@ void TestEntryPoint::theExitStatusIsThatOfTheEventLoop()
     Watcher watcher;
     watcher.exitStatus = 3;
     QCOMPARE(runLauncher(&watcher), 3);
+}
+
+void TestEntryPoint::onlyTheReasonOfAnAbortIsPrinted()
+{
+    Watcher watcher;
+    runLauncher(&watcher);
+    QVERIFY(installedHandler == dropMessage);
+
+    QTemporaryFile printed;
+    QVERIFY(printed.open());
+    const int standardError = ::dup(STDERR_FILENO);
+    ::dup2(printed.handle(), STDERR_FILENO);
+    for (const QtMsgType type : {QtDebugMsg, QtInfoMsg, QtWarningMsg, QtCriticalMsg, QtFatalMsg}) {
+        dropMessage(type, QMessageLogContext(), u"type %1"_s.arg(type));
+    }
+    ::dup2(standardError, STDERR_FILENO);
+    ::close(standardError);
+    QCOMPARE(Disk::read(printed.fileName()), u"type %1\n"_s.arg(QtFatalMsg).toUtf8());
 }
 
 int main(int argc, char *argv[])
