@@ -178,7 +178,7 @@ private:
     QString configDir() const { return TestEnvironment::configHome(); }
     /// Everything that the launcher may write.
     Files written() const;
-    /// Lets a job be done whole and returns what is then written.
+    /// Waits for the end of a job and returns what is then written.
     Files outcomeOf(Victim &victim, const QByteArray &job);
     /// Compares what a kill left with the two states that the launcher was between.
     void expectWhole(const Files &left, const Files &before, const Files &after);
@@ -386,8 +386,8 @@ int main(int argc, char *argv[])
         TestEnvironment::nameApplication();
         return serveAsChild();
     }
-    // In memory where the machine has one: every save waits for its disk.
-    if (QFileInfo(QStringLiteral("/dev/shm")).isWritable()) {
+    // In memory where possible: every save waits for the disk.
+    if (QFileInfo(u"/dev/shm"_s).isWritable()) {
         qputenv("TMPDIR", "/dev/shm");
     }
     const TestEnvironment environment;

@@ -27,10 +27,10 @@ RealLauncher::RealLauncher(qreal scaleFactor)
     if (!screen.isRunning()) {
         qFatal("Xvfb does not start");
     }
-    const LauncherWindow twin;
-    playPlace = middleOf(twin.play, twin.window);
-    settingsPlace = middleOf(twin.settings, twin.window);
-    cancelPlace = middleOf(twin.cancel, twin.window);
+    const LauncherWindow reference;
+    playPlace = middleOf(reference.play, reference.window);
+    settingsPlace = middleOf(reference.settings, reference.window);
+    cancelPlace = middleOf(reference.cancel, reference.window);
 
     process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
     process.setWorkingDirectory(qEnvironmentVariable("HOME"));
@@ -74,11 +74,12 @@ void RealLauncher::start(const QStringList &arguments)
     window = screen.waitForWindow(u"ZEL Launcher"_s);
     if (window.isEmpty()) {
         process.waitForFinished(0);
-        const QString story = u"no window; state %1, exit code %2, printed: "_s.arg(
-            QString::number(process.state()), QString::number(process.exitCode()));
-        QFAIL(qPrintable(story + QString::fromUtf8(process.readAllStandardError())));
+        const QByteArray printed = process.readAllStandardError();
+        QFAIL(qPrintable(u"no window; state %1, exit code %2, printed: "_s.arg(process.state())
+                             .arg(process.exitCode()) +
+                         QString::fromUtf8(printed)));
     }
-    known = {window};
+    windows = {window};
 }
 
 void RealLauncher::clickPlay()
@@ -101,11 +102,11 @@ QString RealLauncher::waitForBox(const QString &title)
     if (QTest::currentTestFailed()) {
         return {};
     }
-    const QString box = screen.waitForWindow(title, known);
+    const QString box = screen.waitForWindow(title, windows);
     if (box.isEmpty()) {
         QTest::qFail(qPrintable(u"no message box: "_s + title), __FILE__, __LINE__);
     }
-    known.append(box);
+    windows.append(box);
     return box;
 }
 

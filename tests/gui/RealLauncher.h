@@ -51,8 +51,8 @@ private:
     qreal scale;
     VirtualDisplay screen;
     QProcess process;
-    QString window;    // the main window
-    QStringList known; // that, and the boxes so far
+    QString window;      // the main window
+    QStringList windows; // the main window and the boxes so far
     QPoint playPlace;
     QPoint settingsPlace;
     QPoint cancelPlace;

@@ -68,8 +68,8 @@ QString ScreenReader::read(const QStringList &question) const
         reader.exitStatus() != QProcess::NormalExit || reader.exitCode() != 0) {
         reader.kill();
         reader.waitForFinished();
-        const QString story = u"the window did not show: "_s + question.join(u' ');
-        QTest::qFail(qPrintable(story), __FILE__, __LINE__);
+        QTest::qFail(qPrintable(u"the window did not show: "_s + question.join(u' ')), __FILE__,
+                     __LINE__);
         return {};
     }
     QString answer = QString::fromUtf8(reader.readAllStandardOutput());

@@ -21,7 +21,7 @@ struct Stop {
     QString name;
 };
 
-/// What is spoken of a window: no boxes around other widgets, no items of closed lists.
+/// What a screen reader speaks: no boxes around other widgets, no items of closed lists.
 QStringList spoken(const QStringList &widgets)
 {
     QStringList lines;
@@ -39,7 +39,7 @@ QStringList spoken(const QStringList &widgets)
 
 } // namespace
 
-/// The real program as a screen reader and a keyboard find it.
+/// The real program used by screen reader and keyboard.
 class TestAccessibility : public TestBase
 {
     Q_OBJECT
@@ -48,8 +48,8 @@ private slots:
     void init();
     void cleanup() { launcher.kill(); }
 
-    void allOfTheMainWindowIsSpoken();
-    void allOfTheSettingsIsSpoken();
+    void theMainWindowIsSpoken();
+    void theSettingsAreSpoken();
     void tabGoesThroughTheMainWindowAsTheEyeReads();
     void tabGoesThroughTheSettingsAsTheEyeReads();
     void theKeysCloseTheSettings_data();
@@ -95,7 +95,7 @@ void TestAccessibility::walk(const QString &window, const QList<Stop> &stops)
     reader.waitForFocus(stops.last().role, stops.last().name);
 }
 
-void TestAccessibility::allOfTheMainWindowIsSpoken()
+void TestAccessibility::theMainWindowIsSpoken()
 {
     reader.waitForLabel(u"^Alpha"_s);
     QCOMPARE(spoken(reader.widgetsOf(mainTitle)),
@@ -113,7 +113,7 @@ void TestAccessibility::allOfTheMainWindowIsSpoken()
              }));
 }
 
-void TestAccessibility::allOfTheSettingsIsSpoken()
+void TestAccessibility::theSettingsAreSpoken()
 {
     openSettings();
     QCOMPARE(spoken(reader.widgetsOf(settingsTitle)),

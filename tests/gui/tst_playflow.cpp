@@ -382,7 +382,7 @@ void TestPlayFlow::aFailedStartAfterACheckLeavesTheWindowIdle()
     MessageBoxAnswerer user;
     user.expect(QMessageBox::Ok);
     user.expect(QMessageBox::Ok, [&](QMessageBox &) {
-        // The patcher's message stands, not the summary.
+        // The patcher's message, not the summary.
         QCOMPARE(launcher.status->text(), u"Cliente ja esta atualizado."_s);
     });
     LauncherWindow::click(launcher.play);
