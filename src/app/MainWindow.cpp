@@ -24,7 +24,7 @@ namespace
 
 constexpr QSize pictureSize(960, 592);
 constexpr int barHeight = 132;
-/// How far the lower progress bar runs ahead of the upper one.
+/// Percentage points that the lower progress bar runs ahead of the upper one.
 constexpr int progressLead = 8;
 constexpr int processStartTimeoutMs = 5000;
 
@@ -98,7 +98,7 @@ QProgressBar::chunk {
     return bar;
 }
 
-/// @p word as one word of a shell command line, whatever it holds.
+/// @p word quoted as a single word for the shell.
 QString shellQuote(const QString &word)
 {
     QString escaped = word;
@@ -384,7 +384,7 @@ bool MainWindow::prepareClientFiles(QString *error)
 
 void MainWindow::onProcessFinished(int exitCode, QProcess::ExitStatus status)
 {
-    Q_UNUSED(status) // a crash is reported by its code too
+    Q_UNUSED(status) // a crash is reported like a normal exit
     setBusy(false, QStringLiteral("Jogo encerrado (codigo %1).").arg(exitCode));
     setProgress(0);
 }

@@ -18,7 +18,7 @@ class MainWindow : public QMainWindow
 
 public:
     explicit MainWindow(QWidget *parent = nullptr);
-    /// Ends a game that still runs.
+    /// Kills the game if it is still running.
     ~MainWindow() override;
 
 private slots:

@@ -12,7 +12,7 @@ namespace
 {
 
 /// Drops Qt's messages, such as warnings about the desktop session: the launcher has no console
-/// output. Only the reason of an abort is printed.
+/// output. Only a fatal message is printed, before Qt aborts.
 void dropMessage(QtMsgType type, const QMessageLogContext & /*context*/, const QString &text)
 {
     if (type == QtFatalMsg) {
@@ -26,7 +26,7 @@ int main(int argc, char *argv[])
 {
     qInstallMessageHandler(dropMessage);
     QApplication app(argc, argv);
-    // The two names address the settings file.
+    // The path of the settings file contains both names.
     QCoreApplication::setApplicationName(QStringLiteral("zel_launcher"));
     QCoreApplication::setOrganizationName(QStringLiteral("Orvandale"));
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/Orvandale.ico")));

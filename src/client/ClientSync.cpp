@@ -15,7 +15,7 @@
 namespace
 {
 
-// The client counts the groups of the list from 0 and those of "sn.bin" from 1.
+// The client numbers its groups from 0 in "serverlist.txt" and from 1 in "sn.bin".
 constexpr int serverListGroup = 0;
 constexpr int snBinGroup = 1;
 
@@ -37,7 +37,7 @@ bool writeServerTxt(const QDir &client, const QString &ip, QString *error)
     return true;
 }
 
-/// True when the file at @p path is valid and carries @p name in any letter case.
+/// True when the file at @p path is valid and its display name is @p name in any letter case.
 bool carriesName(const QString &path, const QString &name)
 {
     QString old;
@@ -45,15 +45,15 @@ bool carriesName(const QString &path, const QString &name)
            old.trimmed().compare(name.trimmed(), Qt::CaseInsensitive) == 0;
 }
 
-/// @p text with every "server_ip=" line pointed at @p ip. A byte stands for a character here, so
-/// that bytes which are not valid UTF-8 survive.
+/// @p text with @p ip in every "server_ip=" line. Decoded as Latin-1: UTF-8 would replace bytes
+/// that are not valid.
 QByteArray withServerIp(const QByteArray &text, const QString &ip)
 {
     static const QRegularExpression serverIpLine(QStringLiteral("^server_ip=.*$"),
                                                  QRegularExpression::MultilineOption);
     static const QByteArray byteOrderMark("\xEF\xBB\xBF");
 
-    // A byte order mark is not part of the first line.
+    // Skip the byte order mark: "^" would not match the first line behind it.
     const qsizetype start = text.startsWith(byteOrderMark) ? byteOrderMark.size() : 0;
     QString latin1 = QString::fromLatin1(text.sliced(start));
     latin1.replace(serverIpLine, QLatin1String("server_ip=") + QString::fromLatin1(ip.toUtf8()));
@@ -64,15 +64,15 @@ void updateLoginIni(const QDir &client, const QString &ip)
 {
     const QString path = client.filePath(QStringLiteral("zel_login.ini"));
     QFile file(path);
-    // QFile would create a missing file.
+    // ReadWrite would create a missing file.
     if (!QFileInfo::exists(path) || !file.open(QIODevice::ReadWrite | QIODevice::Text)) {
         return;
     }
     const QByteArray text = file.readAll();
     if (file.error() != QFileDevice::NoError) {
-        return; // what was not read could not be written back
+        return; // writing back a partial read would truncate the file
     }
-    file.resize(0); // moves the position too
+    file.resize(0); // also moves the position to 0
     file.write(withServerIp(text, ip));
 }
 

@@ -4,18 +4,18 @@
 
 #include "client/ConfigBin.h"
 
-/// The server that the client is pointed at.
+/// The server that the client connects to.
 struct ServerProfile {
     QString name;         ///< Display name, written to "sn.bin".
     QString ip;           ///< Server address.
-    int channelCount = 1; ///< Number of channel lines wanted.
+    int channelCount = 1; ///< Number of channels; clamped to 1..10 when written.
 };
 
 /// Writes the launcher's choices into the client's own files.
 class ClientSync
 {
 public:
-    /// @p n limited to 1..10, the one rule for channel counts.
+    /// The channel count @p n clamped to 1..10.
     static int clampChannelCount(int n);
 
     /// Saves @p cfg as "Config.bin" in @p clientDir.
@@ -25,13 +25,13 @@ public:
     static bool writeGameConfig(const QString &clientDir, const ClientConfig &cfg,
                                 QString *error = nullptr);
 
-    /// Points the client in @p clientDir at @p profile: writes "serverlist.txt", "sn.bin" (unless
-    /// it carries the name already), "server.txt" and the "server_ip=" lines of an
-    /// existing "zel_login.ini", and removes "ZEL_patched.exe".
+    /// Makes the client in @p clientDir connect to @p profile: writes "serverlist.txt", "sn.bin"
+    /// (unless it has that name already), "server.txt" and the "server_ip=" lines of an existing
+    /// "zel_login.ini", and removes "ZEL_patched.exe".
     ///
-    /// Returns false and sets @p error (which may be null) at the first failure; files already
-    /// written stay written, the later ones are untouched. Failures on "zel_login.ini" and
-    /// "ZEL_patched.exe" are silent.
+    /// Returns false and sets @p error (which may be null) at the first failure. Files written
+    /// before it stay written, the later ones are untouched. Failures on "zel_login.ini" and
+    /// "ZEL_patched.exe" are ignored.
     static bool writeServerFiles(const QString &clientDir, const ServerProfile &profile,
                                  QString *error = nullptr);
 };

@@ -15,7 +15,7 @@ namespace
 constexpr qsizetype wordCount = 15;
 constexpr qsizetype fileSize = wordCount * qsizetype(sizeof(qint16));
 
-/// Meaning of each word that has one; word 5 belongs to the client alone.
+/// Index of each word. The launcher only preserves word 5.
 enum Word : qsizetype {
     HeaderValue = 0,
     Resolution = 1,
@@ -34,7 +34,7 @@ enum Word : qsizetype {
     CameraView = 14,
 };
 
-/// The words of a file that holds @p cfg.
+/// The words to write for @p cfg.
 QList<short> wordsOf(const ClientConfig &cfg)
 {
     QList<short> words = cfg.raw;
@@ -70,7 +70,7 @@ int percentFromLevel(int level)
 
 int levelFromPercent(int percent)
 {
-    return percent < 1 ? 0 : std::min(percent, 101) + 99; // limited first: no overflow
+    return percent < 1 ? 0 : std::min(percent, 101) + 99; // clamp first: the sum could overflow
 }
 
 } // namespace
@@ -156,7 +156,7 @@ QList<ResolutionEntry> ConfigBin::resolutionEntries()
         {5, QStringLiteral("1280 x 800")},   {6, QStringLiteral("1280 x 960")},
         {7, QStringLiteral("1280 x 1024")},  {8, QStringLiteral("1440 x 900")},
         {9, QStringLiteral("1600 x 900")},   {10, QStringLiteral("1600 x 1024")},
-        {11, QStringLiteral("1600 x 1080")}, // The client's own name for it, not 1920.
+        {11, QStringLiteral("1600 x 1080")}, // Deliberate: the client says 1600, not 1920.
     };
 }
 

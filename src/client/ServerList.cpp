@@ -12,7 +12,7 @@
 namespace
 {
 
-/// The row that a line stands for; nothing for an empty line, a comment or two tokens.
+/// The entry of a line; nothing for an empty line, a comment or a line of two tokens.
 std::optional<ServerEntry> parseLine(const QString &line)
 {
     static const QRegularExpression whiteSpace(QStringLiteral("\\s+"));
@@ -36,8 +36,8 @@ std::optional<ServerEntry> parseLine(const QString &line)
     return entry;
 }
 
-/// Group of the first row that satisfies @p isCandidate; nothing without such a row or when its
-/// group is negative.
+/// Group of the first row that satisfies @p isCandidate; nothing if there is none or its group is
+/// negative.
 template<typename Predicate>
 std::optional<int> firstGroup(const QList<ServerEntry> &entries, Predicate isCandidate)
 {

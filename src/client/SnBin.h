@@ -13,8 +13,8 @@ public:
     /// True when the file's first line begins with a group ID from 1 to 10.
     static bool isValid(const QString &path);
 
-    /// Sets @p name to the display name of the file at @p path, with runs of blanks shrunk to
-    /// one; a file without a name gives defaultName(). The group ID is not checked.
+    /// Sets @p name to the display name of the file at @p path, with runs of spaces reduced
+    /// to one; a file without a name gives defaultName(). The group ID is not checked.
     ///
     /// Returns false, with @p name untouched, when it is null or the file cannot be opened.
     static bool loadDisplayName(const QString &path, QString *name);
@@ -22,11 +22,11 @@ public:
     /// The display name of a server without one: "Orvandale".
     static QString defaultName();
 
-    /// @p name as the file can hold it: trimmed, on one line, at most 15 UTF-16 code units (a
-    /// trailing blank that this cut leaves is kept), defaultName() when nothing is left.
+    /// @p name in the form that is written: trimmed, on one line, truncated to 15 UTF-16 code
+    /// units (which may leave a trailing space), defaultName() when nothing is left.
     static QString preparedName(const QString &name);
 
-    /// Replaces the whole file at @p path by one for @p group (1 to 10) named
+    /// Overwrites the file at @p path with the group ID @p group (1 to 10) and
     /// preparedName(@p name).
     ///
     /// Returns false and sets @p error (which may be null) when the group is out of range (the

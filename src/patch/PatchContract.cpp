@@ -13,12 +13,12 @@ QString PatchContract::normalizedBaseUrl(const QString &baseUrl)
 
 qint64 PatchContract::promisedSize(const QNetworkReply &reply)
 {
-    // A chunked body ends by itself, whatever length stands beside it.
+    // A chunked body marks its own end; Content-Length is ignored then.
     if (reply.rawHeader("Transfer-Encoding").toLower().contains("chunked")) {
         return 0;
     }
-    // QNetworkAccessManager drops the length of a body that it decompresses. Of a redirect that it
-    // follows it sometimes keeps the header: the length before the body's own, or alone.
+    // QNetworkAccessManager drops the length of a body that it decompresses. After a redirect,
+    // the length of the redirect may be left, before the body's own or alone.
     const QList<QByteArray> lengths = reply.rawHeader("Content-Length").split(',');
     if (lengths.size() == 1 && reply.hasRawHeader("Location")) {
         return 0;

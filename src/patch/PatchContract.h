@@ -4,16 +4,16 @@
 
 class QNetworkReply;
 
-/// What a patch server and everything that reads a patch from it agree on.
+/// The rules that every reader of a patch server follows.
 namespace PatchContract
 {
 
-/// The base URL as requests use it: @p baseUrl without white space around it and with one "/"
-/// added if it does not end with one. Empty stays empty; no syntax is checked.
+/// The base URL for requests: @p baseUrl trimmed, with "/" appended unless it ends with one. Empty
+/// stays empty; the syntax is not checked.
 QString normalizedBaseUrl(const QString &baseUrl);
 
-/// The size in bytes that the Content-Length of a finished reply promises for its body, 0 when it
-/// promises none. A shorter body was cut off, even if the reply reports no error.
+/// The size in bytes of a finished reply's body according to its Content-Length, 0 if unknown. A
+/// shorter body was truncated, even if the reply reports no error.
 qint64 promisedSize(const QNetworkReply &reply);
 
 } // namespace PatchContract

@@ -10,17 +10,17 @@ class QUrl;
 
 /// One file of the patch manifest.
 struct PatchFileEntry {
-    QString path;    ///< Target, relative to the client folder; absolute paths and ".." are kept.
+    QString path;    ///< Target, relative to the client folder; absolute paths and ".." allowed.
     QString url;     ///< Source, appended to the base URL as text.
-    qint64 size = 0; ///< Size in bytes from the manifest; kept, never compared.
-    QString sha256;  ///< Digest from the manifest; kept, never compared.
+    qint64 size = 0; ///< Size in bytes from the manifest; not checked.
+    QString sha256;  ///< Digest from the manifest; not checked.
 };
 
 /// Brings the client folder up to date from a web server that publishes "manifest.json".
 ///
 /// A run starts with checkAndUpdate() and ends with one finished(), after which it emits nothing.
 /// Everything runs on the owner's thread, with at most one request in flight. Destroying the
-/// object drops a run without a signal.
+/// object aborts a run without a signal.
 ///
 /// Precondition: slots of statusChanged() and progressChanged() neither start nor cancel a run. A
 /// slot of finished() may start the next one, unless cancel() or checkAndUpdate() ended this one.
@@ -31,9 +31,9 @@ class PatchManager : public QObject
 public:
     explicit PatchManager(QObject *parent = nullptr);
 
-    /// Starts a run. With an empty or invalid base URL the run ends before the call returns and
-    /// leaves a request in flight alone. Otherwise a request in flight is aborted, which ends its
-    /// run without success, and the new run continues.
+    /// Starts a run. With an empty or invalid base URL the run ends before the call returns; a
+    /// request in flight is not affected. Otherwise a request in flight is aborted, its run ends
+    /// without success, and the new run continues.
     void checkAndUpdate();
 
     /// Ends the run without success: before the call returns when a request is in flight, otherwise

@@ -24,7 +24,7 @@ constexpr QStringView patchBaseUrl = u"patch/baseUrl";
 constexpr QStringView patchLocalVersion = u"patch/localVersion";
 constexpr QStringView serverName = u"server/name";
 constexpr QStringView serverIp = u"server/ip";
-constexpr QStringView serverChannel = u"server/channel"; // of older launchers, read only
+constexpr QStringView serverChannel = u"server/channel"; // written by older launchers; only read
 constexpr QStringView serverChannelCount = u"server/channelCount";
 constexpr QStringView linksWebsite = u"links/website";
 constexpr QStringView linksNews = u"links/news";
@@ -161,7 +161,7 @@ QString LauncherSettings::resolvedWine() const
     if (QFileInfo::exists(winePath)) {
         return winePath;
     }
-    // Plain "wine" comes first here: it starts 32-bit clients too where that is installed.
+    // "wine" before "wine64": it can start 32-bit clients, too.
     for (const QString &candidate : {QStringLiteral("/usr/bin/wine"),
                                      QStringLiteral("/usr/bin/wine64"), QStringLiteral("wine")}) {
         if (QFileInfo::exists(candidate)) {
@@ -216,6 +216,6 @@ bool LauncherSettings::syncServerFilesOnly(QString *error) const
 
 QString LauncherSettings::inClientDir(const QString &name) const
 {
-    // Without a folder the bare name stands, relative to the working folder.
+    // Without a client folder the name is relative to the working directory.
     return clientDir.isEmpty() ? name : QDir(clientDir).filePath(name);
 }

@@ -5,13 +5,12 @@
 #include "client/ConfigBin.h"
 #include "client/SnBin.h"
 
-/// Everything the launcher remembers between runs. One object a process, used from the GUI
-/// thread only; its fields are read and assigned directly and reach the disk through save(). It
-/// can be copied, to restore the fields later.
+/// The launcher's persistent settings: a singleton for the GUI thread. Fields are read and assigned
+/// directly; save() writes them to disk. Copyable, so that the fields can be restored later.
 class LauncherSettings
 {
 public:
-    /// The one object. Touches no file; load() does.
+    /// The singleton. Holds the defaults until load() reads the files.
     static LauncherSettings &instance();
 
     QString clientDir; ///< Folder of the game client.
@@ -19,19 +18,19 @@ public:
     QString clientExe = QStringLiteral("ZEL.exe");
     QString winePath;     ///< Wine executable chosen by the user; empty lets resolvedWine() pick.
     bool useWine = true;  ///< Whether the client is started through Wine.
-    QString patchBaseUrl; ///< Base URL of the patch server; empty switches updates off.
+    QString patchBaseUrl; ///< Base URL of the patch server; empty disables updates.
     QString serverName = SnBin::defaultName();      ///< Server display name.
     QString serverIp = QStringLiteral("127.0.0.1"); ///< Game server address.
     int channelCount = 1;                           ///< Channels of the server, 1..10.
-    QString websiteUrl;                             ///< Kept for the user; nothing opens it.
-    QString newsUrl;                                ///< Kept for the user; nothing opens it.
-    /// Client version that the last completed update reached.
+    QString websiteUrl;                             ///< Stored only; nothing opens it.
+    QString newsUrl;                                ///< Stored only; nothing opens it.
+    /// Client version after the last completed update.
     QString localVersion = QStringLiteral("1.0.0");
-    ClientConfig clientConfig; ///< The client's options; they live in its "Config.bin".
+    ClientConfig clientConfig; ///< The client's options, stored in its "Config.bin".
 
-    /// Replaces every field from the settings file, then the server fields and the client's
-    /// options from the files in the client folder. Unsaved edits are lost. What cannot be read
-    /// gives the defaults, but an unreadable or malformed "Config.bin" leaves clientConfig
+    /// Reads every field from the settings file, then the server fields and the client's options
+    /// from the files in the client folder. Unsaved edits are lost. What cannot be read gets its
+    /// default, but an unreadable or malformed "Config.bin" leaves clientConfig
     /// untouched. Nothing is reported.
     void load();
 
@@ -47,8 +46,8 @@ public:
     QString serverListPath() const;
     /// Path of the client's notice.
     QString noticePath() const;
-    /// Background picture: the client folder's when it exists, else the one in the launcher's
-    /// own folder, which may not exist.
+    /// Path of the background picture in the client folder; without that file, in the launcher's
+    /// own folder, where it may not exist.
     QString launcherBmpPath() const;
     /// Absolute path of the client executable to start: clientExe as given, in the client
     /// folder, or under one of the client's other known names. Without any of them the path of
@@ -60,7 +59,7 @@ public:
     /// Wine, else the bare command name "wine".
     QString resolvedWine() const;
 
-    /// Takes the server address, channel count and name from the files in the client folder.
+    /// Reads the server address, channel count and name from the files in the client folder.
     /// A field whose file is missing or unusable keeps its value. Saves nothing.
     void importFromClientFiles();
 

@@ -15,8 +15,8 @@ bool SettingsStore::prepareWrite() const
 
 bool SettingsStore::hasRoom() const
 {
-    // QSettings does not notice that the disk fills up while it writes: it would put a cut file in
-    // the place of the old one.
+    // QSettings does not check its writes: on a full disk it would replace the file by a truncated
+    // one.
     constexpr qint64 roomForChanges = 65536; // bytes; a whole file takes about one thousand
     const QFileInfo file(fileName());
     QTemporaryFile probe(file.exists() ? file.canonicalFilePath() : fileName());

@@ -2,17 +2,17 @@
 
 #include <QSettings>
 
-/// A settings file that a failed write leaves as it was.
+/// A settings file that a failed write leaves unchanged.
 class SettingsStore : public QSettings
 {
 public:
     using QSettings::QSettings;
 
-    /// Makes the file ready for setValue(): removes the lock file of a process that has died, but
-    /// not that of a living one.
+    /// Prepares the file for setValue(): removes a stale lock file, but not that of a running
+    /// process.
     ///
-    /// Returns false when the file cannot be written or the disk is full; nothing must be set
-    /// then. QSettings would keep the values in memory for the next object that reads the file.
+    /// Returns false when the file cannot be written or the disk is full. Do not call
+    /// setValue() then: QSettings would pass the values on to the next object that reads the file.
     bool prepareWrite() const;
 
 private:

@@ -22,7 +22,7 @@ namespace
 {
 
 constexpr int browseButtonWidth = 36;
-/// Characters that a combo box must have room for.
+/// Minimum width of a combo box in characters.
 constexpr int comboLength = 20;
 
 /// A combo box whose items, paths among them, may be far longer than the box.
@@ -57,7 +57,7 @@ protected:
     }
 };
 
-/// Has room for its widest text, so that its slider keeps its width while it moves.
+/// As wide as its widest text, so that the slider beside it keeps its width.
 class ValueLabel : public QLabel
 {
 public:
@@ -76,7 +76,7 @@ private:
     QString widest;
 };
 
-/// Ignores the wheel over a field without the focus: it goes on to the scroll area.
+/// Passes wheel events over a field without focus on to the scroll area.
 class WheelFilter : public QObject
 {
 public:
@@ -94,10 +94,10 @@ void filterWheel(QWidget *field)
 {
     static WheelFilter filter;
     field->installEventFilter(&filter);
-    field->setFocusPolicy(Qt::StrongFocus); // the wheel does not give it the focus
+    field->setFocusPolicy(Qt::StrongFocus); // not focused by the wheel
 }
 
-/// Makes the label of a row. As tall as the row, it is on one line with @p buddy.
+/// Creates the label of a row, as tall as the row: its text is level with @p buddy's.
 QLabel *createRowLabel(const QFormLayout *form, const QString &text, QWidget *buddy)
 {
     auto *label = new QLabel(text, form->parentWidget());

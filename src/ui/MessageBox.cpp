@@ -10,7 +10,7 @@ int show(QMessageBox::Icon icon, const QString &title, const QString &text,
 {
     QMessageBox box(parent);
     box.setStyleSheet(MessageBox::buttonSheet());
-    box.ensurePolished(); // without it the sheet that removes the icons has no effect
+    box.ensurePolished(); // otherwise the buttons are created before the style sheet applies
     box.setWindowTitle(title);
     box.setIcon(icon);
     box.setTextFormat(Qt::PlainText);

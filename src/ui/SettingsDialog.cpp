@@ -30,7 +30,7 @@ namespace
 
 constexpr int maxChannels = 10;
 constexpr int maxCameraView = 3;
-/// Room for the handle of a slider, which is higher than the groove.
+/// A slider's handle is taller than its groove.
 constexpr int sliderHeight = 24;
 
 QString dialogTitle()
@@ -54,7 +54,7 @@ QString volumeSuffix(int volume)
     return volume == 0 ? QStringLiteral(" (mudo)") : percentSuffix();
 }
 
-/// The widest text beside a slider, so that all sliders end at the same place.
+/// The widest text beside a slider; it gives all sliders the same width.
 QString widestValue()
 {
     return QString::number(0) + volumeSuffix(0);
@@ -85,7 +85,7 @@ QSlider::sub-page:horizontal { background: #4a6090; border-radius: 4px; }
     return createFieldRow({slider, label});
 }
 
-/// Makes the item that carries @p value current, if there is one.
+/// Selects the item whose data is @p value, if there is one.
 void selectData(QComboBox *combo, int value)
 {
     const int index = combo->findData(value);
@@ -115,12 +115,12 @@ void SettingsDialog::setupUi()
 {
     applyIndicatorStyle();
 
-    // Each widget is made inside its parent: reparenting repeats style-sheet polishing.
+    // Create each widget with its final parent: reparenting repeats style-sheet polishing.
     auto *layout = new QVBoxLayout(this);
     scrollArea = new QScrollArea(this);
     scrollArea->setWidgetResizable(true);
     scrollArea->setFrameShape(QFrame::NoFrame);
-    scrollArea->setFocusPolicy(Qt::NoFocus); // the tab key goes through its fields only
+    scrollArea->setFocusPolicy(Qt::NoFocus); // the tab key visits its fields only
     layout->addWidget(scrollArea, 1);
 
     auto *content = new QWidget;
@@ -139,13 +139,13 @@ void SettingsDialog::setupUi()
     connect(buttons, &QDialogButtonBox::accepted, this, &SettingsDialog::onAccept);
     connect(buttons, &QDialogButtonBox::rejected, this, &SettingsDialog::reject);
     layout->addWidget(buttons);
-    buttons->button(QDialogButtonBox::Ok)->setDefault(true); // otherwise the first "..." is
+    buttons->button(QDialogButtonBox::Ok)->setDefault(true); // not the first "..."
 }
 
 void SettingsDialog::fillClientGroup(QFormLayout *form)
 {
     QWidget *group = form->parentWidget();
-    // Widgets are made in the order of the tab key.
+    // The order of creation is the tab order.
     clientDirEdit = createLineEdit(group, ZelTheme::InputStyle::Path);
     auto *browseDir =
         createBrowseButton(group, clientDirTitle(), QStringLiteral("Escolher a pasta"));
@@ -239,7 +239,7 @@ void SettingsDialog::fillAudioGroup(QFormLayout *form)
 void SettingsDialog::fillGameGroup(QFormLayout *form)
 {
     QWidget *group = form->parentWidget();
-    // The item data are the client's own values, not the items' positions.
+    // The item data are the values in "Config.bin", not the indexes.
     modelQualityCombo = createComboBox(group, QStringLiteral("Detalhe dos modelos do jogo"));
     modelQualityCombo->addItem(QStringLiteral("Baixa"), 1);
     modelQualityCombo->addItem(QStringLiteral("Media"), 2);
@@ -276,9 +276,9 @@ void SettingsDialog::fillPatchGroup(QFormLayout *form)
     addRow(form, QStringLiteral("Noticias (URL)"), newsEdit);
 }
 
-/// Draws the indicators of check boxes, spin boxes and combo boxes, which the global style sheet
-/// turns off, and clear buttons that suit both modes. A program without the pictures keeps the
-/// style's own.
+/// Restores the indicators of check boxes, spin boxes and combo boxes, which the global style sheet
+/// hides, and sets a clear button that is visible in both modes. A program built without the images
+/// keeps the style's own.
 void SettingsDialog::applyIndicatorStyle()
 {
     if (!QFile::exists(QStringLiteral(":/indicators/check.png"))) {
@@ -390,7 +390,7 @@ void SettingsDialog::saveToSettings()
 }
 
 /// Searches for Wine again and selects @p preferredPath, or the current path if that is empty. A
-/// path that was not found becomes an item of its own.
+/// path that was not found is added as an item.
 void SettingsDialog::refreshWineInstallations(const QString &preferredPath)
 {
     {
@@ -447,7 +447,7 @@ void SettingsDialog::onBrowseClientDir()
     settings.clientDir = dir;
     settings.importFromClientFiles();
 
-    // Deliberate: the imported game options do not replace those on screen.
+    // Deliberate: the game options on screen are not replaced by those of the new folder.
     if (!settings.serverName.isEmpty()) {
         serverNameEdit->setText(settings.serverName);
     }

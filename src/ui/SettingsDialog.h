@@ -82,6 +82,6 @@ private:
     QCheckBox *introVideoCheck = nullptr;
     QLineEdit *websiteEdit = nullptr;
     QLineEdit *newsEdit = nullptr;
-    QList<WineInstallation> wineInstallations; ///< What the last search found, as in wineCombo.
-    QString currentWinePath;                   ///< The chosen Wine, also when wineCombo is empty.
+    QList<WineInstallation> wineInstallations; ///< Result of the last search.
+    QString currentWinePath;                   ///< The selected Wine; kept when wineCombo is empty.
 };

@@ -10,8 +10,8 @@
 namespace
 {
 
-/// The launcher's text for a standard button, or a null text. Set on the button because the
-/// platform theme's texts do not all go through a translator.
+/// The launcher's text for a standard button, or a null string. A translator is not enough: some
+/// texts of platform themes do not go through it.
 QString standardButtonText(QDialogButtonBox::StandardButton button)
 {
     switch (button) {
@@ -57,7 +57,7 @@ bool StandardLook::eventFilter(QObject *watched, QEvent *event)
     case QEvent::ThemeChange:
     case QEvent::ApplicationFontChange:
     case QEvent::ApplicationPaletteChange:
-        // A change comes as many events; restore once, after the last one.
+        // A theme change sends several events; restore once, after the last one.
         restoreTimer.start(0);
         break;
     case QEvent::Polish:
@@ -74,11 +74,11 @@ bool StandardLook::eventFilter(QObject *watched, QEvent *event)
 
 void StandardLook::restore()
 {
-    // Also clears the platform theme's fonts of single classes, which setStyleSheet() brought back.
+    // Also clears the platform theme's fonts for widget classes, which setStyleSheet() sets again.
     QApplication::setFont(font);
     QApplication::setPalette(palette);
     // Widgets keep fonts that the style sheet derived from the desktop's until it is set again.
     qApp->setStyleSheet(qApp->styleSheet());
-    // The changes above sent events of their own, which must not restore again.
+    // The calls above sent the same events; they must not start another round.
     restoreTimer.stop();
 }

@@ -8,10 +8,10 @@
 #include "ui/StandardTexts.h"
 #include "ui/ZelTheme.h"
 
-/// Keeps the desktop's fonts, colours and words out of the launcher's windows while it lives: the
-/// font of ZelTheme::apply() for every class of widgets, the palette that belongs to the style
-/// sheet, and the launcher's words on the buttons of dialogs and in Qt's own widgets. Sets them
-/// again when the desktop changes its theme. Buttons keep the desktop's order.
+/// Overrides the desktop's fonts, colours and texts in the launcher's windows during its lifetime:
+/// sets the font of ZelTheme::apply() for every widget class, the palette that matches the style
+/// sheet, and Portuguese texts on standard buttons and in Qt's own widgets. Restores them when the
+/// desktop changes its theme. The order of buttons is the desktop's.
 class StandardLook : public QObject
 {
 public:

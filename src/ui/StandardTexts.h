@@ -2,17 +2,17 @@
 
 #include <QTranslator>
 
-/// The launcher's Portuguese for the texts of Qt's own widgets that its windows can show: the
-/// choosers of a file and of a folder, and the context menus of line edits, spin boxes, scroll bars
-/// and the texts of message boxes. StandardLook names the buttons of dialogs.
+/// Portuguese translations of Qt's own texts that the launcher can show: the file dialog, and the
+/// context menus of line edits, spin boxes, scroll bars and message texts. The texts of standard
+/// buttons are set by StandardLook.
 ///
-/// Translates nothing else; errors of the network, files and processes keep Qt's texts.
+/// Translates nothing else; network, file and process errors keep Qt's texts.
 class StandardTexts : public QTranslator
 {
 public:
     using QTranslator::QTranslator;
 
-    /// The Portuguese for @p sourceText in @p context, or a null text. From any thread.
+    /// The translation of @p sourceText in @p context, or a null string. Thread-safe.
     QString translate(const char *context, const char *sourceText, const char *disambiguation,
                       int n) const override;
     /// Always false.

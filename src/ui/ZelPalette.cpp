@@ -5,7 +5,7 @@
 namespace
 {
 
-/// What a palette is made of.
+/// The colours of one mode.
 struct Colors {
     QColor window;
     QColor base;
@@ -53,7 +53,7 @@ Colors lightColors()
         .placeholderText = QColor(0x6e, 0x6e, 0x73),
         .disabledText = QColor(0x86, 0x86, 0x8b),
         .disabledBase = QColor(0xf2, 0xf2, 0xf7),
-        // The sheet makes the text of a selected menu entry dark.
+        // Light, because the style sheet gives a selected menu item dark text.
         .highlight = QColor(0xb0, 0xd4, 0xff),
         .highlightedText = QColor(0x1d, 0x1d, 0x1f),
         .link = QColor(0x00, 0x66, 0xd6),
@@ -67,7 +67,7 @@ QPalette ZelPalette::forMode(ZelTheme::Mode mode)
 {
     const Colors colors = mode == ZelTheme::Mode::Light ? lightColors() : darkColors();
 
-    // The bevels are derived from the button.
+    // This constructor derives the bevel colours from the button's.
     QPalette palette(colors.button, colors.window);
     palette.setColor(QPalette::Window, colors.window);
     palette.setColor(QPalette::WindowText, colors.text);

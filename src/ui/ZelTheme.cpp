@@ -29,7 +29,7 @@ QString lightName()
     return QStringLiteral("light");
 }
 
-/// The theme's own store, apart from the launcher's settings file on purpose.
+/// The theme's own settings file, deliberately not the launcher's.
 class PreferenceStore : public SettingsStore
 {
 public:
@@ -54,14 +54,14 @@ QString inputName(ZelTheme::InputStyle style = ZelTheme::InputStyle::Default)
     return QStringLiteral("ZelInput");
 }
 
-/// Binds @p input to the rules that select on @p name.
+/// Sets the object name @p name, which the style sheet's rules select, and the minimum height.
 void setInputName(QWidget *input, const QString &name)
 {
     input->setObjectName(name);
     input->setMinimumHeight(inputMinimumHeight);
 }
 
-// The global sheets. The rule of a state names only what the state changes.
+// The global style sheets. The rule of a pseudo-state sets only what the state changes.
 
 QString darkBaseSheet()
 {
@@ -198,8 +198,8 @@ QHeaderView::section {
 )");
 }
 
-// In the input sheets the padding of a focused input gives back the pixel that its border takes,
-// so that its text stays where it is.
+// The border of a focused input is one pixel wider and its padding one pixel smaller: its text does
+// not move.
 
 QString darkInputSheet()
 {

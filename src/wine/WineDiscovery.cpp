@@ -22,8 +22,8 @@ QString labelOf(const QString &canonical, const QString &label)
     return text.arg(file.fileName(), file.absolutePath());
 }
 
-/// Adds the file at @p path unless an earlier route led to it. Without a label it is named after
-/// itself and its folder.
+/// Adds the file at @p path unless it is listed already. An empty label becomes the file's name
+/// and folder.
 void appendWine(QList<WineInstallation> &list, QSet<QString> &seen, const QString &path,
                 const QString &label)
 {
@@ -32,14 +32,14 @@ void appendWine(QList<WineInstallation> &list, QSet<QString> &seen, const QStrin
         return;
     }
     if (!QFileInfo(canonical).isExecutable()) {
-        return; // not in seen: a later route tests it again
+        return; // not in seen: another path to it is checked again
     }
     seen.insert(canonical);
     list.append({canonical, labelOf(canonical, label)});
 }
 
-/// Adds the executable that @p name stands for: the file of that path, which for a bare name is
-/// one in the working folder, else the command of that name on the search path.
+/// Adds the file @p name if it exists (a bare name is relative to the working directory), else the
+/// command @p name on PATH.
 void appendFromPath(QList<WineInstallation> &list, QSet<QString> &seen, const QString &name,
                     const QString &label)
 {
@@ -56,7 +56,7 @@ void appendFromPath(QList<WineInstallation> &list, QSet<QString> &seen, const QS
     }
 }
 
-/// Adds the executables of one unpacked Wine.
+/// Adds the executables of the Wine build in @p folder.
 void appendBuild(QList<WineInstallation> &list, QSet<QString> &seen, const QString &folder,
                  const QString &label)
 {
@@ -64,7 +64,7 @@ void appendBuild(QList<WineInstallation> &list, QSet<QString> &seen, const QStri
     appendWine(list, seen, folder + QStringLiteral("/bin/wine"), label);
 }
 
-/// Adds the Wines unpacked in the sub-folders of @p folder whose names match @p nameFilter.
+/// Adds the Wine builds in the sub-folders of @p folder whose names match @p nameFilter.
 void appendGlobDir(QList<WineInstallation> &list, QSet<QString> &seen, const QString &folder,
                    const QString &nameFilter, const QString &label)
 {
@@ -80,8 +80,8 @@ void appendGlobDir(QList<WineInstallation> &list, QSet<QString> &seen, const QSt
     }
 }
 
-/// What the user's login shell prints when asked for both commands. Empty when it cannot be
-/// started, or needs longer than the timeout and is killed.
+/// Output of "command -v" for both commands in the user's login shell. Empty when the shell cannot
+/// be started or is killed after the timeout.
 QString loginShellOutput()
 {
     QProcess shell;
@@ -115,7 +115,7 @@ QList<WineInstallation> WineDiscovery::discover()
     appendFromPath(list, seen, QStringLiteral("wine64"), QStringLiteral("wine64"));
     appendFromPath(list, seen, QStringLiteral("wine"), QStringLiteral("wine"));
 
-    // Staging builds match the first pattern already and are labelled like the others.
+    // Staging builds match the first pattern already and get its label.
     appendGlobDir(list, seen, QStringLiteral("/opt"), QStringLiteral("wine*"),
                   QStringLiteral("Wine"));
     appendGlobDir(list, seen, QStringLiteral("/opt"), QStringLiteral("wine-staging*"),
@@ -130,7 +130,7 @@ QList<WineInstallation> WineDiscovery::discover()
         }
     }
 
-    // The user's profile may print lines of its own; they name no file.
+    // The user's profile may print other lines; they name no file.
     const QStringList lines = loginShellOutput().split(u'\n', Qt::SkipEmptyParts);
     for (const QString &line : lines) {
         appendFromPath(list, seen, line.trimmed(), QString());
@@ -143,7 +143,7 @@ int WineDiscovery::indexOfPath(const QList<WineInstallation> &installations, con
     if (path.isEmpty()) {
         return -1;
     }
-    // Deliberate: a path that is gone matches an entry that is gone as well.
+    // Deliberate: a missing file matches an entry whose file is missing, too (both are empty).
     const QString target = QFileInfo(path).canonicalFilePath();
     for (qsizetype i = 0; i < installations.size(); ++i) {
         if (QFileInfo(installations.at(i).path).canonicalFilePath() == target) {

@@ -13,15 +13,15 @@ struct WineInstallation {
 class WineDiscovery
 {
 public:
-    /// The Wine executables at the well-known paths, on the search path, under /opt, among the
-    /// Lutris runners and in the view of the user's login shell, in this order. Each file is
-    /// listed once, with the label of the first route that reached it.
+    /// The Wine executables at the well-known paths, on PATH, under /opt, among the Lutris
+    /// runners and on the PATH of the user's login shell, in this order. Each file is listed
+    /// once, with the label of the first place where it was found.
     ///
-    /// Blocks up to 2000 ms for the login shell, which is killed when it needs longer. Nothing is
-    /// reported: what is missing, unreadable or hangs contributes no entry.
+    /// Blocks up to 2000 ms for the login shell, which is then killed. Nothing is reported:
+    /// places that are missing or unreadable are skipped.
     static QList<WineInstallation> discover();
 
     /// Index of the first of @p installations that is the same file as @p path, symbolic links
-    /// resolved; -1 without one or when @p path is empty.
+    /// resolved; -1 if there is none or @p path is empty.
     static int indexOfPath(const QList<WineInstallation> &installations, const QString &path);
 };

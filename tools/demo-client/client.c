@@ -1,7 +1,7 @@
 /* The demonstration's game client, a small Windows program.
  *
- * It writes what it sees into "visto.txt" in its working folder, shows the same in a window that
- * closes by itself after a few seconds, and ends with the code 42. */
+ * Writes its working directory, its arguments and the files that the launcher prepared to
+ * "visto.txt", shows the same text in a window for a few seconds, and exits with code 42. */
 
 #include <stdio.h>
 #include <windows.h>

@@ -161,7 +161,7 @@ void CommandLine::readChecking(Options *options, QString *error) const
 
 QString CommandLine::helpText() const
 {
-    // The parser's first line knows one usage and the path that the program was started by.
+    // Replace the parser's usage line: it shows only one usage, with the path of the program.
     return QString::fromLatin1(usage) + parser.helpText().section(u'\n', 1) +
            QString::fromLatin1(epilogue);
 }

@@ -8,17 +8,17 @@
 
 #include "zel-manifest/PatchFolder.h"
 
-/// How the program ends.
+/// Exit codes of the program.
 enum ExitCode {
     Done = 0,
     Refused = 1,     ///< The folder cannot be published as it is.
-    WrongUsage = 2,  ///< The command line makes no sense.
+    WrongUsage = 2,  ///< The command line is invalid.
     Failed = 3,      ///< Something could not be read or written.
-    Different = 4,   ///< Something published is not what it should be.
+    Different = 4,   ///< A published file or manifest is not the expected one.
     Unpublished = 5, ///< No manifest could be fetched.
 };
 
-/// What the operator asks for.
+/// The parsed command line.
 struct Options {
     enum Task {
         Publish,  ///< Write the manifest of a folder.
@@ -31,7 +31,7 @@ struct Options {
 
     QString folder;
     QString
-        manifest; ///< The file to write, or to compare the published manifest with unless empty.
+        manifest; ///< The file to write, or to compare the published manifest with (if not empty).
 
     // For Publish.
     QString version;
@@ -44,14 +44,14 @@ struct Options {
     int timeout = 60; ///< Seconds.
 };
 
-/// The command line and its meaning.
+/// Parses the command line.
 class CommandLine
 {
 public:
     CommandLine();
 
-    /// Reads the arguments of the process, the first of which is the name of the program. If they
-    /// make no sense, @p error receives the reason; of the result only "quiet" then counts.
+    /// Parses @p arguments, of which the first is the program's name. Sets @p error to the reason
+    /// if they are invalid; only "quiet" of the result is valid then.
     Options read(const QStringList &arguments, QString *error);
 
 private:

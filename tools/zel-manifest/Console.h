@@ -5,8 +5,7 @@
 
 #include "zel-manifest/Text.h"
 
-/// What the operator sees on standard error: messages, and on a terminal one line of progress that
-/// the next message replaces.
+/// Messages on standard error, and on a terminal a progress line that the next message replaces.
 class Console
 {
 public:
@@ -20,7 +19,7 @@ public:
     /// Shows how much of the work is done, at most ten times a second; does nothing unless standard
     /// error is a terminal.
     void progress(const QString &activity, const FileAmount &done, const FileAmount &all);
-    /// Clears the line of progress.
+    /// Clears the progress line.
     void endProgress();
 
 private:

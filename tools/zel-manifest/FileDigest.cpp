@@ -44,7 +44,7 @@ QByteArray Sha256::hexResult()
 namespace
 {
 
-/// A block stays in the processor's cache until it is hashed.
+/// Small enough to stay in the CPU cache between reading and hashing.
 constexpr size_t blockSize = 131072;
 
 constexpr int threadCount = 2;
@@ -61,7 +61,7 @@ bool isSameTime(const timespec &a, const timespec &b)
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
-/// The work that the threads share: each takes the next file that none has taken.
+/// The threads' work queue: each takes the next file.
 class DigestRun
 {
 public:
@@ -99,7 +99,7 @@ private:
     /// Returns why the file could not be read; an empty text on success.
     QString digest(const QByteArray &path, std::vector<char> *block, FileDigest *result)
     {
-        // Without O_NONBLOCK the opening of a FIFO would wait for a writer.
+        // Without O_NONBLOCK, opening a FIFO would wait for a writer.
         const int file = ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
         if (file < 0) {
             return systemError(errno);

@@ -12,7 +12,7 @@
 
 struct evp_md_ctx_st;
 
-/// SHA-256 of a stream of bytes, by libcrypto: it uses the processor's instructions for it.
+/// Incremental SHA-256 by libcrypto, which uses CPU instructions for it.
 class Sha256
 {
 public:
@@ -30,7 +30,7 @@ private:
     bool healthy;
 };
 
-/// Size and digest of a file that was read whole.
+/// Size and digest of a file.
 struct FileDigest {
     qint64 size = 0;   ///< Bytes.
     QByteArray sha256; ///< Lower-case hex digits.

@@ -17,7 +17,7 @@ namespace
 /// @p text as a JSON string.
 QByteArray jsonString(const QString &text)
 {
-    // Without its brackets, an array of one string is that string.
+    // QJsonDocument writes no bare string: write an array of one and strip the brackets.
     QByteArray json = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
     json = json.mid(1, json.size() - 2);
     // QJsonDocument, which the launcher reads with, drops this character at the start of a string
@@ -105,7 +105,7 @@ std::optional<QByteArray> readWhole(const QString &path, QString *error)
 bool writeWhole(const QString &target, const QByteArray &content, QString *error)
 {
     QSaveFile file(target);
-    // QSaveFile would commit what a full disk cut short.
+    // QSaveFile would commit a short write.
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() ||
         !file.flush()) {
         *error = file.errorString();

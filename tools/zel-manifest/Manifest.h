@@ -21,7 +21,7 @@ struct Manifest {
     QString version;
     QList<ManifestEntry> files;
 
-    /// How many files it lists, and their announced sizes together.
+    /// The number of files listed and the sum of their sizes.
     FileAmount amount() const;
 
     /// The manifest as JSON in UTF-8, one line for each file, in the order of the list.

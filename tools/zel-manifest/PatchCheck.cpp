@@ -65,7 +65,7 @@ void PatchCheck::compareFiles(const std::function<void(const FileAmount &)> &pro
     }
 }
 
-/// Warns of what a player should not enter as patch address.
+/// Warns of characters in the base URL that change the URLs of files.
 void PatchCheck::checkBaseUrl()
 {
     static const QRegularExpression lonePercent(QStringLiteral("%(?![0-9A-Fa-f]{2})"));

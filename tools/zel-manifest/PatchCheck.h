@@ -13,8 +13,8 @@
 /// What a check found.
 struct Finding {
     enum Kind {
-        Warning, ///< The operator should know it, but launchers get the patch right.
-        Error,   ///< Launchers get something wrong, or nothing.
+        Warning, ///< Launchers still install the patch correctly.
+        Error,   ///< Launchers fail, or install something else.
     };
     Kind kind;
     QString path; ///< The file concerned, as the manifest lists it; empty for the base URL.
@@ -31,13 +31,13 @@ public:
     /// finding as soon as it is made.
     PatchCheck(const QString &baseUrl, int timeout, Report findingReport);
 
-    /// Fetches the manifest, and judges the base URL. Returns false, with the reason reported, when
-    /// launchers get no manifest.
+    /// Checks the base URL and fetches the manifest. Returns false, with the reason reported, when
+    /// launchers could not use the manifest.
     bool fetchManifest();
     const Manifest &manifest() const { return published; }
 
-    /// Reports a difference unless the manifest is @p expected, byte for byte. @p name is where
-    /// that one comes from.
+    /// Reports an error unless the manifest is byte for byte @p expected, the content of the file
+    /// @p name.
     void compareManifest(const QByteArray &expected, const QString &name);
     /// Fetches all files of the manifest and compares their sizes and digests with those listed.
     /// @p progress is called with what is fetched so far.

@@ -14,7 +14,7 @@ void appendEscaped(QString *text, QChar c)
 {
     switch (c.category()) {
     case QChar::Other_Control:
-    case QChar::Other_Format: // among them those that change the writing direction
+    case QChar::Other_Format: // includes bidirectional overrides
     case QChar::Separator_Line:
     case QChar::Separator_Paragraph:
         *text += hexEscape(c.unicode());

@@ -11,16 +11,15 @@ struct FileAmount {
     qint64 bytes = 0;
 };
 
-/// @p bytes as text, with the byte order mark that they may begin with; nothing when they are not
-/// UTF-8.
+/// @p bytes decoded as UTF-8, byte order mark included; nothing if they are not valid UTF-8.
 std::optional<QString> textOf(const QByteArray &bytes);
 
 /// A name for messages, in double quotes. Control characters and bytes that are not UTF-8 appear as
-/// "\xNN", so that no name moves the cursor of a terminal and no two names look the same.
+/// "\xNN", so that no name sends control codes to the terminal and no two names look the same.
 QString quoted(const QByteArray &name);
 QString quoted(const QString &name);
 
-/// A number of bytes for people: "17 bytes", "1.5 MiB".
+/// A human-readable size: "17 bytes", "1.5 MiB".
 QString sizeText(qint64 bytes);
 
 /// "1 file", "17 files".
