@@ -15,7 +15,7 @@
 #include "support/process/FakeClient.h"
 #include "support/windows/MessageBoxAnswerer.h"
 
-/// The main window on the screen, with its parts found by where they are and what they show.
+/// A shown main window, with its widgets found by position and text.
 class LauncherWindow
 {
 public:
@@ -45,7 +45,7 @@ public:
 
     static void click(QPushButton *button) { QTest::mouseClick(button, Qt::LeftButton); }
 
-    /// Clicks "Iniciar", closes the box that this opens by its OK and returns what it showed.
+    /// Clicks "Iniciar", closes the message box with OK and returns its contents.
     MessageBoxAnswerer::Box boxAfterPlay() const
     {
         MessageBoxAnswerer user;
@@ -68,9 +68,9 @@ public:
         QVERIFY(isIdle());
     }
 
-    /// Whether the two buttons that a busy window switches off are both on.
+    /// Whether both buttons that a busy window disables are enabled.
     bool isIdle() const { return play->isEnabled() && settings->isEnabled(); }
-    /// Whether they are both off.
+    /// Whether both are disabled.
     bool isBusy() const { return !play->isEnabled() && !settings->isEnabled(); }
     /// The bars' percentages.
     QList<int> progress() const { return {upperBar->value(), lowerBar->value()}; }
@@ -103,7 +103,7 @@ private:
     template<typename Widget> QList<Widget *> fromTopToBottom() const
     {
         QList<Widget *> widgets = window.findChildren<Widget *>();
-        // A frame is no label, though a label is a frame.
+        // QLabel inherits QFrame.
         std::sort(widgets.begin(), widgets.end(), [this](const Widget *a, const Widget *b) {
             return a->mapTo(&window, QPoint()).y() < b->mapTo(&window, QPoint()).y();
         });

@@ -13,7 +13,7 @@
 #include <array>
 #include <iterator>
 
-/// Random input for the foremost window: clicks, drags, wheel turns, keys and texts, new sizes and
+/// Random input for the topmost window: clicks, drags, wheel turns, keys, texts, resizes and
 /// closes.
 class RandomUser
 {
@@ -23,7 +23,7 @@ public:
     {
     }
 
-    /// The window that has the user's input; null when none is open.
+    /// The window that receives input; null when none is open.
     static QWindow *foremostWindow()
     {
         QWidget *widget = QApplication::activePopupWidget();
@@ -154,8 +154,8 @@ private:
         clickKey(window, key, isLetter ? QString(QChar(ushort(key))) : QString(), oneOf(modifiers));
     }
 
-    /// Enters an unlikely text, pasted if it is long. It has no slash, so that it leads to no
-    /// other folder.
+    /// Enters an unusual text, pasted if it is long. It has no slash, so it cannot name another
+    /// folder.
     void enterText(QWindow *window)
     {
         static const QString characters = QStringLiteral(
@@ -171,7 +171,7 @@ private:
         }
         for (const QChar character : text) {
             if (foremostWindow() != window) {
-                return; // a letter has opened or closed something
+                return; // a key has opened or closed a window
             }
             clickKey(window, Qt::Key_unknown, character);
         }

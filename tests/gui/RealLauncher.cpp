@@ -36,7 +36,7 @@ RealLauncher::RealLauncher(qreal scaleFactor)
     process.setWorkingDirectory(qEnvironmentVariable("HOME"));
     setVariable(u"DISPLAY"_s, screen.name());
     setVariable(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
-    // No desktop service answers, and none is started.
+    // Neither use nor start desktop services.
     setVariable(u"DBUS_SESSION_BUS_ADDRESS"_s, u"disabled:"_s);
     if (scale != 1) {
         setVariable(u"QT_SCALE_FACTOR"_s, QString::number(scale));

@@ -8,20 +8,19 @@
 
 #include "support/windows/VirtualDisplay.h"
 
-/// The launcher's program itself, started on a display of its own and used by mouse and keyboard.
-/// A failure here fails the test; in a failed test every call returns at once.
+/// The real program on its own display, used by mouse and keyboard. A failure fails the test; in a
+/// failed test every call returns at once.
 class RealLauncher
 {
 public:
-    /// Starts the display; aborts the test program when it does not start. Windows are shown @p
-    /// scale times as large as in device-independent pixels.
+    /// Starts the display, or aborts the test program. @p scale is the display's scale factor.
     explicit RealLauncher(qreal scale = 1);
-    /// Ends the program if it still runs.
+    /// Kills the program if it is still running.
     ~RealLauncher();
     Q_DISABLE_COPY_MOVE(RealLauncher)
 
     const VirtualDisplay &display() const { return screen; }
-    /// Sets a variable for the next starts; the others are the test's own.
+    /// Sets an environment variable for the next starts.
     void setVariable(const QString &name, const QString &value);
     qint64 pid() const { return process.processId(); }
 
@@ -32,16 +31,16 @@ public:
     void clickPlay();
     void clickSettings();
     void clickCancel();
-    /// The main window, for the display.
+    /// The window ID of the main window.
     QString mainWindow() const { return window; }
-    /// Waits for the next message box or dialog. Returns its window.
+    /// Waits for the next message box or dialog. Returns its window ID.
     QString waitForBox(const QString &title);
     /// Waits for the next message box or dialog and closes it by a key, named like "Return" or
     /// "alt+s".
     void answer(const QString &title, const QString &key);
-    /// Waits for the program's end with status 0. It must have printed nothing.
+    /// Waits for the program to exit with status 0, without output.
     void waitForEnd();
-    /// Closes the idle launcher by its button and waits for its end.
+    /// Closes the idle launcher by its button and waits for it to exit.
     void close();
     void kill();
 

@@ -6,23 +6,22 @@
 
 class RealLauncher;
 
-/// Reads the windows of a launcher from outside, the way a screen reader does. A failure here fails
-/// the test; in a failed test every call returns at once.
+/// Reads the launcher's windows through AT-SPI, like a screen reader. A failure fails the test; in
+/// a failed test every call returns at once.
 class ScreenReader
 {
 public:
-    /// Starts a session bus of the test's own, on which @p launcher can be read from its next start
-    /// on; aborts the test program when the bus does not start.
+    /// Starts a session bus for the next starts of @p launcher, or aborts the test program.
     explicit ScreenReader(RealLauncher &launcher);
     ~ScreenReader();
     Q_DISABLE_COPY_MOVE(ScreenReader)
 
     /// Waits until the launcher shows a line of text that matches.
     void waitForLabel(const QString &pattern) const;
-    /// Waits until a widget has the keyboard.
+    /// Waits until a widget has the focus.
     void waitForFocus(const QString &role, const QString &name) const;
-    /// Waits for a window by its title and returns all that it shows, parents first, each as role,
-    /// name and description with tabulators between them.
+    /// Waits for a window by its title and returns its widgets, parents first, each as role, name
+    /// and description separated by tabs.
     QStringList widgetsOf(const QString &title) const;
 
 private:

@@ -17,7 +17,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// The fields of a settings dialog, found by their labels, and what a user does with them.
+/// The fields of a settings dialog, found by their labels, and user actions on them.
 class SettingsFields
 {
     SettingsDialog &dialog;
@@ -88,11 +88,11 @@ public:
         qFatal("the settings dialog has no row \"%s\"", qPrintable(name));
     }
 
-    // What a user does:
+    // User actions:
 
     static void click(QAbstractButton *button)
     {
-        // A check box does not react to clicks on all of its width.
+        // A check box reacts to clicks on its indicator and text only.
         QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(9, button->height() / 2));
     }
     static void type(QLineEdit *edit, const QString &text)
@@ -109,7 +109,7 @@ public:
         QTest::keyClicks(spin, QString::number(value));
         QTest::keyClick(spin, Qt::Key_Tab);
     }
-    /// Goes to the item with the arrow keys.
+    /// Selects the item with the arrow keys.
     static void choose(QComboBox *combo, const QString &text)
     {
         combo->setFocus(Qt::TabFocusReason);
@@ -121,7 +121,7 @@ public:
             QTest::qFail(qPrintable(u"no item \"%1\""_s.arg(text)), __FILE__, __LINE__);
         }
     }
-    /// Goes to the value with the arrow keys.
+    /// Sets the value with the arrow keys.
     static void slide(QSlider *slider, int value)
     {
         slider->setFocus(Qt::TabFocusReason);
@@ -136,7 +136,7 @@ public:
             click(box);
         }
     }
-    /// Makes the row of that name show @p value, a volume or brightness above 0 being "51%".
+    /// Enters @p value, in the form that the row shows, such as "51%" for a slider.
     void enter(const QString &name, const QString &value) const
     {
         QWidget *field = row(name).widgets.first();

@@ -21,7 +21,7 @@ struct Stop {
     QString name;
 };
 
-/// What a screen reader speaks: no boxes around other widgets, no items of closed lists.
+/// What a screen reader reads: no containers, no items of closed lists.
 QStringList spoken(const QStringList &widgets)
 {
     QStringList lines;
@@ -39,7 +39,7 @@ QStringList spoken(const QStringList &widgets)
 
 } // namespace
 
-/// The real program used by screen reader and keyboard.
+/// The real program, used by screen reader and keyboard.
 class TestAccessibility : public TestBase
 {
     Q_OBJECT
@@ -56,9 +56,9 @@ private slots:
     void theKeysCloseTheSettings();
 
 private:
-    /// Opens the settings. Returns their window.
+    /// Opens the settings. Returns the window ID.
     QString openSettings();
-    /// Goes from one stop to the next by the Tab key, beginning at the first, and back again.
+    /// Tabs through @p stops from the first one on, and back.
     void walk(const QString &window, const QList<Stop> &stops);
 
     const FakeClient client;

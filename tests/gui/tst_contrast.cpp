@@ -22,7 +22,7 @@ using ZelTheme::Mode;
 namespace
 {
 
-/// Where @p widget has its text, without its arrows, its clear button or its indicator.
+/// The text area of @p widget, without arrows, clear button or indicator.
 QRect textArea(const QWidget *widget)
 {
     constexpr int frame = 4;
@@ -38,7 +38,7 @@ QRect textArea(const QWidget *widget)
 bool hasText(const QWidget *widget)
 {
     if (const auto *label = qobject_cast<const QLabel *>(widget)) {
-        // The hint's grey is the same in both modes on purpose.
+        // Deliberate: the hint has the same grey in both modes.
         return !label->text().isEmpty() && !label->styleSheet().contains(u"#a0a0b8");
     }
     return qobject_cast<const QCheckBox *>(widget) || qobject_cast<const QComboBox *>(widget) ||
@@ -48,7 +48,7 @@ bool hasText(const QWidget *widget)
 
 } // namespace
 
-/// Every visible text of the launcher's windows against what is behind it.
+/// The contrast of every visible text to its background.
 class TestContrast : public TestBase
 {
     Q_OBJECT
@@ -108,7 +108,7 @@ void TestContrast::theMainWindowIsReadable()
     QVERIFY(QTest::qWaitForWindowExposed(&launcher.window));
 
     QCOMPARE_GE(textContrast(launcher.status, launcher.status->rect()), readable);
-    // The colours of the footer and of the buttons are the window's own in every mode.
+    // Footer and buttons have the same colours in both modes.
     for (const QWidget *fixed : std::initializer_list<const QWidget *>{
              launcher.footer, launcher.play, launcher.settings, launcher.cancel}) {
         QCOMPARE_GE(textContrast(fixed, fixed->rect()), 3.0);

@@ -25,7 +25,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// What the application was like when its window began to exist.
+/// The application's state when its first window was created.
 struct Look {
     QString applicationName;
     QString organizationName;
@@ -36,7 +36,7 @@ struct Look {
     QList<QSize> iconSizes;
 };
 
-/// Records the look at the window's first event, and ends the run when the window is shown.
+/// Records the state at the window's first event and quits when the window is shown.
 class Watcher : public QObject
 {
 public:
@@ -64,7 +64,7 @@ public:
         return false;
     }
 
-    int exitStatus = 0; ///< What ends the event loop, if not the close of the window.
+    int exitStatus = 0; ///< Exit code of the event loop; 0 closes the window instead.
     std::optional<Look> first;
     int shown = 0;
 };
@@ -79,7 +79,7 @@ Q_COREAPP_STARTUP_FUNCTION(watchApplication)
 
 QtMessageHandler installedHandler = nullptr;
 
-/// Runs the launcher from start to end, which the watcher causes.
+/// Runs the launcher's main() until the watcher ends it.
 int runLauncher(Watcher *watcher)
 {
     currentWatcher = watcher;
@@ -172,7 +172,7 @@ void TestEntryPoint::onlyTheReasonOfAnAbortIsPrinted()
 
 int main(int argc, char *argv[])
 {
-    // The launcher makes its own application object.
+    // The launcher creates its own application object.
     const TestEnvironment environment;
     TestEntryPoint test;
     return QTest::qExec(&test, argc, argv);

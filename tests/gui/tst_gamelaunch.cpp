@@ -23,7 +23,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Set in a child that runs a test function where a FakeSystem stands in.
+/// Set in a child process that runs a test function in a FakeSystem.
 constexpr const char *insideVariable = "ZEL_TEST_INSIDE_FAKE_SYSTEM";
 
 QString profilePath()
@@ -38,7 +38,7 @@ MessageBoxAnswerer::Box warning(LauncherWindow &launcher, const QString &text)
     return messageBox(&launcher.window, QMessageBox::Warning, u"ZEL Launcher"_s, text);
 }
 
-/// Columns "content" and "isExecutable": what no system starts; without content a folder.
+/// Columns "content" and "isExecutable" of files that cannot be executed; no content: a folder.
 void addUnusablePrograms()
 {
     QTest::addColumn<QByteArray>("content");
@@ -155,7 +155,7 @@ void TestGameLaunch::wineInheritsTheEnvironmentAndTheProfile()
     qputenv("ZEL_TEST_MARK", "of the 'launcher'\n100% \xC3\xA7");
     const auto reset = qScopeGuard([] { qunsetenv("ZEL_TEST_MARK"); });
     Disk::write(profilePath(), "export ZEL_TEST_PREFIX=\"$HOME/prefix of the user\"\n"
-                               "cd /\n" // a profile may go anywhere
+                               "cd /\n" // a profile may change the directory
                                "echo a profile that talks\n");
     LauncherWindow launcher;
     launcher.start(*wine);
@@ -238,7 +238,7 @@ void TestGameLaunch::noNameIsSpecialToTheShell()
     QCOMPARE(namedWine.arguments(), QStringList(named.filePath(name + u".exe"_s)));
     QCOMPARE(namedWine.workingFolder(), named.dir());
 
-    // The same without a shell.
+    // The same without a shell:
     const FakeProgram game(named.filePath(settings.clientExe));
     settings.useWine = false;
     LauncherWindow second;
@@ -267,7 +267,7 @@ void TestGameLaunch::theServerFilesAreWrittenFirst()
     settings.channelCount = 2;
     client->write(u"ZEL_patched.exe"_s, "stale");
     client->write(u"Config.bin"_s, "options");
-    // The program copies what it finds at its start.
+    // The program copies the files at its start.
     const FakeProgram copier(
         client->filePath(u"copier"_s),
         "mkdir found; cp server.txt serverlist.txt sn.bin zel_login.ini found; "
@@ -309,7 +309,7 @@ void TestGameLaunch::whatTheClientLacksIsShown()
     settings.clientDir = clientDir.replace(u"%1"_s, client->dir());
     settings.clientExe = clientExe.replace(u"%1"_s, client->dir());
     settings.serverIp = address;
-    // Not even an update that would bring the client is tried.
+    // No update is started, though one could bring the client.
     settings.patchBaseUrl = u"http://127.0.0.1:1/"_s;
     LauncherWindow launcher;
     const QSignalSpy patchReports(launcher.patchManager, &PatchManager::statusChanged);
@@ -323,7 +323,7 @@ void TestGameLaunch::whatTheClientLacksIsShown()
     QCOMPARE(launcher.process->state(), QProcess::NotRunning);
     QCOMPARE(patchReports.count(), 0);
     QCOMPARE(patchResults.count(), 0);
-    // The server files come before the look at the client.
+    // The server files are written before the executable is looked for.
     QCOMPARE(client->read(u"server.txt"_s).isNull(), !text.startsWith(u"Executavel"_s));
 }
 
@@ -362,8 +362,7 @@ void TestGameLaunch::aClientThatDoesNotStartIsShown()
 
 void TestGameLaunch::aFailedStartUnderWineNamesTheShellOnPurpose()
 {
-    // An address that no update can use, for its question: the client folder goes while it is
-    // open.
+    // An invalid address makes the launcher ask; the client folder is removed meanwhile.
     LauncherSettings::instance().patchBaseUrl = u"http://["_s;
     LauncherWindow launcher;
     MessageBoxAnswerer user;
@@ -464,7 +463,7 @@ void TestGameLaunch::aFaultyProfileDoesNotHinderTheGame()
     launcher.waitForEnd(5);
 }
 
-/// File systems take names that are no UTF-8. The launcher's texts cannot hold them.
+/// File names need not be UTF-8; a QString cannot hold such names.
 void TestGameLaunch::aClientFolderWhoseNameIsNoTextIsNotThere()
 {
     const QByteArray bytes = QFile::encodeName(client->dir()) + "/cli\xff\xc3"
@@ -492,7 +491,7 @@ void TestGameLaunch::aClientFolderWhoseNameIsNoTextIsNotThere()
     QVERIFY(launcher.isIdle());
     QCOMPARE(launcher.process->state(), QProcess::NotRunning);
 
-    // Nothing was made under a name that only looks alike.
+    // No file with a similar name was created.
     QStringList after = Disk::names(client->dir());
     for (const QString &written : {u"server.txt"_s, u"serverlist.txt"_s, u"sn.bin"_s}) {
         QCOMPARE(after.removeAll(written), 1);
@@ -521,7 +520,7 @@ void TestGameLaunch::theWindowIsBusyWhileTheGameRuns()
     QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
 
     LauncherWindow::click(launcher.play);
-    // Nor does a click go through that no disabled button stops.
+    // The slot itself ignores the call, too.
     QVERIFY(QMetaObject::invokeMethod(&launcher.window, "onPlay"));
     QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
     wine->exitWith(0);
@@ -562,7 +561,7 @@ void TestGameLaunch::theGameCanBeStartedAgain()
     wine->exitWith(3);
     launcher.waitForEnd(3);
 
-    // Every start takes the settings of its moment.
+    // Every start uses the current settings.
     const FakeProgram game(client->filePath(u"ZEL.exe"_s));
     LauncherSettings::instance().useWine = false;
     launcher.start(game);
@@ -602,7 +601,7 @@ void TestGameLaunch::whatIsPrintedTakesNoMemory()
     const FakeProgram talker(client->filePath(u"ZEL.exe"_s), body);
     LauncherSettings &settings = LauncherSettings::instance();
     LauncherWindow launcher;
-    launcher.start(*wine); // what is needed once is loaded from here on
+    launcher.start(*wine); // warm-up
     wine->exitWith(0);
     QTRY_COMPARE(launcher.process->state(), QProcess::NotRunning);
 
@@ -621,7 +620,7 @@ void TestGameLaunch::whatIsPrintedTakesNoMemory()
 
 void TestGameLaunch::whatTheGameLeavesBehindIsNotWaitedFor()
 {
-    // Like a starter that leaves the game to itself. Ended by the test, whatever happens.
+    // Like a starter that exits before the game. The test ends the child in any case.
     const FakeProgram starter(client->filePath(u"starter"_s),
                               "sleep 600 &\necho $! >child\nexit 7\n");
     LauncherSettings::instance().winePath = starter.path();
@@ -731,7 +730,7 @@ void TestGameLaunch::theGameEndsWithTheLauncher()
         QVERIFY(ProcessTable::isAlive(pid));
     }
     QVERIFY(!ProcessTable::isAlive(pid));
-    // The destroyed window gets no signal.
+    // The window being destroyed receives no signal.
     QCOMPARE(ends->count(), 0);
 }
 

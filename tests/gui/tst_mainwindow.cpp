@@ -49,7 +49,7 @@ QImage inHalves(QSize size, Qt::Orientation split, QColor first, QColor second)
     return image;
 }
 
-/// Gives access to a private operation of the window that no user's action runs alone.
+/// Gives access to a private member function that no user action calls alone.
 template<typename Tag, auto operation> struct Opened {
     friend auto opened(Tag /*tag*/) { return operation; }
 };
@@ -123,7 +123,7 @@ private slots:
 void TestMainWindow::init()
 {
     TestBase::init();
-    FakeClient().useInLauncher(); // a folder that is gone again: no picture
+    FakeClient().useInLauncher(); // a folder that is removed at once: no picture
 }
 
 void TestMainWindow::hasSevenSlotsAndNoSignals()
@@ -293,7 +293,7 @@ void TestMainWindow::theTextLinesHaveTheirLook()
     const LauncherWindow launcher;
     QCOMPARE(launcher.status->styleSheet(),
              u"color: #9a9a9a; font-size: 11px; background: transparent;"_s);
-    // Shows mark-up unchanged.
+    // Markup is shown unchanged.
     QCOMPARE(launcher.status->textFormat(), Qt::PlainText);
     QCOMPARE(launcher.footer->styleSheet(),
              u"color: #666666; font-size: 9px; background: transparent;"_s);

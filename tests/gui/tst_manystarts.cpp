@@ -12,7 +12,7 @@
 
 using namespace Qt::StringLiterals;
 
-// The address sanitizer would keep what was released, up to 256 MB, and a leak be lost in it.
+// By default the address sanitizer keeps up to 256 MB of freed memory, which would hide a leak.
 extern "C" const char *__asan_default_options(); // NOLINT(bugprone-reserved-identifier)
 extern "C" const char *__asan_default_options()  // NOLINT(bugprone-reserved-identifier)
 {
@@ -23,12 +23,12 @@ namespace
 {
 
 constexpr int startCount = 1000;
-/// After so many starts everything that is allocated once is there.
+/// Starts until everything that is allocated once is allocated.
 constexpr int warmUpCount = 100;
-/// Allocators keep some memory. A leak of a kilobyte a start exceeds this.
+/// For what allocators keep. A leak of one kilobyte per start exceeds it.
 constexpr qint64 allowedKb = 768;
 
-/// What a start could leak.
+/// Resources that a start could leak.
 struct Holdings {
     qint64 residentKb = ProcessTable::memory("VmRSS");
     qsizetype descriptors = ProcessTable::openDescriptors();
@@ -37,7 +37,7 @@ struct Holdings {
 
 } // namespace
 
-/// One window and many games.
+/// Many starts of the game in one window.
 class TestManyStarts : public TestBase
 {
     Q_OBJECT
@@ -74,7 +74,7 @@ void TestManyStarts::startAndEnd(LauncherWindow &launcher)
     QVERIFY(launcher.isIdle());
 }
 
-/// Most without Wine, which is quick; every tenth through the shell.
+/// Every tenth start is through the shell; the others are without Wine, which is faster.
 void TestManyStarts::runStarts(LauncherWindow &launcher, int count)
 {
     for (int run = 0; run < count && !QTest::currentTestFailed(); ++run) {
@@ -112,8 +112,9 @@ void TestManyStarts::failedStartsLeaveNoProcessBehind()
     }
     const Holdings after;
     QCOMPARE(after.children, QList<qint64>());
-    // The library may keep one descriptor of each: QProcess of Qt 6.4 does.
-    const qsizetype allowed = before.descriptors + failureCount + 1; // and one that it needs once
+    // QProcess of Qt 6.4 leaks one descriptor per failed start.
+    const qsizetype allowed =
+        before.descriptors + failureCount + 1; // and one that is allocated once
     QVERIFY2(after.descriptors <= allowed, qPrintable(QString::number(after.descriptors)));
 }
 

@@ -31,7 +31,7 @@ QImage plainPicture(QColor color)
 
 } // namespace
 
-/// The way from the main window into the settings dialog and back.
+/// Opening the settings dialog from the main window, and the effect of closing it.
 class TestOpenSettings : public TestBase
 {
     Q_OBJECT
@@ -74,7 +74,7 @@ void TestOpenSettings::cleanup()
     host.reset();
 }
 
-/// Clicks the button and uses the dialog that comes; it must be closed then.
+/// Clicks the button and calls @p use with the dialog, which must close it.
 void TestOpenSettings::openSettings(const std::function<void(SettingsFields &)> &use)
 {
     dialog.clear();
@@ -111,7 +111,7 @@ void TestOpenSettings::theButtonOpensTheDialogOverTheWindow()
             QCOMPARE(fields.clientDir->text(), client->dir());
             QTest::keyClick(fields.clientDir, Qt::Key_Escape);
         });
-        // It is gone afterwards.
+        // The dialog is destroyed.
         QVERIFY(dialog.isNull());
         QVERIFY(launcher->window.findChildren<QDialog *>().isEmpty());
         QVERIFY(launcher->isIdle());
@@ -169,7 +169,7 @@ void TestOpenSettings::cancelReloadsNothing()
         SettingsFields::click(fields.browseClientDir);
         SettingsFields::click(fields.cancel);
     });
-    // In memory the folder has changed, but the window does not look.
+    // The settings in memory have changed; the window is not refreshed.
     QCOMPARE(LauncherSettings::instance().serverIp, u"10.7.7.7"_s);
     QCOMPARE(pictureColor(), QColor(Qt::red));
     QCOMPARE(launcher->status->text(), u"Orvandale  |  127.0.0.1  |  Versao 1.0.0"_s);

@@ -80,7 +80,7 @@ private slots:
 
 private:
     void publish(const HttpAnswer &answer) { server->answer(manifestPath, answer); }
-    /// The first update check, which says that there is nothing new, and the game after it.
+    /// Runs the first update check, without an update, and the game after it.
     void playFirst(const LauncherWindow &launcher);
 
     std::optional<FakeClient> client;
@@ -133,7 +133,7 @@ void TestPlayFlow::aCheckMakesTheWindowBusy()
     publish(HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
     LauncherSettings::instance().serverIp = u"10.1.2.3"_s;
     LauncherWindow launcher;
-    // Without the patcher's own reports the line keeps what the click put there.
+    // Without status reports, the line keeps the text that the click set.
     QObject::disconnect(launcher.patchManager, &PatchManager::statusChanged, &launcher.window,
                         nullptr);
     const MessageBoxAnswerer user;
@@ -144,7 +144,7 @@ void TestPlayFlow::aCheckMakesTheWindowBusy()
     QCOMPARE(client->read(u"server.txt"_s), "10.1.2.3\n");
 
     LauncherWindow::click(launcher.play);
-    // Nor does a click go through that no disabled button stops.
+    // The slot itself ignores the call, too.
     QVERIFY(QMetaObject::invokeMethod(&launcher.window, "onPlay"));
     QTRY_COMPARE(server->heldAnswers(), 1);
     QCOMPARE(server->paths(), QByteArrayList({manifestPath}));
@@ -263,7 +263,7 @@ void TestPlayFlow::aCancelledCheckIsAskedButNotShown()
     QTRY_COMPARE(server->heldAnswers(), 1);
     MessageBoxAnswerer user;
     user.expect(QMessageBox::No);
-    // From the event loop, like everything in the program: the question runs inside the call.
+    // Queued: the message box runs inside the call.
     QTimer::singleShot(0, launcher.patchManager, &PatchManager::cancel);
     QTRY_VERIFY(user.isDone());
     QCOMPARE(user.boxes(), QList({question(launcher, u"Atualizacao cancelada."_s)}));
@@ -306,7 +306,7 @@ void TestPlayFlow::aLaterCheckDoesNotForceTheBarsOnPurpose()
     LauncherWindow launcher;
     playFirst(launcher);
 
-    // A result without the full progress that the patcher reports before its own.
+    // A result without the progress of 100 that precedes it.
     publish(HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
     LauncherWindow::click(launcher.play);
     QCOMPARE(launcher.progress(), QList<int>({0, 8}));
@@ -393,7 +393,7 @@ void TestPlayFlow::aFailedStartAfterACheckLeavesTheWindowIdle()
     QVERIFY(launcher.isIdle());
     QCOMPARE(launcher.progress(), QList<int>({100, 100}));
 
-    // The same from a later check, during which the window stays busy.
+    // The same with a later check, during which the window is busy.
     user.expect(QMessageBox::Ok, [&](QMessageBox &) { QVERIFY(launcher.isBusy()); });
     LauncherWindow::click(launcher.play);
     QTRY_VERIFY(user.isDone());

@@ -42,7 +42,7 @@ int numberFrom(const char *variable, int otherwise)
 
 } // namespace
 
-/// Thousands of random inputs, after which the launcher still works.
+/// Thousands of random inputs; the launcher must work afterwards.
 class TestRandomUser : public TestBase
 {
     Q_OBJECT
@@ -77,7 +77,7 @@ private:
     int left = 0;
     int timer = 0;
     int outermostLevel = 0;
-    int actingLevel = 0; // the event loop level of the innermost act under way
+    int actingLevel = 0; // event loop level of the innermost running act()
     QEventLoop loop;
 
     // What has been opened and started so far.
@@ -88,7 +88,7 @@ private:
     int games = 0;
 };
 
-/// Counts what opens, and makes the choosers read-only.
+/// Counts opened windows and makes file dialogs read-only.
 bool TestRandomUser::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Show) {
@@ -122,14 +122,14 @@ void TestRandomUser::startAnew()
     ++windows;
 }
 
-/// Acts from whatever event loop runs, so that dialogs, message boxes and lists are used too.
+/// Acts from any running event loop, so that dialogs, message boxes and popups are used, too.
 void TestRandomUser::timerEvent(QTimerEvent *event)
 {
     // A timer does not fire again before its event returns, and an act that opens a dialog returns
-    // when the dialog is closed: each act needs a new timer.
+    // only when the dialog is closed: use a new timer for each act.
     killTimer(event->timerId());
     timer = startTimer(0);
-    // Some acts process events without a loop of their own; those must not act.
+    // Some acts process events without an event loop of their own: do not act then.
     const int level = QThread::currentThread()->loopLevel();
     if (level > actingLevel) {
         const int outerLevel = std::exchange(actingLevel, level);
@@ -153,7 +153,7 @@ void TestRandomUser::act(bool isOutermost)
     }
 }
 
-/// Closes the foremost list, box or dialog, or ends the drag. False when there is nothing to close.
+/// Closes the topmost popup, message box or dialog, or ends the drag. False if there is none.
 bool TestRandomUser::closeForemost(bool isOutermost)
 {
     QWidget *popup = QApplication::activePopupWidget();
@@ -180,7 +180,7 @@ bool TestRandomUser::leadsOut(const QString &folder) const
            !isInside(path);
 }
 
-/// Resets folders to write to, programs to start and servers to ask that are not the test's own.
+/// Resets folders, programs and servers in the settings that are not the test's own.
 void TestRandomUser::stayInside()
 {
     LauncherSettings &settings = LauncherSettings::instance();
@@ -190,7 +190,7 @@ void TestRandomUser::stayInside()
     if (clientDirEdit && leadsOut(clientDirEdit->text())) {
         clientDirEdit->setText(client.dir());
     }
-    // From "/" a chooser reaches /proc, where it would read endless files to find their type.
+    // From "/" a file dialog reaches /proc, where it would read endless files to find their type.
     if (openChooser && openChooser->directory().isRoot()) {
         openChooser->setDirectory(client.dir());
     }
@@ -258,7 +258,7 @@ void TestRandomUser::theLauncherOutlivesAnyUse()
         }
     }
 
-    // What is left is a launcher like any other.
+    // The launcher still works.
     launcher->window.show();
     configure();
     QVERIFY(launcher->status->text().startsWith(u"Aurora  |  10.0.0.5  |  Versao "_s));

@@ -35,7 +35,7 @@ constexpr QColor groupDark(0x22, 0x22, 0x36);
 constexpr QColor groupLight(0xff, 0xff, 0xff);
 constexpr QColor sliderHandle(0x5b, 0x8d, 0xef);
 
-/// The name of a row for each kind of field.
+/// One row of each kind of field.
 constexpr const char *fieldOfEachKind[] = {"Executavel", "Canais", "Resolucao", "Modo janela",
                                            "Efeitos"};
 
@@ -50,7 +50,7 @@ QRect placeOf(const QWidget *widget, const QWidget *dialog)
     return {widget->mapTo(dialog, QPoint()), widget->size()};
 }
 
-/// Whether a picture has just this colour somewhere.
+/// Whether any pixel of @p image has @p color.
 bool shows(const QImage &image, QColor color, int tolerance = 8)
 {
     for (int y = 0; y < image.height(); ++y) {
@@ -66,7 +66,7 @@ bool shows(const QImage &image, QColor color, int tolerance = 8)
     return false;
 }
 
-/// A part of a field as it is on the screen, with what lies behind it.
+/// A part of a field as shown on the screen, with its background.
 QImage pictureOf(const QWidget *field, const QRect &part)
 {
     QWidget *window = field->window();
@@ -86,7 +86,7 @@ void turnWheelOver(QWidget *widget, int notches)
     qApp->notify(target, &event);
 }
 
-/// A widget in words: its kind, its mark for the theme, and what is special about it.
+/// A widget as text: its kind, its object name and its properties.
 QString describe(const QWidget *widget)
 {
     QString text;
@@ -95,7 +95,8 @@ QString describe(const QWidget *widget)
     } else if (const auto *combo = qobject_cast<const QComboBox *>(widget)) {
         text = combo->isEditable() ? u"editable combo"_s : u"combo"_s;
         for (int i = 0; i < combo->count(); ++i) {
-            if (combo->itemData(i).userType() == QMetaType::Int) { // not the machine's Wines
+            if (combo->itemData(i).userType() ==
+                QMetaType::Int) { // not the machine's Wine installations
                 text += u" %1=%2"_s.arg(combo->itemText(i), combo->itemData(i).toString());
             }
         }
@@ -135,8 +136,8 @@ QString describe(const QWidget *widget)
 
 } // namespace
 
-/// The settings dialog's parts, looks and handling, in both modes of the theme; what it does with
-/// its data is tested apart.
+/// The widgets, look and behaviour of the settings dialog in both modes. Its data are tested by
+/// TestSettingsDialogData.
 class TestSettingsDialog : public TestBase
 {
     Q_OBJECT
@@ -292,7 +293,7 @@ void TestSettingsDialog::eachGroupHasItsRows()
                 widgets << describe(widget);
             }
             actual << (row.label ? row.name() + u": "_s : QString()) + widgets.join(u" | "_s);
-            // In the column of the fields, also without a label.
+            // Also without a label, the field is in the column of fields.
             QCOMPARE(placeOf(row.widgets.first(), dialog.get()).left(),
                      placeOf(rows.first().widgets.first(), dialog.get()).left());
             // Screen readers know the field by the label.
@@ -326,7 +327,7 @@ void TestSettingsDialog::eachGroupHasItsRows()
         u"Musica"_s + slider.arg(u"0 (mudo)"_s),
         u"Jogo:"_s,
         u"Qualidade de modelos: ZelInput combo Baixa=1 Media=2 Alta=3"_s,
-        // The game's own cursor comes first on purpose.
+        // Deliberate: the game's own cursor comes first.
         u"Cursor: ZelInput combo Personalizado do jogo=2 Padrao do sistema=0"_s,
         u"Teclado: ZelInput combo Teclas ZEL=0 Teclas alternativas=1"_s,
         u"Visao da camera: ZelInput spin 0..3"_s,
@@ -455,7 +456,7 @@ void TestSettingsDialog::aLongWinePathDoesNotWidenTheDialog()
 
 void TestSettingsDialog::aLongWinePathIsCutInTheMiddle()
 {
-    // Both ends count: they look alike only where the two are the same.
+    // The texts look equal only if both ends of the paths are equal.
     const auto pictureWith = [this](const QString &path) {
         LauncherSettings::instance().winePath = path;
         open();
@@ -518,7 +519,7 @@ void TestSettingsDialog::theWheelChangesAFieldOnlyWithTheFocus()
         const QString value = row.value();
         QCOMPARE(field->focusPolicy(), Qt::StrongFocus);
 
-        // Without the focus it scrolls past the field.
+        // Without focus the wheel scrolls the dialog.
         fields->clientDir->setFocus();
         for (const int direction : {-1, 1}) {
             fields->scrollArea->ensureWidgetVisible(field, 0, 200);
@@ -640,7 +641,7 @@ void TestSettingsDialog::spinAndComboBoxesShowTheirArrows()
     QComboBox *combo = fields->resolution;
     QVERIFY(shows(pictureOf(combo, rightPart(combo, 10, combo->height() - 20)), arrow, 16));
 
-    // They are where a click works.
+    // Clicks on the arrows work.
     const int value = spin->value();
     QTest::mouseClick(spin, Qt::LeftButton, {}, QPoint(spin->width() - 12, half / 2 + 2));
     QCOMPARE(spin->value(), value + 1);
@@ -654,7 +655,7 @@ void TestSettingsDialog::theSpinBoxHasNoStrayLinesInLightMode()
     open();
     QSpinBox *spin = fields->channels;
     const QImage picture = pictureOf(spin, spin->rect());
-    // Left of the arrows and between them there is nothing but the field's white.
+    // Left of the arrows and between them there is only the background.
     for (int x = spin->width() - 40; x < spin->width() - 4; ++x) {
         QCOMPARE(picture.pixelColor(x, spin->height() / 2), QColor(Qt::white));
     }
@@ -676,7 +677,7 @@ void TestSettingsDialog::theSlidersHandleIsWhole()
             bottom = y;
         }
     }
-    // As high as it is wide, with a border of one pixel around.
+    // The handle is 16 pixels high, plus a border of one pixel.
     QCOMPARE(bottom - top + 1, 16);
     QVERIFY(top >= 1);
     QVERIFY(bottom <= slider->height() - 2);
@@ -711,7 +712,7 @@ void TestSettingsDialog::theClearButtonShowsItsIndicator()
 
 void TestSettingsDialog::theStandardButtonsHaveNoIcons()
 {
-    // A desktop that wants pictures, as most do.
+    // A desktop that shows icons on buttons.
     const auto restore = qScopeGuard([this] { ZelTheme::apply(application(), mode); });
     application().setStyleSheet(application().styleSheet() +
                                 u"QDialogButtonBox { dialogbuttonbox-buttons-have-icons: 1; }"_s);
@@ -763,7 +764,7 @@ void TestSettingsDialog::theSheetLeavesOtherWindowsAlone()
     QVERIFY(application().styleSheet() == ZelTheme::globalStyleSheet(mode));
     const QRegularExpression general(
         u"(^|[},])\\s*Q(ComboBox|SpinBox|PushButton|Widget)\\b(?!#)"_s);
-    QVERIFY(!dialog->styleSheet().contains(general)); // its choosers and boxes inherit the sheet
+    QVERIFY(!dialog->styleSheet().contains(general)); // its boxes inherit the style sheet
 }
 
 void TestSettingsDialog::withoutThePicturesTheStyleSheetIsEmpty()

@@ -27,11 +27,11 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Set in a child that runs a test function where a FakeSystem stands in.
+/// Set in a child process that runs a test function in a FakeSystem.
 constexpr const char *insideVariable = "ZEL_TEST_INSIDE_FAKE_SYSTEM";
 
-/// Texts by name: the rows of the dialog, or the keys of the settings file and the words of
-/// "Config.bin" as "word 3".
+/// Values by name: a row of the dialog, a key of the settings file, or a word of "Config.bin" as
+/// "word 3".
 using Texts = QMap<QString, QString>;
 
 QString word(int index)
@@ -39,15 +39,15 @@ QString word(int index)
     return u"word %1"_s.arg(index);
 }
 
-/// A field of the dialog with a value other than the one it starts the tests with.
+/// A field of the dialog with a value other than its initial one.
 struct Field {
     QString row;    ///< Its name in the dialog.
-    QString place;  ///< Where the files keep it.
+    QString place;  ///< Key or word that stores it.
     QString stored; ///< The other value there.
     QString shown;  ///< The other value in the dialog.
 };
 
-/// Every field of the dialog but the client folder and Wine, whose values are paths of one test.
+/// Every field of the dialog but the client folder and Wine, whose values depend on the test.
 const QList<Field> everyField{
     {u"Executavel"_s, u"client/exe"_s, u"ZELmarind.exe"_s, u"ZELmarind.exe"_s},
     {u"Usar Wine no Linux"_s, u"client/useWine"_s, u"false"_s, u"no"_s},
@@ -171,7 +171,7 @@ void TestSettingsDialogData::open()
     fields.emplace(*dialog);
 }
 
-/// Opens the dialog with what the files hold.
+/// Opens the dialog with the values of the files.
 void TestSettingsDialogData::openStored()
 {
     settings.load();
@@ -200,7 +200,7 @@ void TestSettingsDialogData::browse(QPushButton *button, const QString &path)
     SettingsFields::click(button);
 }
 
-/// What the fields show.
+/// The values that the fields show.
 Texts TestSettingsDialogData::shown() const
 {
     Texts texts;
@@ -210,7 +210,7 @@ Texts TestSettingsDialogData::shown() const
     return texts;
 }
 
-/// What the settings file and "Config.bin" hold.
+/// The values in the settings file and "Config.bin".
 Texts TestSettingsDialogData::files() const
 {
     Texts files;
@@ -228,7 +228,7 @@ Texts TestSettingsDialogData::files() const
     return files;
 }
 
-/// Puts a value into the file that keeps it.
+/// Writes a value to the file that stores it.
 void TestSettingsDialogData::store(const QString &place, const QString &value) const
 {
     if (!place.startsWith(u"word "_s)) {
@@ -396,7 +396,7 @@ void TestSettingsDialogData::aValueOfTheFilesIsShownAndSavedAs_data()
     add(u"Brilho"_s, word(6), 0, u"0%"_s, 0); // where a slider starts
     add(u"Brilho"_s, word(6), -4, u"0%"_s, 0);
     add(u"Brilho"_s, word(6), 120, u"100%"_s, 100);
-    // Without an item for the value, the first one stays on purpose.
+    // Deliberate: without an item for the value, the first one stays selected.
     add(u"Resolucao"_s, word(1), 0, u"640 x 480"_s, 1);
     add(u"Resolucao"_s, word(1), 12, u"640 x 480"_s, 1);
     add(u"Qualidade de modelos"_s, word(2), 0, u"Baixa"_s, 1);
@@ -431,7 +431,7 @@ void TestSettingsDialogData::aChannelCountOutOfRangeIsClamped()
         accept();
         QCOMPARE(settings.channelCount, clamped);
 
-        // Also where the spin box itself would let it through.
+        // Even if the spin box allows it.
         open();
         fields->channels->setRange(-100, 100);
         SettingsFields::type(fields->channels, count);
@@ -477,7 +477,7 @@ void TestSettingsDialogData::aFailedSyncIsShownAndTheDialogStillCloses()
 {
     QFETCH(const QString, obstacle);
     QFETCH(QString, error);
-    const FakeClient odd(u"<b>100%1</b> %2"_s); // shown as it is
+    const FakeClient odd(u"<b>100%1</b> %2"_s); // shown unchanged
     odd.useInLauncher();
     open();
     SettingsFields::type(fields->serverName, u"Aurora"_s);
@@ -493,7 +493,7 @@ void TestSettingsDialogData::aFailedSyncIsShownAndTheDialogStillCloses()
     user.expect(QMessageBox::Ok, [this](QMessageBox &box) {
         QCOMPARE(box.textFormat(), Qt::PlainText);
         QVERIFY(dialog->isVisible());
-        // Saved before the files were tried.
+        // The settings are saved before the client's files.
         const QSettings ini(TestEnvironment::settingsFile(), QSettings::IniFormat);
         QCOMPARE(ini.value("server/name"_L1).toString(), u"Aurora"_s);
     });
@@ -569,7 +569,7 @@ void TestSettingsDialogData::theLastChoiceIsStoredWhenNoItemIsCurrent()
     accept();
     QCOMPARE(settings.winePath, path);
 
-    // Also one that the search selected, by its own path.
+    // Also a link to one that the search found.
     settings.winePath = host->filePath(u"link"_s);
     Disk::makeLink(settings.winePath, path);
     open();
@@ -667,7 +667,7 @@ void TestSettingsDialogData::onAMachineWithoutWineTheCommandItselfIsOffered()
 
 void TestSettingsDialogData::aCancelledChooserChangesNothing()
 {
-    client->write(u"serverlist.txt"_s, "0 1 10.7.7.7\n"); // what an import would find
+    client->write(u"serverlist.txt"_s, "0 1 10.7.7.7\n"); // an import would read it
     const FakeClient other(u"other"_s);
     settings.clientExe = other.filePath(u"ZEL.exe"_s);
     open();
@@ -685,7 +685,7 @@ void TestSettingsDialogData::aCancelledChooserChangesNothing()
 
     const QStringList titles{u"Pasta do cliente"_s, u"Executavel do jogo"_s,
                              u"Executavel do Wine"_s};
-    // The executable's starts in the client folder on purpose.
+    // Deliberate: the chooser of the executable starts in the client folder.
     const QStringList starts{client->dir() + u'/', client->dir() + u'/', settings.winePath};
     const QList<QStringList> filters{
         {}, {u"Executavel (*.exe)"_s, u"Todos (*)"_s}, {u"Todos (*)"_s}};
@@ -771,7 +771,7 @@ void TestSettingsDialogData::anImportWithoutANameOrAddressKeepsTheFields()
     QCOMPARE(fields->clientDir->text(), other.dir());
     QCOMPARE(fields->serverName->text(), u"Typed"_s);
     QCOMPARE(fields->serverIp->text(), u"10.1.1.1"_s);
-    QCOMPARE(fields->channels->value(), 4); // always the settings'
+    QCOMPARE(fields->channels->value(), 4); // always the value in the settings
 }
 
 void TestSettingsDialogData::anImportIsKeptInMemoryButNotSavedByCancelOnPurpose()

@@ -23,8 +23,7 @@ using ZelTheme::Mode;
 namespace
 {
 
-/// A desktop with a font and a palette for every class of widgets, and with button texts and an
-/// order of buttons of its own.
+/// A platform theme with its own fonts, palettes, button texts and button order.
 class Desktop : public QPlatformTheme
 {
 public:
@@ -121,7 +120,7 @@ private slots:
     void oneChangeIsAnsweredOnce();
 
 private:
-    /// Makes @p theme the desktop's theme and announces the change.
+    /// Makes @p theme the platform theme and sends the change events.
     static void change(QPlatformTheme *theme);
 
     using Visitor = void (*)(const Visit &);

@@ -26,8 +26,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// The launcher's texts, which also list what they are asked for. The file chooser asks from a
-/// thread of its own too.
+/// StandardTexts that records all requests. The file dialog also translates from its own thread.
 class ListingTexts : public StandardTexts
 {
 public:
@@ -40,7 +39,7 @@ public:
         return text;
     }
 
-    /// The answers by "context|source".
+    /// The translations by "context|source".
     QMap<QString, QString> answers() const
     {
         const QMutexLocker locker(&mutex);
@@ -52,8 +51,7 @@ private:
     mutable QMap<QString, QString> asked;
 };
 
-/// Opens the context menu of @p widget like a right click. No two of its entries may have the same
-/// mnemonic.
+/// Opens the context menu of @p widget like a right click, and checks that its mnemonics differ.
 void openContextMenu(QWidget *widget, const QPoint &point = {3, 3})
 {
     bool isOpened = false;
@@ -99,7 +97,7 @@ private slots:
     void missingNamesAreHarmless();
 
 private:
-    /// What was asked for and is not translated but shown.
+    /// The texts that were requested, are not translated, and are shown.
     QStringList english() const;
     std::unique_ptr<QFileDialog> openChooser(QFileDialog::FileMode mode);
     /// The only entry of the chooser's list.
@@ -124,8 +122,8 @@ void TestStandardTexts::cleanup()
 
 QStringList TestStandardTexts::english() const
 {
-    // Names of keys, texts that a chooser replaces before it shows them, and errors that it does
-    // not show. StandardLook names the buttons.
+    // Names of keys, texts that the file dialog replaces before it shows them, and errors that it
+    // does not show. StandardLook sets the texts of buttons.
     static const QRegularExpression unseen(
         uR"(^(QPlatformTheme\||QShortcut\||QIODevice\||QFileDialog\|Alt\+))"
         uR"(|^(QFileDialog\|All Files \(\*\)|QGuiApplication\|QT_LAYOUT_DIRECTION)$)"_s);
@@ -240,7 +238,7 @@ void TestStandardTexts::aTextIsPortuguese()
     QFETCH(const QByteArray, source);
     QFETCH(const QString, text);
     QCOMPARE(QCoreApplication::translate(context.constData(), source.constData()), text);
-    // A hint for translators changes nothing.
+    // A disambiguation is ignored.
     QCOMPARE(QCoreApplication::translate(context.constData(), source.constData(), "hint"), text);
 }
 
@@ -279,7 +277,7 @@ void TestStandardTexts::aDeletionIsConfirmedInPortuguese()
     answerer.expect(QMessageBox::No);
     list->setFocus();
     list->setCurrentIndex(entry());
-    QVERIFY(QTest::qWaitForWindowActive(chooser.get())); // as a shortcut needs it
+    QVERIFY(QTest::qWaitForWindowActive(chooser.get())); // shortcuts need an active window
     QTest::keyClick(list, Qt::Key_Delete);
     QTRY_VERIFY(answerer.isDone());
     QCOMPARE(answerer.last().text, u"Deseja excluir 'sub'?"_s);

@@ -22,7 +22,7 @@ const QString mainTitle = u"ZEL Launcher"_s;
 
 } // namespace
 
-/// The real program on a display of its own.
+/// The real program on its own display.
 class TestStartUp : public TestBase
 {
     Q_OBJECT
@@ -43,7 +43,7 @@ private slots:
     void nothingIsPrintedWhateverGoesWrong();
 
 private:
-    /// Writes settings with which the game starts, but for @p changes.
+    /// Writes settings with which the game starts, with @p changes.
     void store(const QVariantMap &changes = {});
     /// Waits until the game is started, and ends it.
     void waitForTheGame(int startCount);
@@ -75,7 +75,7 @@ void TestStartUp::waitForTheGame(int startCount)
     }
     QTRY_COMPARE_WITH_TIMEOUT(wine->startCount(), startCount, Timeouts::programMs);
     wine->exitWith(0);
-    // The launcher knows of the end once it has waited for the process.
+    // The launcher has noticed the end when the process is reaped.
     QTRY_VERIFY_WITH_TIMEOUT(!ProcessTable::isAlive(wine->pid()), Timeouts::programMs);
 }
 
@@ -117,7 +117,7 @@ void TestStartUp::aVersionStoredInOneRunIsKnownInTheNext()
     HttpServer server;
     server.answer("/manifest.json", HttpAnswer::withLength(R"({"version": "2"})"));
     store({{u"patch/baseUrl"_s, server.url()}});
-    // Storing anything drops this remark from the file.
+    // Any save would drop this comment from the file.
     const auto addRemark = [] {
         QFile file(TestEnvironment::settingsFile());
         QVERIFY(file.open(QIODevice::Append));

@@ -32,7 +32,7 @@ double buttonContrast(QAbstractButton *button)
     return textContrast(button);
 }
 
-/// The colour of the row's mode for @p role.
+/// The expected colour of @p role in the row's mode.
 QColor expected(QPalette::ColorRole role)
 {
     QFETCH(const Mode, mode);
@@ -221,7 +221,7 @@ void TestZelPalette::aFileChooserIsReadable()
     QVERIFY(view != nullptr);
     QTRY_COMPARE(view->model()->rowCount(view->rootIndex()), 2);
 
-    // The date has no icon before it.
+    // The column without an icon.
     constexpr int dateColumn = 3;
     const auto cell = [view](int row) {
         const QModelIndex index = view->model()->index(row, dateColumn, view->rootIndex());

@@ -18,7 +18,7 @@
 namespace
 {
 
-/// A folder in memory where the machine has one: each stored file is synced to its disk.
+/// A folder in memory if possible: QSaveFile syncs each file to the disk.
 std::unique_ptr<QTemporaryDir> makeRoot()
 {
     const QFileInfo memory(u"/dev/shm"_s);

@@ -27,8 +27,7 @@ public:
     explicit SignalLog(PatchManager *manager);
 
     const QStringList &lines() const { return allLines; }
-    /// The lines without repetitions in a row: how often the library reports the same progress is
-    /// not fixed.
+    /// The lines without consecutive duplicates: how often Qt reports the same progress varies.
     QStringList linesOnce() const;
     /// The lines that begin with @p word.
     QStringList linesOf(const QString &word) const;
@@ -45,17 +44,17 @@ private:
     QStringList allLines;
 };
 
-/// One entry of a manifest; without a url, the JSON has none.
+/// One entry of a manifest; a null url is left out of the JSON.
 struct Listed {
     QString path;
     std::optional<QString> url;
 };
 
-/// Content of files, by their names.
+/// Contents of files by name.
 using Files = QMap<QString, QByteArray>;
 
-/// Base of the tests of PatchManager: a web server in a thread of its own, an empty client folder,
-/// a manager that is set to both, and the settings at version "1.0.0".
+/// Base of the tests of PatchManager: a web server in its own thread, an empty client folder, a
+/// manager that uses both, and settings with version "1.0.0".
 class PatchTest : public TestBase
 {
     Q_OBJECT
@@ -70,21 +69,20 @@ protected:
     void publish(const QString &version, const QList<Listed> &files);
     /// Publishes @p body as the manifest.
     void publishText(const QByteArray &body);
-    /// Publishes @p files with their content and a manifest that lists them, with version "2".
-    /// A subclass with another server repairs that server here.
+    /// Publishes @p files and a manifest of version "2" that lists them. A subclass with another
+    /// server publishes there.
     virtual void publishWhole(const Files &files);
 
-    /// Checks the state after a failed run: the client folder holds the files @p left and no other,
-    /// temporary ones included; the stored version is the old one; and a next run, with server and
-    /// disk in order, stores all of its files.
+    /// Checks the state after a failed run: the client folder has exactly the files @p left, the
+    /// stored version is the old one, and a run without a fault stores all of its files.
     void expectRecovery(const Files &left);
 
-    /// Starts a run and waits for its end. Returns its last line; a text that is no line when it
-    /// did not end, ended twice or emitted something after its end.
+    /// Starts a run and waits for its end. Returns its last line, or the reason when it did not
+    /// end, ended twice or emitted something after its end.
     QString runToEnd();
-    /// Waits for @p count ends and until nothing is in flight. False when there were fewer or more.
+    /// Waits for @p count ends and until nothing is in flight. False if there are fewer or more.
     bool waitForEnds(int count);
-    /// Waits until nothing is in flight but held answers. False on a timeout.
+    /// Waits until only held answers are in flight. False on a timeout.
     bool settle();
     /// Waits until the server holds an answer and the manager's reply has @p received bytes of its
     /// body. False on a timeout.
@@ -96,7 +94,7 @@ protected:
     /// The manager's reply in flight, null when there is none.
     QNetworkReply *reply() const { return manager->findChild<QNetworkReply *>(); }
 
-    /// The library's own text for the failure of a plain GET of @p url.
+    /// Qt's error text for a plain GET of @p url.
     static QString libraryError(const QUrl &url);
     /// The same for @p path on the server.
     QString serverError(const QString &path) const { return libraryError(QUrl(server->url(path))); }
@@ -108,8 +106,8 @@ protected:
 
     /// The version in the settings file, read anew.
     static QString savedVersion();
-    /// The bytes of the settings file. They change with every save(), because the settings in
-    /// memory hold a server name that was never saved.
+    /// The bytes of the settings file. A save() always changes them: the server name in memory is
+    /// one that was never saved.
     static QByteArray settingsBytes();
 
     /// The first two lines of a run.
@@ -135,7 +133,7 @@ protected:
     {
         return u"finished false Falha ao salvar "_s + clientPath(name);
     }
-    /// The library's texts for an aborted transfer and for a connection that closes too early.
+    /// Qt's texts for an aborted transfer and for a connection that closes too early.
     static QString aborted() { return u"Operation canceled"_s; }
     static QString closed() { return u"Connection closed"_s; }
 

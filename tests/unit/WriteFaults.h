@@ -4,9 +4,8 @@
 
 #include "support/files/Disk.h"
 
-/// Adds data rows for what ends a pass over the server files: a link to "target" in the place of
-/// the file "name", the "text" of the error, in which %1 stands for the path, and "filesWritten"
-/// before.
+/// Adds rows of faults that stop the writing of the server files: the file "name" is a link to
+/// "target"; "text" is the error, with %1 for the path; "filesWritten" files come before it.
 inline void addServerFileFaults()
 {
     using namespace Qt::StringLiterals;
@@ -27,7 +26,7 @@ inline void addServerFileFaults()
         u"Nao foi possivel gravar server.txt"_s, 2);
 }
 
-/// Checks the answers of @p write where it cannot write @p content. The @p folder is empty.
+/// Checks the results of @p write for paths where it cannot write @p content. @p folder is empty.
 inline void
 requireWriteFaults(const QString &folder, const QByteArray &content,
                    const std::function<bool(const QString &path, QString *error)> &write)

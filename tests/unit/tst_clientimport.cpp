@@ -93,7 +93,7 @@ void TestClientImport::theServerFieldsAreImported()
 
 void TestClientImport::withoutAClientFolderNothingIsImported()
 {
-    // The working folder, where the bare names would be found, is not the client's.
+    // The working directory is not the client folder: bare file names must not be found there.
     Disk::write(at(u"serverlist.txt"_s), "0 0 10.0.0.1\n");
     Disk::write(at(u"sn.bin"_s), "1 Theirs\n");
     const Disk::WorkingFolder working(folder());

@@ -73,7 +73,7 @@ void TestClientPaths::thePictureOfTheClientComesBeforeTheLaunchersOwn()
     Disk::write(at(u"client/Launcher.bmp"_s), "BM");
     Disk::write(at(u"Launcher.bmp"_s), "BM");
     const Disk::WorkingFolder working(folder());
-    // The path is neither made absolute nor cleaned; no folder is the working folder.
+    // The path is neither made absolute nor cleaned; no client folder means the working directory.
     for (const QString &clientDir :
          {at(u"client/"_s), u"client/"_s, u"client/../client/./"_s, QString()}) {
         settings().clientDir = clientDir;
@@ -163,7 +163,7 @@ void TestClientPaths::anAbsoluteExecutableThatIsMissingFallsBackToTheClientFolde
     settings().clientDir = folder();
     settings().clientExe = u"/nonexistent/game.exe"_s;
     QCOMPARE(settings().baseClientExePath(), u"/nonexistent/game.exe"_s);
-    Disk::write(at(u"game.exe"_s), "MZ"); // of the same name, but not what is asked for
+    Disk::write(at(u"game.exe"_s), "MZ"); // same name, wrong folder
     QCOMPARE(settings().baseClientExePath(), u"/nonexistent/game.exe"_s);
     Disk::write(at(u"ZELLauncher.exe"_s), "MZ");
     QCOMPARE(settings().baseClientExePath(), at(u"ZELLauncher.exe"_s));
@@ -207,7 +207,7 @@ void TestClientPaths::theChosenWineIsGivenBackUnchangedWhateverTheSwitch()
 void TestClientPaths::theWineOfTheMachineIsFound_data()
 {
     QTest::addColumn<QString>("winePath");
-    QTest::addColumn<QStringList>("files"); // of a machine whose /usr/bin has no others
+    QTest::addColumn<QStringList>("files"); // on a machine with no other files in /usr/bin
     QTest::addColumn<QString>("found");
     const QString wine = u"usr-bin/wine"_s;
     const QString wine64 = u"usr-bin/wine64"_s;

@@ -15,13 +15,13 @@ const QByteArray tail = "0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n"; // of "sn.bin"
 
 const ServerProfile profile = {u"Alpha"_s, u"10.0.0.1"_s, 2};
 
-// What a pass with that profile writes.
+// What is written for that profile.
 const QByteArray newServerList = "0 0 10.0.0.1\n0 1 10.0.0.1\n0 2 10.0.0.1\n";
 const QByteArray newSnBin = "1 Alpha\n" + tail;
 const QByteArray newServerTxt = "10.0.0.1\n";
 const QByteArray newLoginIni = "a=1\nserver_ip=10.0.0.1\nb=2\n";
 
-// What the client folder holds before.
+// The client folder's files before.
 const QByteArray oldServerList = "0 0 old\n";
 const QByteArray oldSnBin = "1 Old\n";
 const QByteArray oldServerTxt = "an.address.longer.than.the.new.one\nand more\n";
@@ -147,7 +147,7 @@ void TestClientSync::aPassWritesEveryServerFile()
     QString error = u"before"_s;
     QVERIFY(ClientSync::writeServerFiles(folder(), profile, &error));
     QCOMPARE(error, u"before"_s);
-    // The same pass again finds everything in place.
+    // The second pass changes nothing.
     for (int pass = 0; pass < 2; ++pass) {
         const QMap<QString, QByteArray> expected = {{u"Config.bin"_s, "options"},
                                                     {u"ZEL.exe"_s, "MZ"},
@@ -347,7 +347,7 @@ void TestClientSync::aDiskThatFillsUpAtTheNameFileEndsThePass()
 void TestClientSync::whatIsNoFailureDoesNotEndThePass_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("target"); // none is a folder that is not empty
+    QTest::addColumn<QString>("target"); // none: a folder that is not empty
     const auto row = [](const char *title, const QString &name, const QString &target) {
         QTest::newRow(title) << name << target;
     };

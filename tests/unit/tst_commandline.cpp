@@ -107,7 +107,7 @@ void TestCommandLine::everyOptionIsTaken_data()
     row(u"-u http://host"_s, u"check http://host for 60 s"_s);
     row(u"--base-url=http://host --timeout 1 -q"_s, u"check http://host for 1 s, quiet"_s);
     row(u"-u http://host --timeout 86400"_s, u"check http://host for 86400 s"_s);
-    // The published manifest is compared with that of the folder, or with FILE.
+    // The published manifest is compared with FILE, or with that of the folder.
     row(u"-u http://host patch"_s, u"check http://host for 60 s with patch/manifest.json"_s);
     row(u"-u http://host -o x.json"_s, u"check http://host for 60 s with x.json"_s);
     row(u"-u http://host -o x.json patch"_s, u"check http://host for 60 s with x.json"_s);

@@ -17,7 +17,7 @@ const Words newFile = {7000, 3, 2, 0, 0, -1, 57, 2, 1, 1, 1, 0, 0, 0, 1};
 constexpr int lowest = std::numeric_limits<int>::min();
 constexpr int highest = std::numeric_limits<int>::max();
 
-/// The bytes that @p words have in the file: two each, the low one first.
+/// @p words as in the file: 16-bit little-endian.
 QByteArray bytesOf(const Words &words)
 {
     QByteArray bytes;
@@ -50,7 +50,7 @@ const QList<int> defaultFields = {7000, 3, 2, 0, 0, 57, 2, 1, true, 1, false, tr
 /// The named fields of a file whose words are all 0.
 const QList<int> zeroFields = {0, 0, 0, 0, 0, 0, 0, 0, false, 0, false, true, 0, 0};
 
-/// Its fields in their order; each differs from its default.
+/// A value for each field in order; none is its default.
 const ClientConfig unusualConfig = {-1, -2, false, -3,    -4,  -5,  -6,          -7,
                                     -8, -9, true,  false, -10, -11, {21, 22, 23}};
 
@@ -175,7 +175,7 @@ void TestConfigBin::everyWordLoadsIntoItsField()
     QString error = u"before"_s;
     QList<int> expected = zeroFields;
     expected[word < 5 ? word : word - 1] = value;
-    for (int pass = 0; pass < 2; ++pass) { // into other words, then into the same
+    for (int pass = 0; pass < 2; ++pass) { // into a record with other words, then with the same
         QVERIFY(ConfigBin::load(path(), &config, &error));
         QCOMPARE(fieldsOf(config), expected);
         QCOMPARE(config.raw, onlyWord(word, stored));
@@ -237,7 +237,7 @@ void TestConfigBin::everyFieldIsSavedAsItsWord_data()
     QTest::addColumn<int>("value");
     QTest::addColumn<ClientConfig>("config");
 
-    // A record whose words are all 0, but for word 2, which cannot be, and word 5.
+    // A record that saves only zeros, except word 2 (at least 1) and word 5.
     const ClientConfig zero = {0, 0, false, 1, 0, 0, 0, 0, 0, 0, false, true, 0, 0, {}};
     const auto row = [&zero](const char *name, int word, int value, auto field, int stored) {
         ClientConfig config = zero;
@@ -280,7 +280,7 @@ void TestConfigBin::everyFieldIsSavedAsItsWord()
     QCOMPARE(Disk::read(path()), bytesOf(expected));
     QCOMPARE(error, u"before"_s);
 
-    // Nothing shows through of an earlier load or of the old file.
+    // Neither an earlier load nor the old file must affect the result.
     config.raw = Words(15, -1);
     Disk::write(path(), QByteArray(60, 'x'));
     QVERIFY(ConfigBin::save(path(), config));
@@ -391,7 +391,7 @@ void TestConfigBin::aPercentageIsStoredAsALevel()
         QCOMPARE(ConfigBin::soundLevelFromPercent(percentages[i]), stored[i]);
         QCOMPARE(ConfigBin::musicLevelFromPercent(percentages[i]), stored[i]);
     }
-    for (int percent = 0; percent <= 100; ++percent) { // what the dialog shows comes back
+    for (int percent = 0; percent <= 100; ++percent) { // every percentage survives a round trip
         const int level = ConfigBin::soundLevelFromPercent(percent);
         QCOMPARE(ConfigBin::soundPercentFromLevel(level), percent);
         QCOMPARE(ConfigBin::musicLevelFromPercent(percent), level);
@@ -409,7 +409,7 @@ void TestConfigBin::levelTwoHundredComesBackAsOneLessDeliberately()
 
 void TestConfigBin::theClientKnowsElevenResolutions()
 {
-    // The last label is the client's own name for it.
+    // Deliberate: the last label is not 1920.
     const QStringList labels = {u"640 x 480"_s,   u"800 x 600"_s,  u"1024 x 768"_s,
                                 u"1280 x 720"_s,  u"1280 x 800"_s, u"1280 x 960"_s,
                                 u"1280 x 1024"_s, u"1440 x 900"_s, u"1600 x 900"_s,

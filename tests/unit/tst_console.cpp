@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// While it lives, standard error is a terminal or a pipe, and what is written there can be read.
+/// Redirects standard error to a terminal or a pipe during its lifetime.
 class StandardError
 {
 public:

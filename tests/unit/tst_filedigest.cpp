@@ -21,7 +21,8 @@ namespace
 
 using Writer = std::function<void(int file, int count)>;
 
-constexpr off_t longSize = 256 << 20; // takes longer to read than the file system's clock ticks
+constexpr off_t longSize =
+    256 << 20; // takes longer to read than one tick of the file system's clock
 
 } // namespace
 
@@ -152,7 +153,7 @@ void TestFileDigest::aFileThatChangesWhileItIsReadIsAnError()
     });
     QList<FileDigest> digests;
     QStringList errors;
-    // The writer may get its turn late.
+    // The writer may be scheduled late.
     QVERIFY(QTest::qWaitFor([&] { return !digestFiles({log}, &digests, &errors); }, 60000));
     QCOMPARE(errors, QStringList{quoted(log) + u": changed while it was read"_s});
 }

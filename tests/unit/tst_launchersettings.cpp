@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Every field, by name; of the client's options the resolution stands for all.
+/// Every field by name; the resolution represents the client's options.
 QJsonObject fields()
 {
     return {{u"clientDir"_s, settings().clientDir},
@@ -38,7 +38,7 @@ QJsonObject fields()
             {u"rawWords"_s, settings().clientConfig.raw.size()}};
 }
 
-/// The fields of a new process.
+/// The fields before load().
 const QJsonObject initialFields = QJsonDocument::fromJson(R"({
     "clientDir": "", "clientExe": "ZEL.exe", "winePath": "", "useWine": true, "patchBaseUrl": "",
     "serverName": "Orvandale", "serverIp": "127.0.0.1", "channelCount": 1, "websiteUrl": "",
@@ -104,8 +104,8 @@ QByteArray configBin(char resolution)
     return bytes;
 }
 
-/// Saves onto a disk that is full but for some pages, for each number of them. Returns what became
-/// of the settings file and what else was left in its folder.
+/// Saves onto a disk with few free pages, once for each number of them. Returns the outcomes: the
+/// settings file, and other files left in its folder.
 QJsonArray saveOnFullDisk(const QString &disk)
 {
     constexpr int pageSize = 4096;
@@ -151,7 +151,7 @@ QByteArray childAnswer(const QStringList &arguments)
     return QJsonDocument(fields()).toJson();
 }
 
-/// The fields in a child process of which @p action is asked, as the program at @p program.
+/// The fields of a child process after @p action, run as the program at @p program.
 QJsonObject fieldsOfChild(const QString &action, const QString &program = {})
 {
     Child child({action});
@@ -277,7 +277,7 @@ void TestLauncherSettings::everyKeyIsLoadedIntoItsField_data()
     row("[server]\nchannelCount=5, 6", u"channelCount"_s, 1);
     row("[server]\nchannelCount=true", u"channelCount"_s, 1);
     row("[server]\nchannelCount=", u"channelCount"_s, 1);
-    row("[server]\nchannel=3", u"channelCount"_s, 3); // of an older launcher
+    row("[server]\nchannel=3", u"channelCount"_s, 3); // written by an older launcher
     row("[server]\nchannel=25", u"channelCount"_s, 10);
     row("[server]\nchannel=0", u"channelCount"_s, 1);
     row("[server]\nchannel=abc", u"channelCount"_s, 1);
@@ -317,7 +317,7 @@ void TestLauncherSettings::aListIsNoText()
 void TestLauncherSettings::whatTheFileLacksHasItsDefault_data()
 {
     QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<QJsonObject>("changes"); // of the defaults
+    QTest::addColumn<QJsonObject>("changes"); // to the defaults
     const auto row = [](const char *name, const QByteArray &file, const QJsonObject &changes = {}) {
         QTest::newRow(name) << file << changes;
     };
@@ -574,7 +574,7 @@ void TestLauncherSettings::aFullDiskKeepsTheOldFile()
     QCOMPARE(settings().websiteUrl, QString());
     QCOMPARE(Disk::read(settingsPath()), saved);
 
-    // Nor does it make a file.
+    // Nor is a file created.
     QVERIFY(QFile::remove(settingsPath()));
     {
         const Disk::SizeLimit full(static_cast<rlim_t>(limit));
@@ -582,7 +582,7 @@ void TestLauncherSettings::aFullDiskKeepsTheOldFile()
     }
     QCOMPARE(Disk::names(settingsFolder()), QStringList());
 
-    // With room again the next save succeeds.
+    // After the disk has space again, a save succeeds.
     settings().serverName = u"New"_s;
     settings().save();
     settings().load();

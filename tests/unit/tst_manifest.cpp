@@ -71,7 +71,7 @@ void TestManifest::urlsEncodeWhatTheLauncherWouldMisread()
 void TestManifest::theLauncherAsksForExactlyTheName_data()
 {
     QTest::addColumn<QString>("base");
-    QTest::addColumn<QByteArray>("before"); // what the server sees before the name
+    QTest::addColumn<QByteArray>("before"); // what the server receives before the name
     QTest::newRow("no path") << u"http://127.0.0.1/"_s << "/"_ba;
     QTest::newRow("a port") << u"http://127.0.0.1:8080/"_s << "/"_ba;
     QTest::newRow("a path") << u"https://host.example/zel/patch/"_s << "/zel/patch/"_ba;
@@ -99,7 +99,7 @@ void TestManifest::theLauncherAsksForExactlyTheName()
         names.append(hostileName(&random, 10) + '/' + hostileName(&random, 10));
     }
     for (const QByteArray &name : std::as_const(names)) {
-        // The launcher's words for it, but for the file's own part.
+        // The launcher builds the URL in the same way.
         const QUrl url(base + Manifest::urlOf(name), QUrl::TolerantMode);
         QVERIFY2(url.isValid(), qPrintable(quoted(name)));
         QVERIFY2(!url.hasFragment(), qPrintable(quoted(name)));

@@ -7,7 +7,7 @@
 #include "settings/LauncherSettings.h"
 #include "support/OwnMethods.h"
 
-/// Runs without a fault: from the base URL to the stored version.
+/// Runs without faults: from the base URL to the stored version.
 class TestPatchManager : public PatchTest
 {
     Q_OBJECT
@@ -426,7 +426,7 @@ void TestPatchManager::anInvalidFileUrlNamesThePath()
 {
     publish(u"2"_s, {{u"a"_s, {}}, {u"data/b"_s, u"elsewhere"_s}, {u"c"_s, {}}});
     server->answer("/a", HttpAnswer::withLength(""));
-    // No entry makes a valid base URL invalid, so the base URL changes during the run.
+    // No entry can make a valid base URL invalid, so change the base URL during the run.
     log->onLine = [this](const QString &line) {
         if (line == u"status Baixando data/b (2/3)"_s) {
             manager->baseUrl = u"http://[::1"_s;
@@ -440,7 +440,7 @@ void TestPatchManager::anInvalidFileUrlNamesThePath()
 
 void TestPatchManager::stepsOfARunInOrder()
 {
-    // Empty bodies have no progress of their own.
+    // Empty bodies emit no progress.
     publishWhole({{u"a"_s, ""}, {u"c"_s, ""}, {u"data/b.bin"_s, ""}});
     publish(u"2"_s, {{u"a"_s, {}}, {u"data/b.bin"_s, {}}, {u"c"_s, {}}});
     QCOMPARE(runToEnd(), complete());
@@ -543,7 +543,7 @@ void TestPatchManager::progressIsIntegerArithmetic()
                   QString::number(index), QString::number(index + 1), QString::number(count))};
     QCOMPARE(log->lines().last(2), lines);
     log->clear();
-    // The library limits how often it reports progress, so the report comes from here.
+    // Qt limits how often it reports progress, so the test emits it.
     emit reply()->downloadProgress(received, total);
     QCOMPARE(log->lines(),
              percent < 0 ? QStringList() : QStringList(u"progress %1"_s.arg(percent)));
@@ -572,7 +572,7 @@ void TestPatchManager::aBodyWithoutLengthGivesNoProgressUntilItsEnd()
     QCOMPARE(log->last(), u"status Baixando b (2/2)"_s);
     server->resume();
     QVERIFY(waitForEnds(1));
-    // At the end of a body the library does report its size.
+    // Qt does report progress at the end of a body.
     QCOMPARE(log->linesOnce(), wholeRun());
 }
 

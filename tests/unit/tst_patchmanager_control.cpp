@@ -172,7 +172,7 @@ void TestPatchManagerControl::cancelBetweenRequestsEndsTheRunAtItsNextStep()
     QFETCH(const int, line);
     QFETCH(const int, linesBeforeTheEnd);
     QFETCH(const int, requests);
-    publishWhole({{u"a"_s, ""}, {u"b"_s, ""}}); // empty bodies have no progress of their own
+    publishWhole({{u"a"_s, ""}, {u"b"_s, ""}}); // empty bodies emit no progress
     log->onLine = [&](const QString &) {
         if (log->lines().size() == line + 1) {
             manager->cancel();
@@ -212,8 +212,8 @@ void TestPatchManagerControl::aSecondCheckAbortsTheRequestInFlight()
 
 void TestPatchManagerControl::theNextRequestAbortsOneThatIsInFlight()
 {
-    // A run that starts inside the status of a file, against the precondition, has its manifest
-    // aborted by the request for that file.
+    // A run started inside the status of a file, against the precondition: the request for that
+    // file aborts its manifest.
     publishWhole(files);
     log->onLine = [this](const QString &line) {
         if (line == u"status Baixando a (1/2)"_s) {
@@ -254,7 +254,7 @@ void TestPatchManagerControl::anEarlyExitLeavesTheRequestInFlightAlone()
     QCOMPARE(log->lines(), exit);
     QCOMPARE(reply(), inFlight);
     QVERIFY(!inFlight->isFinished());
-    emit reply()->downloadProgress(1, 2); // there is no list of files to divide by
+    emit reply()->downloadProgress(1, 2); // the list of files is empty: no division by zero
     QCOMPARE(log->lines(), exit);
 
     manager->baseUrl = server->url();
@@ -262,7 +262,7 @@ void TestPatchManagerControl::anEarlyExitLeavesTheRequestInFlightAlone()
     QVERIFY(waitForEnds(2));
     QCOMPARE(log->last(), complete());
     QCOMPARE(clientTree(), QStringList(u"a"_s));
-    QCOMPARE(savedVersion(), u"1.0.0"_s); // the second check cleared the version to store
+    QCOMPARE(savedVersion(), u"1.0.0"_s); // the second check cleared the new version
 }
 
 void TestPatchManagerControl::aReplyThatCannotBeAbortedDoesNotEndTheNextRun_data()
@@ -280,7 +280,7 @@ void TestPatchManagerControl::aReplyThatCannotBeAbortedDoesNotEndTheNextRun()
     manager->checkAndUpdate();
     if (isCancelled) {
         manager->cancel();
-        QVERIFY(settle()); // the handler finds no reply and ends nothing
+        QVERIFY(settle()); // the handler ignores the dropped reply
     }
     QCOMPARE(log->lines(), start());
     publishWhole(files);

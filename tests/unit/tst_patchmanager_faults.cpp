@@ -25,7 +25,7 @@ namespace
 
 constexpr int megabyte = 1024 * 1024;
 
-/// A text of 500 kB that does not compress to nothing.
+/// 500 kB of text that does not compress well.
 QByteArray severalBlocks()
 {
     QByteArray text;
@@ -35,14 +35,14 @@ QByteArray severalBlocks()
     return text;
 }
 
-/// What only root can do, and not everywhere: mounts that nobody else sees.
+/// Enters a private mount namespace. Only root may, and not everywhere.
 bool enterOwnMountNamespace()
 {
     return geteuid() == 0 && unshare(CLONE_NEWNS) == 0 &&
            mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
-/// The most memory that this process has used so far, in bytes.
+/// Peak memory of this process in bytes.
 qint64 peakMemory()
 {
     const QByteArrayList lines = Disk::read(u"/proc/self/status"_s).split('\n');
@@ -70,7 +70,7 @@ QJsonObject updateInChild(const QString &baseUrl, const QString &clientDir)
 
 } // namespace
 
-/// Faults of the server, of the way to it and of the disk.
+/// Faults of the server, the network and the disk.
 class TestPatchManagerFaults : public PatchTest
 {
     Q_OBJECT
@@ -163,8 +163,8 @@ void TestPatchManagerFaults::aFailedTransferIsReportedWithTheLibrarysText()
     expectRecovery(oldFile);
 }
 
-/// The client folder holds the file "a"; the manifest lists it, with @p url, and @p answer is what
-/// the server sends for it.
+/// Creates the file "a" in the client folder and publishes a manifest that lists it with @p url,
+/// for which the server sends @p answer.
 void TestPatchManagerFaults::publishOldFile(const HttpAnswer &answer, const QString &url)
 {
     publish(u"2"_s, {{u"a"_s, url}});
@@ -193,7 +193,7 @@ void TestPatchManagerFaults::aBodyThatBreaksOffIsAClosedConnection_data()
 
 void TestPatchManagerFaults::aBodyThatBreaksOffIsAClosedConnection()
 {
-    // The library reports some of these itself and takes the others for whole.
+    // Qt reports some of these itself and treats the others as complete.
     QFETCH(const HttpAnswer, answer);
     QTimer resumer;
     connect(&resumer, &QTimer::timeout, this, [this] { server->resume(); });
@@ -252,7 +252,7 @@ void TestPatchManagerFaults::aFailedFileEndsTheRun()
 
 void TestPatchManagerFaults::aCutFileIsNeverStored_data()
 {
-    // The library takes most cuts of bodies of this size for the end.
+    // Qt treats most early closes in bodies of this size as the end.
     const HttpAnswer large = HttpAnswer::withLength(QByteArray(megabyte, 'x'));
     QTest::addColumn<HttpAnswer>("answer");
     QTest::addColumn<QString>("url");
@@ -284,7 +284,7 @@ void TestPatchManagerFaults::aCutFileIsNeverStored()
 
 void TestPatchManagerFaults::aCutManifestIsNeverUsed()
 {
-    // What is left of it is a manifest too.
+    // Truncated, it is still a valid manifest.
     const QByteArray manifest = R"({"version":"2","files":[]})" + QByteArray(megabyte, ' ');
     server->answer("/manifest.json", HttpAnswer::withLength(manifest).cutAt(megabyte - 1));
     for (int i = 0; i < 20; ++i) {
@@ -308,7 +308,7 @@ void TestPatchManagerFaults::aRedirectsOwnLengthIsNotTakenForTheFiles_data()
 
 void TestPatchManagerFaults::aRedirectsOwnLengthIsNotTakenForTheFiles()
 {
-    // The library leaves the redirect's header on about one reply of five.
+    // Qt leaves the redirect's header on about one reply in five.
     QFETCH(const HttpAnswer, answer);
     publish(u"2"_s, QList<Listed>(60, {u"a"_s, u"redirected"_s}));
     server->answer("/redirected", HttpAnswer::redirect("/a"));
@@ -334,8 +334,8 @@ void TestPatchManagerFaults::aCutBodyWithoutLengthIsLeftToTheLibrary_data()
 
 void TestPatchManagerFaults::aCutBodyWithoutLengthIsLeftToTheLibrary()
 {
-    // The library reports some of these cuts and takes the others for the end; nothing in the reply
-    // shows which. Therefore a patch server should send the length.
+    // Qt reports some of these early closes and treats the others as the end; the reply does not
+    // show which. Therefore a patch server should send the length.
     QFETCH(const HttpAnswer, answer);
     for (int i = 0; i < 5; ++i) {
         publishOldFile(answer);
@@ -375,7 +375,7 @@ void TestPatchManagerFaults::aManifestOfWhiteSpaceTakesBoundedMemory_data()
     const QByteArray blanks(200 * megabyte, ' ');
     const QString invalid = u"manifest.json invalido."_s;
     QTest::addColumn<HttpAnswer>("answer");
-    QTest::addColumn<QString>("message"); // null: the library's
+    QTest::addColumn<QString>("message"); // null: Qt's
     QTest::newRow("nothing else") << HttpAnswer::withLength(blanks) << invalid;
     QTest::newRow("nothing else, chunked") << HttpAnswer::chunked(blanks, megabyte) << invalid;
     QTest::newRow("around an object")
@@ -396,7 +396,7 @@ void TestPatchManagerFaults::aManifestOfWhiteSpaceTakesBoundedMemory()
     const QJsonObject result =
         QJsonDocument::fromJson(Child({server->url(), clientPath({})}).output()).object();
     QCOMPARE(result.value(u"message").toString(), message);
-    // The body as it came, and in one piece; and what the sanitizer keeps of what was released.
+    // Twice the body, as received and in one piece, and what the sanitizer keeps of freed memory.
     QVERIFY(result.value(u"memory").toInteger() < 3 * 200 * megabyte);
     expectRecovery({});
 }
@@ -429,7 +429,7 @@ void TestPatchManagerFaults::whatCannotBeOpenedIsNamed()
     QCOMPARE(runToEnd(), openFailed(path));
     QCOMPARE(server->paths(), QByteArrayList({"/manifest.json", "/a"}));
     QStringList after = clientTree();
-    after.removeOne(u"new"_s); // its folder may be made
+    after.removeOne(u"new"_s); // its folder may be created
     QCOMPARE(after, before);
     QCOMPARE(settingsBytes(), settings);
     expectRecovery({{u"file"_s, "a file"}});
@@ -505,7 +505,7 @@ void TestPatchManagerFaults::aFullDiskLeavesTheOldFileWhole()
     QCOMPARE(server->paths(), QByteArrayList({"/manifest.json", "/a"}));
     expectRecovery(oldFile);
 
-    // What just fits is stored.
+    // A body that just fits is stored.
     publishOldFile(HttpAnswer::withLength(body));
     publishText(R"({"files":[{"path":"a"}]})"); // without a version no settings are written
     QCOMPARE(runWithSizeLimit(size), complete());
@@ -551,7 +551,7 @@ void TestPatchManagerFaults::aNameTooLongIsNamed()
     publish(u"2"_s, {{name, u"a"_s}});
     server->answer("/a", HttpAnswer::withLength("content"));
     const QString end = runToEnd();
-    // Where files can be written before they have a name, only the commit fails.
+    // With O_TMPFILE only the commit fails.
     QVERIFY2(end == openFailed(name) || end == commitFailed(name), qPrintable(end));
     expectRecovery({});
 }

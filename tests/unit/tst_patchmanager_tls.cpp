@@ -24,7 +24,7 @@ struct Identity {
     }
 };
 
-/// Makes one for the server named @p subject, for example "IP:127.0.0.1".
+/// Creates one with the subject alternative names @p subject, such as "IP:127.0.0.1".
 Identity makeIdentity(const QString &subject)
 {
     const QTemporaryDir dir;
@@ -40,7 +40,7 @@ Identity makeIdentity(const QString &subject)
             QSslKey(Disk::read(keyPath), QSsl::Rsa)};
 }
 
-/// From here on every request trusts @p certificates and no other.
+/// Makes later requests trust @p certificates only.
 void trust(const QList<QSslCertificate> &certificates)
 {
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
@@ -50,7 +50,7 @@ void trust(const QList<QSslCertificate> &certificates)
 
 } // namespace
 
-/// Updates from a server that speaks HTTPS.
+/// Updates over HTTPS.
 class TestPatchManagerTls : public PatchTest
 {
     Q_OBJECT

@@ -66,7 +66,7 @@ void TestPublishedPatch::aLengthThatIsNotTheBodysOwnIsNotExpected()
 
 void TestPublishedPatch::aTransferThatIsCutShortIsAnError()
 {
-    // QNetworkAccessManager takes most cuts of a body as large as the second one for its end.
+    // QNetworkAccessManager treats most early closes in a body of the larger size as its end.
     for (const int size : {10, 1000000, 1000000, 1000000}) {
         server.answer("/x", HttpAnswer::withLength(QByteArray(size, 'x')).cutAt(size - 1));
         PublishedPatch patch(server.url(), 30000);

@@ -278,7 +278,7 @@ void TestServerList::theWrittenListHoldsOneGroup()
     QTEST(Disk::read(path()), "file");
     QCOMPARE(error, u"before"_s);
 
-    // The old file is replaced whole.
+    // Nothing of the old file is left.
     Disk::write(path(), "# a comment\n3 0 b\n" + QByteArray("0 1 old\n").repeated(20));
     QVERIFY(ServerList::writeMinimal(path(), group, ip, channelCount));
     QTEST(Disk::read(path()), "file");

@@ -170,7 +170,7 @@ void TestSnBin::aNameIsPreparedForTheFile()
     QFETCH(const QString, prepared);
     QCOMPARE(SnBin::preparedName(name), prepared);
 
-    // The written file holds the group, that name and ten lines; the old file is replaced whole.
+    // The file consists of the group, that name and ten lines; nothing of the old file is left.
     for (const int group : {1, 2, 10}) {
         Disk::write(path(), "5 Old\n0\n2 Other\nand more lines of some length\n\n\n\n\n\n\n");
         QString error = u"before"_s;

@@ -21,8 +21,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Started with this argument and a file name, the program only writes to that file what
-/// discovery finds.
+/// With this argument and a file name, the program writes what discovery finds to that file.
 constexpr const char *discoverArgument = "--discover";
 
 /// The entries as "label | path", the form that the tests compare.
@@ -42,9 +41,8 @@ QStringList listOf(const char *text)
 
 } // namespace
 
-/// Discovery looks at the whole machine. Here it sees a home folder, a search path and a working
-/// folder of the test's own; what the machine has besides is left out of the comparisons, unless
-/// a test hides it with a FakeSystem.
+/// Discovery searches the whole machine. Each test has its own HOME, PATH and working directory;
+/// what discovery finds elsewhere is not compared, unless a FakeSystem hides it.
 class TestWineDiscovery : public FolderTest
 {
     Q_OBJECT
@@ -125,13 +123,13 @@ QString TestWineDiscovery::real(const QString &path) const
                : root + path;
 }
 
-/// Where a file must be made so that it is seen at real(@p path).
+/// Where to create a file so that discovery sees it at real(@p path).
 QString TestWineDiscovery::place(const QString &path) const
 {
     return path.startsWith(u'/') ? fakeSystem->path(path) : real(path);
 }
 
-/// Makes "folder/", "-plain file", "link -> target" and executables.
+/// Creates "folder/", "-plain file" (not executable), "link -> target" and executables.
 void TestWineDiscovery::make(const QStringList &files) const
 {
     for (const QString &file : files) {
@@ -151,7 +149,7 @@ void TestWineDiscovery::make(const QStringList &files) const
     }
 }
 
-/// The entries of "label: path", or of ": path" for a file that came without a label.
+/// The entries for "label: path", or ": path" for a label made of the path.
 QStringList TestWineDiscovery::entries(const QStringList &texts) const
 {
     QStringList lines;
@@ -165,14 +163,14 @@ QStringList TestWineDiscovery::entries(const QStringList &texts) const
     return lines;
 }
 
-/// Makes a "bash" that runs @p script, in which "@" is the test's folder.
+/// Creates a "bash" that runs @p script, in which "@" is the test's folder.
 void TestWineDiscovery::fakeShell(QByteArray script, const QString &path) const
 {
     Disk::writeExecutable(at(path),
                           "#!/bin/bash\n" + script.replace('@', real(QString()).toLocal8Bit()));
 }
 
-/// Compares with what discovery finds within the test's own folder.
+/// Compares with what discovery finds in the test's folder.
 void TestWineDiscovery::expect(const QStringList &found) const
 {
     QStringList own = asText(WineDiscovery::discover());
@@ -180,7 +178,7 @@ void TestWineDiscovery::expect(const QStringList &found) const
     QCOMPARE(own, entries(found));
 }
 
-/// All that discovery finds where the fake system stands in.
+/// All that discovery finds in the fake system.
 QStringList TestWineDiscovery::discoveredInFakeSystem() const
 {
     const QString result = at(u"result"_s);
@@ -370,7 +368,7 @@ void TestWineDiscovery::theShellsLinesAreResolved()
 
 void TestWineDiscovery::aLineWithANulAddsNothing()
 {
-    // Qt warns of such a name; the launcher drops that.
+    // Qt warns about such a name; the launcher drops the message.
     const QtMessageHandler old =
         qInstallMessageHandler([](QtMsgType /*type*/, const QMessageLogContext & /*context*/,
                                   const QString & /*text*/) {});
@@ -471,7 +469,8 @@ void TestWineDiscovery::aPathFindsItsEntry()
     const QList<WineInstallation> list{{at(u"bin/wine64"_s), u"a"_s}, {at(u"bin/wine"_s), u"b"_s}};
     for (const QString &path : {u"bin/wine"_s, u"link"_s, u"bin/../bin//wine"_s}) {
         QCOMPARE(WineDiscovery::indexOfPath(list, at(path)), 1);
-        QCOMPARE(WineDiscovery::indexOfPath(list, u"../"_s + path), 1); // from the working folder
+        QCOMPARE(WineDiscovery::indexOfPath(list, u"../"_s + path),
+                 1); // relative to the working directory
     }
     for (const QString &path : {u"copy"_s, u"bin/WINE"_s, u"nowhere"_s}) {
         QCOMPARE(WineDiscovery::indexOfPath(list, at(path)), -1);
@@ -485,7 +484,7 @@ void TestWineDiscovery::theFirstOfEqualEntriesIsFound()
     const QList<WineInstallation> list{
         {at(u"link"_s), u"a"_s}, {at(u"bin/wine"_s), u"b"_s}, {at(u"vanished"_s), u"c"_s}};
     QCOMPARE(WineDiscovery::indexOfPath(list, at(u"bin/wine"_s)), 0);
-    // A path that is gone matches an entry that is gone on purpose.
+    // Deliberate: a missing file matches an entry whose file is missing.
     QCOMPARE(WineDiscovery::indexOfPath(list, at(u"never there"_s)), 2);
 }
 

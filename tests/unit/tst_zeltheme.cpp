@@ -108,7 +108,7 @@ void TestZelTheme::init()
 
 void TestZelTheme::theModesAndInputStylesHaveTheirNumbers()
 {
-    // By their short names too.
+    // The short names, too.
     QCOMPARE(QList({ZelTheme::Dark, ZelTheme::Light}), QList({Mode::Dark, Mode::Light}));
     QCOMPARE(QList({Mode(0), Mode(1)}), QList({Mode::Dark, Mode::Light}));
     const QList styles{InputStyle(0), InputStyle(1), InputStyle(2), InputStyle(3)};
@@ -262,7 +262,7 @@ void TestZelTheme::aSheetHasItsRulesAndNoOthers()
     QFETCH(const QString, expected);
     QCOMPARE(rulesOf(text), rulesOf(expected));
 
-    // Qt warns of a sheet that it cannot read, which fails the test.
+    // Qt warns about a style sheet that it cannot parse, which fails the test.
     QWidget widget;
     widget.setStyleSheet(text);
     widget.ensurePolished();
