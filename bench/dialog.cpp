@@ -1,4 +1,4 @@
-// Wine discovery, and the opening of the settings dialog, against the login shell that both run.
+// Wine discovery and opening the settings dialog, compared with the login shell that both run.
 //
 //   dialog LAUNCHER WATCHER
 

@@ -1,4 +1,4 @@
-// The least that a program with a window of the launcher's size does.
+// The floor of the start: an empty window of the launcher's size.
 
 #include <QApplication>
 #include <QWidget>

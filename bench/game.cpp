@@ -1,5 +1,5 @@
-// Stands in for Wine: notes the moment at which it runs, in nanoseconds of the steady clock, in
-// the file that ZEL_BENCH_STAMP names.
+// Replaces Wine: writes the time of its start, in nanoseconds of the steady clock, to the file
+// named by ZEL_BENCH_STAMP.
 
 #include <chrono>
 #include <cstdio>

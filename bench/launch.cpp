@@ -1,5 +1,5 @@
-// From the click on "Iniciar" to the game's first instruction, against the same command line
-// given to bash by hand.
+// From the click on "Iniciar" to the game's first instruction, compared with bash running the same
+// command line.
 //
 //   launch GAME
 
@@ -26,7 +26,7 @@ namespace
 constexpr int rounds = 41;
 constexpr double limitMs = 20;
 
-/// When the game ran last.
+/// The time of the game's last start.
 Clock::time_point stamp()
 {
     QFile file(qEnvironmentVariable("ZEL_BENCH_STAMP"));

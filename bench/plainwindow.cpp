@@ -1,5 +1,5 @@
-// What the launcher's window cannot do without, and no more: a picture, a line of text in each of
-// its five fonts, and a network access manager. No style sheet, no layout, no settings.
+// The minimum of the launcher's window: a picture, a line of text in each of its five fonts, and a
+// network access manager. No style sheet, no layout, no settings.
 
 #include <QApplication>
 #include <QLabel>

@@ -1,5 +1,5 @@
-// From the start of the launcher to its first paint on the screen, against an empty window of the
-// same size.
+// From the start of the launcher to its first paint on the screen, compared with an empty window of
+// the same size.
 //
 //   startup LAUNCHER EMPTY PLAIN WATCHER
 

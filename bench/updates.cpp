@@ -1,4 +1,4 @@
-// Updates from a web server, against a bare loop over the same list.
+// Updates from a web server, compared with a bare loop over the same list.
 //
 //   updates SERVER FOLDER
 //
@@ -43,8 +43,7 @@ QString fileName(int index)
     return QStringLiteral("data/%1.bin").arg(index, 4, 10, QLatin1Char('0'));
 }
 
-/// The bare loop: the least that a program does that fetches files one by one and stores each
-/// atomically.
+/// The floor: a loop that fetches files one by one and stores each atomically.
 class BareLoop : public QObject
 {
 public:
@@ -103,7 +102,7 @@ double runPatchManager(const QString &url, const QString &folder)
                          QCoreApplication::quit();
                      });
     const Clock::time_point start = Clock::now();
-    // From the event loop, which must run before it can be ended.
+    // Queued: the event loop must run before quit().
     QMetaObject::invokeMethod(&manager, &PatchManager::checkAndUpdate, Qt::QueuedConnection);
     QCoreApplication::exec();
     return millisecondsSince(start);
@@ -122,7 +121,7 @@ double runManifest(const QString &url, const QString &folder)
         network, &QNetworkAccessManager::finished, &manager,
         [&] {
             start = Clock::now();
-            // The manager asks for the first file before it returns to the event loop.
+            // The manager sends the first request before it returns to the event loop.
             QMetaObject::invokeMethod(
                 &manager,
                 [&] {
@@ -166,13 +165,13 @@ double peakMemoryMiB()
     return line.match(QString::fromLatin1(status.readAll())).captured(1).toDouble() / 1024;
 }
 
-/// One measurement in a process of its own.
+/// One measurement in its own process.
 struct Run {
     double milliseconds = 0;
     double memoryMiB = 0;
 };
 
-/// Runs this program again for one measurement, which stores in a new folder.
+/// Runs this program for one measurement in a new folder.
 Run runInProcess(const QString &what, const QString &url, const QString &parent, int count)
 {
     const QTemporaryDir folder(parent + QStringLiteral("/updates"));

@@ -1,5 +1,5 @@
-// Preloaded into a program with a window: ends it at a moment worth knowing, and writes to
-// descriptor 3 what there was. ZEL_BENCH_UNTIL names the moment:
+// Preloaded into a program with a window: ends it at an event and writes the result to
+// descriptor 3. ZEL_BENCH_UNTIL names the event:
 //
 //   window      the first paint of the window is on the screen; prints the colour that the middle
 //               of its upper half then has
@@ -31,8 +31,7 @@ using Clock = std::chrono::steady_clock;
     std::_Exit(isWritten ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
-/// A pixel of @p window as the screen has it. The window system answers when it has drawn all
-/// that it was sent before.
+/// A pixel of @p window on the screen. The window system answers after all earlier drawing.
 QColor pixelOnScreen(const QWidget &window)
 {
     const QPixmap pixel = QGuiApplication::primaryScreen()->grabWindow(
@@ -52,7 +51,7 @@ public:
         }
         const QWidget *window = static_cast<QWidget *>(watched)->window();
         const bool isDialog = qobject_cast<const QDialog *>(window) != nullptr;
-        // Queued: the window system gets the picture when all of the window is painted.
+        // Queued: the window is flushed to the window system after all of it is painted.
         if (isDialog && wantsDialog) {
             wantsDialog = false;
             QMetaObject::invokeMethod(
@@ -95,7 +94,7 @@ private:
 
 void watch()
 {
-    qunsetenv("LD_PRELOAD"); // not for what the program starts
+    qunsetenv("LD_PRELOAD"); // not for child processes
     QCoreApplication *app = QCoreApplication::instance();
     app->installEventFilter(new Watcher(app));
 }

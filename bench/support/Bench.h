@@ -7,7 +7,7 @@
 #include <functional>
 #include <vector>
 
-/// What the benchmarks share: measuring two things in turn, and the table that they print.
+/// Helpers of the benchmarks: alternating measurements, and the table of results.
 namespace Bench
 {
 
@@ -18,7 +18,7 @@ double millisecondsSince(Clock::time_point start);
 
 double median(std::vector<double> values);
 
-/// Medians of what two functions returned.
+/// Medians of the results of two functions.
 struct Medians {
     double floor = 0;
     double measured = 0;
@@ -27,8 +27,8 @@ struct Medians {
     double difference() const { return measured - floor; }
 };
 
-/// Calls the two functions in turn, after one round that does not count: whatever slows the
-/// machine down for a while slows both.
+/// Calls the two functions in turn, so that a slow phase of the machine affects both. The first
+/// round is a warm-up.
 Medians alternate(int rounds, const std::function<double()> &floor,
                   const std::function<double()> &measured);
 
@@ -37,17 +37,17 @@ QString milliseconds(double value);
 /// A ratio as text for the table.
 QString ratio(double value);
 
-/// Prints one row: what was measured, against which floor, and whether the limit is kept.
+/// Prints one row, with the verdict whether the limit is met.
 void printRow(const QString &benchmark, const QString &floor, const QString &measured,
               const QString &difference, const QString &limit, bool isKept);
 /// Prints one row that has no limit.
 void printRow(const QString &benchmark, const QString &floor, const QString &measured,
               const QString &difference);
 
-/// Ends the program when something that the measurement relies on is not so.
+/// Exits with the message @p text unless @p condition holds.
 void require(bool condition, const QString &text);
 
-/// The exit status of a benchmark: failure when a row that was printed missed its limit.
+/// The exit status of a benchmark: failure if a printed row missed its limit.
 int exitStatus();
 
 } // namespace Bench

@@ -11,7 +11,7 @@
 namespace
 {
 
-/// The strings as the system takes them, valid as long as @p strings.
+/// @p strings as a null-terminated array for posix_spawn(), valid as long as @p strings.
 std::vector<char *> pointersTo(QByteArrayList &strings)
 {
     std::vector<char *> pointers;

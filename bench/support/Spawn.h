@@ -2,20 +2,19 @@
 
 #include <QByteArrayList>
 
-/// A child process started with the least overhead there is. Ends the program when it does not
-/// start.
+/// A child process started by posix_spawn() with minimal overhead. Exits the program if that fails.
 class Spawn
 {
 public:
-    /// Starts @p command, which is found on the search path, with @p environment (without one,
-    /// this process's own). What it writes to @p descriptor is read.
+    /// Starts @p command, searched on PATH, with @p environment (empty: that of this process).
+    /// read() returns its output on @p descriptor.
     Spawn(QByteArrayList command, int descriptor, QByteArrayList environment = {});
     ~Spawn();
 
     Spawn(const Spawn &) = delete;
     Spawn &operator=(const Spawn &) = delete;
 
-    /// The next bytes that the child writes, empty when no more come.
+    /// The next output of the child; empty at its end.
     QByteArray read() const;
     /// Waits until the child has ended.
     void wait();

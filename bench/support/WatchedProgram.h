@@ -4,12 +4,12 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
-/// Runs programs with the watcher of watcher.cpp, in a home folder of their own in which the
-/// launcher is set up: a client folder with a picture.
+/// Runs programs with watcher.cpp preloaded, in a temporary home folder with launcher settings and
+/// a client folder with a picture.
 class WatchedProgram
 {
 public:
-    /// What a program told, and when.
+    /// The result of a program and its time.
     struct Run {
         double milliseconds = 0; ///< From the program's start.
         QString told;
@@ -21,10 +21,10 @@ public:
     QString picturePath() const;
     /// Colour of the client's picture.
     static QString pictureColour();
-    /// Makes the client's picture anew.
+    /// Writes the client's picture in @p size.
     void setPicture(const QSize &size) const;
 
-    /// Runs @p command until the moment @p until that watcher.cpp describes.
+    /// Runs @p command until the event @p until, described in watcher.cpp.
     Run run(const QStringList &command, const QString &until) const;
     /// The milliseconds until the window of @p command shows @p colour.
     double runUntilWindow(const QStringList &command, const QString &colour) const;

@@ -5,11 +5,11 @@
 #include <QString>
 #include <QStringList>
 
-/// How a program ended and what it wrote.
+/// Exit code and output of a program.
 struct Outcome {
     int exitCode = -1; ///< -1 when it was killed.
-    QString output;    ///< What was on standard output.
-    QString messages;  ///< What was on standard error.
+    QString output;    ///< Standard output.
+    QString messages;  ///< Standard error.
 };
 
 /// Runs @p program to its end in @p folder, with @p variables in its environment.

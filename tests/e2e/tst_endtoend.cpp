@@ -27,7 +27,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// How many processes have @p text in their command line.
+/// The number of processes with @p text in their command line.
 int processesWith(const QByteArray &text)
 {
     int count = 0;
@@ -73,9 +73,10 @@ private:
     void prepareWine();
     /// Publishes @p manifest, the Windows program and a file of 300,000 bytes.
     void publish(const QByteArray &manifest);
-    /// Gives the client folder an executable and none of what an earlier run left.
+    /// Removes the results of an earlier run from the client folder and writes the executable @p
+    /// exe.
     void resetClient(const QByteArray &exe);
-    /// Waits until the Windows program waits for its end.
+    /// Waits until the Windows program is idle.
     void waitForTheClient();
 
     QTemporaryDir work;
@@ -199,7 +200,7 @@ void TestEndToEnd::aNewClientIsDeliveredAndPlayed()
     launcher->answer(u"Atualizacao"_s, u"Return"_s);
     reader->waitForLabel(u"^Jogo em execucao\\.\\.\\.$"_s);
     waitForTheClient();
-    // What the program printed is not in the launcher.
+    // The launcher does not buffer the program's output.
     const qint64 peak = ProcessTable::memory(launcher->pid(), "VmHWM");
     QVERIFY2(peak - memory < 8 * 1024, qPrintable(u"%1 kB, then %2 kB"_s.arg(memory).arg(peak)));
     client.write(u"end"_s, {});
@@ -216,7 +217,7 @@ void TestEndToEnd::aNewClientIsDeliveredAndPlayed()
                  .toString(),
              u"2.0"_s);
 
-    // What the Windows program was given: its folder, its own path and nothing more.
+    // The Windows program receives its directory and its own path, no arguments.
     const QString folder = u"Z:"_s + QDir(client.dir()).path().replace(u'/', u'\\');
     QCOMPARE(QString::fromUtf8(client.read(u"seen/about.txt"_s)).split(u'\n'),
              QStringList({folder, folder + u"\\ZEL.exe"_s, QString()}));
@@ -247,7 +248,7 @@ void TestEndToEnd::theClientIsPlayedWithoutTheServerAndEndsWithTheLauncher()
 
 void TestEndToEnd::theClientReadsWhatTheDialogSet()
 {
-    // A folder with nothing of a client but its picture and its login file.
+    // A client folder with a picture and a login file only.
     const FakeClient fresh(u"Pasta nova"_s);
     QVERIFY(QFile::remove(fresh.filePath(u"ZEL.exe"_s)));
     fresh.write(u"Cliente.exe"_s, "the old client");

@@ -29,7 +29,7 @@ namespace
 constexpr int fileCount = 5000;
 constexpr int folderCount = 150;
 
-/// Where files cost no writes to a disk, each of which the launcher waits for.
+/// A folder in memory if possible: the launcher waits until each file is on the disk.
 QString memoryFolder()
 {
     const QFileInfo memory(u"/dev/shm"_s);
@@ -81,7 +81,7 @@ Outcome runManifest(const QStringList &arguments)
 
 } // namespace
 
-/// A patch of hostile names, made once, published by the real program and served by a real nginx.
+/// A patch with hostile file names, published by the real program and served by a real nginx.
 class TestPublish : public TestBase
 {
     Q_OBJECT
@@ -100,7 +100,7 @@ private slots:
 private:
     QByteArrayList makeNames() const;
     void updateAndCompare();
-    /// Runs the launcher's updater; its last message.
+    /// Runs the launcher's updater. Returns its last message.
     QString update(const QString &client, const QString &path) const;
 
     QTemporaryDir dir{memoryFolder()};
@@ -161,7 +161,7 @@ void TestPublish::initTestCase()
     QCOMPARE(names.size(), fileCount);
     QRandomGenerator random(1);
     for (const QByteArray &name : std::as_const(names)) {
-        // Most are small, some need many reads, some are empty.
+        // Most files are small, some need many reads, some are empty.
         const int kind = random.bounded(100);
         const int size = kind == 0 ? random.bounded(3000000) : kind < 5 ? 0 : random.bounded(5000);
         QList<quint32> words(size / 4 + 1);
@@ -182,7 +182,7 @@ void TestPublish::initTestCase()
 void TestPublish::cleanupTestCase()
 {
     nginx.stop();
-    fs::remove_all(dir.path().toStdString()); // also names that Qt does not find in a folder
+    fs::remove_all(dir.path().toStdString()); // also names that QDir does not list
 }
 
 void TestPublish::updateAndCompare()
@@ -217,7 +217,7 @@ void TestPublish::launchersGetThePatchAndTheCheckAsksForTheSame()
     const auto requests = [&] { return nginx.requests().mid(before); };
     updateAndCompare();
     QTRY_COMPARE(requests().size(), perRun);
-    updateAndCompare(); // now every file replaces an older one
+    updateAndCompare(); // now every file exists and is replaced
     QTRY_COMPARE(requests().size(), 2 * perRun);
 
     const Outcome outcome = runManifest({u"--base-url"_s, nginx.url() + u"patch"_s, patch});

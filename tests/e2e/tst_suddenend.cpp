@@ -25,14 +25,14 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int largestSize = 1024 * 1024; // of three files, each 32 times the one before
+constexpr int largestSize = 1024 * 1024; // of three files, each 32 times as large as the one before
 
 using Files = QMap<QString, QByteArray>;
 
-/// What an update brings.
+/// The files of the patch.
 const std::array patchFiles = {u"ZEL.exe"_s, u"data/one.bin"_s, u"data/two.bin"_s};
 
-/// What the launcher writes in the client folder without a temporary file, so that it may be cut.
+/// Files that the launcher writes in place, so that a kill may truncate them.
 const QStringList filesInPlace = {u"Config.bin"_s, u"serverlist.txt"_s, u"sn.bin"_s,
                                   u"server.txt"_s, u"zel_login.ini"_s};
 
@@ -62,7 +62,7 @@ QStringList differences(const Files &one, const Files &other)
 
 // ---- the process that is killed
 
-/// Stores a player's choices the way the settings dialog does. There are two sets of them.
+/// Saves one of two sets of settings, like the settings dialog.
 bool saveSettings(bool isSecond)
 {
     const QString mark = isSecond ? u"second"_s : u"first"_s;
@@ -82,7 +82,7 @@ bool saveSettings(bool isSecond)
     return settings.syncClientFiles(nullptr);
 }
 
-/// Does what a click on "Iniciar" does before the game starts.
+/// Writes the server files and updates, like a click on "Iniciar".
 bool update(const QString &baseUrl)
 {
     const LauncherSettings &settings = LauncherSettings::instance();
@@ -106,8 +106,8 @@ bool update(const QString &baseUrl)
     return isDone;
 }
 
-/// Starts like the launcher, then does what each line of the standard input asks for and answers
-/// with a line: "first" or "second" for a save, a URL for an update from there.
+/// Starts like the launcher, then runs the command in each line of standard input and prints a
+/// line: "first" or "second" saves, a URL updates from there.
 int serveAsChild()
 {
     LauncherSettings::instance().load();
@@ -133,7 +133,7 @@ public:
     ~Victim() { kill(); }
     Q_DISABLE_COPY_MOVE(Victim)
 
-    /// Its next line; nothing when none comes.
+    /// Its next line; empty if there is none.
     QByteArray answer()
     {
         while (!process.canReadLine() && process.waitForReadyRead(Timeouts::programMs)) {
@@ -157,8 +157,8 @@ private:
 
 } // namespace
 
-/// The launcher killed at random moments. The next start finds every file whole, but for a few that
-/// can be cut, and works as before.
+/// Kills the launcher at random moments. Afterwards every file is complete, except those that are
+/// written in place, and the next start works.
 class TestSuddenEnd : public TestBase
 {
     Q_OBJECT
@@ -176,13 +176,13 @@ private:
     void publish(const QByteArray &path, const QByteArray &version, char content);
     QString clientDir() const { return root->filePath(u"client"_s); }
     QString configDir() const { return TestEnvironment::configHome(); }
-    /// Everything that the launcher may write.
+    /// The contents of all files that the launcher may write.
     Files written() const;
-    /// Waits for the end of a job and returns what is then written.
+    /// Waits for the end of a job and returns written().
     Files outcomeOf(Victim &victim, const QByteArray &job);
-    /// Compares what a kill left with the two states that the launcher was between.
+    /// Checks that each file is as in one of the two states, or truncated if written in place.
     void expectWhole(const Files &left, const Files &before, const Files &after);
-    /// Removes the temporary files that a kill left, and restores the login file that it cut.
+    /// Removes left temporary files and restores a truncated login file.
     void putRight();
 
     QRandomGenerator random;
@@ -328,7 +328,7 @@ void TestSuddenEnd::everyMomentLeavesWholeFiles()
         between += left != before && left != after ? 1 : 0;
         putRight();
 
-        // The next start knows one of the two choices, and the next save and update do their work.
+        // The next start has one of the two sets, and the next save and update succeed.
         victim.emplace();
         const QByteArray known = victim->answer();
         QVERIFY2(known == "first" || known == "second", known.constData());
@@ -386,7 +386,7 @@ int main(int argc, char *argv[])
         TestEnvironment::nameApplication();
         return serveAsChild();
     }
-    // In memory where possible: every save waits for the disk.
+    // In memory if possible: every save waits for the disk.
     if (QFileInfo(u"/dev/shm"_s).isWritable()) {
         qputenv("TMPDIR", "/dev/shm");
     }

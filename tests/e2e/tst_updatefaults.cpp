@@ -13,8 +13,7 @@ namespace
 {
 
 constexpr int megabyte = 1'000'000;
-// The rates, in bytes per second, at which a megabyte takes half a second and a quarter of a
-// minute.
+// Bytes per second at which a megabyte takes 1.5 s and 15 s.
 constexpr int slow = 700'000;
 constexpr int endless = 60'000;
 

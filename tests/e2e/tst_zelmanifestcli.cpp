@@ -26,8 +26,7 @@ QSet<QString> optionsIn(const QString &text)
 
 } // namespace
 
-/// The real program, as operators run it: in a folder that holds a folder "patch" with one file
-/// and an old manifest.
+/// The real program, run in a folder with a subfolder "patch" of one file and an old manifest.
 class TestZelManifestCli : public FolderTest
 {
     Q_OBJECT
@@ -59,7 +58,7 @@ private:
     }
     QString manifestPath() const { return at(u"patch/manifest.json"_s); }
     QStringList filesInPatch() const { return Disk::names(at(u"patch"_s)); }
-    /// A file that takes a while to read, without room on the disk.
+    /// A sparse file, slow to read.
     void makeLongFile(qint64 size) const
     {
         Disk::write(at(u"patch/long"_s), {});
@@ -175,7 +174,7 @@ void TestZelManifestCli::everyRunShowsItsMessagesAndEndsWithItsCode_data()
         u"warning: \"manifest.json\": not listed; it is where the launcher looks for the manifest"_s;
     row(u"-p1 --output other.json patch"_s, 0,
         {absent, u"written: \"other.json\": version \"1\", 1 file, 1 byte"_s});
-    // An older manifest may be replaced, a file of the patch may not.
+    // An older manifest may be replaced, a file of the patch must not be.
     row(u"-p1 -o more/old.json more"_s, 0,
         {u"written: \"more/old.json\": version \"1\", 3 files, 3 bytes"_s});
     const QString noManifest =
@@ -245,7 +244,7 @@ void TestZelManifestCli::withoutSha256NoManifestIsWritten()
 
 void TestZelManifestCli::aKilledRunLeavesTheOldManifest()
 {
-    makeLongFile(qint64(1) << 40); // more than anyone waits for
+    makeLongFile(qint64(1) << 40); // takes longer than the test
     QProcess process;
     process.setWorkingDirectory(folder());
     process.start(QStringLiteral(ZEL_MANIFEST), {u"-p1"_s, u"patch"_s});

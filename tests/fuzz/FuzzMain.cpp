@@ -17,7 +17,7 @@ namespace
 {
 
 int reportFd = STDERR_FILENO; ///< Where findings are reported.
-int printedFd = -1;           ///< Takes what the launcher's code prints, which must be nothing.
+int printedFd = -1;           ///< Receives the output of the launcher's code, which must be empty.
 
 [[noreturn]] void fail(const QByteArray &finding)
 {
@@ -25,7 +25,7 @@ int printedFd = -1;           ///< Takes what the launcher's code prints, which 
     std::abort();
 }
 
-/// Drops what Qt remarks on, as the launcher's main() does.
+/// Drops Qt's messages like the launcher's main(), but aborts on a fatal one.
 void failOnFatal(QtMsgType type, const QMessageLogContext & /*context*/, const QString &text)
 {
     if (type == QtFatalMsg) {
@@ -33,8 +33,7 @@ void failOnFatal(QtMsgType type, const QMessageLogContext & /*context*/, const Q
     }
 }
 
-/// Catches standard output and error. The fuzzer has moved its own output to another descriptor
-/// by then.
+/// Redirects standard output and error. libFuzzer has moved its own output to another descriptor.
 void catchPrinted()
 {
     printedFd = memfd_create("printed", MFD_CLOEXEC);
@@ -81,7 +80,7 @@ QString Fuzz::file(const QString &name, const QByteArray &bytes)
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
-    // The fuzzer's own output leaves the two standard descriptors to the launcher's code.
+    // Keep libFuzzer's own output off the two standard descriptors.
     static char moveOutput[] = "-close_fd_mask=3";
     static std::vector<char *> arguments(*argv, *argv + *argc);
     arguments.push_back(moveOutput);

@@ -1,4 +1,4 @@
-// The input is a "Config.bin". Only 30 bytes load; what a save then writes is known word by word.
+// The input is a "Config.bin". Only 30 bytes load; a save must then write the expected words.
 
 #include <QtEndian>
 
@@ -22,7 +22,7 @@ QList<short> wordsOf(const QByteArray &bytes)
     return words;
 }
 
-/// The words that a save writes of a record loaded from @p words.
+/// The words that a save writes for a record loaded from @p words.
 QList<short> savedWords(QList<short> words)
 {
     words[2] = std::clamp<short>(words[2], 1, 3);
@@ -77,7 +77,7 @@ void fuzzOne(const QByteArray &input)
         require(input.size() != 30 && config.headerValue == -321 && config.resolution == 3 &&
                     config.raw.isEmpty(),
                 "another size leaves the record untouched");
-        // Of a record's raw words a save keeps word 5 only, and only when all 15 are there.
+        // A save keeps only word 5 of the raw words, and only if there are 15.
         config.raw = words;
         const bool isWhole = words.size() == 15 && words[5] != 0;
         require(wordsOf(saved(config, path)) ==

@@ -1,5 +1,4 @@
-// The first line of the input is a server address, the rest is a "zel_login.ini" that is pointed
-// at it.
+// The first line of the input is a server address, the rest a "zel_login.ini" to write it to.
 
 #include <QByteArrayList>
 #include <QFile>
@@ -14,8 +13,8 @@ using Fuzz::require;
 namespace
 {
 
-/// The file that @p text must become: each line that begins with the key holds the address, every
-/// other byte but carriage returns is kept, a byte order mark in front of the first line too.
+/// The expected file: each line that begins with the key has the address; all other bytes but
+/// carriage returns are kept, including a byte order mark.
 QByteArray pointedAt(const QByteArray &ip, QByteArray text)
 {
     text.replace('\r', QByteArray());

@@ -37,9 +37,8 @@ QStringList listedPaths(const QByteArray &manifest)
     return paths;
 }
 
-/// True when @p path cannot lead out of the folder that it is joined to, not even when it is cut
-/// at a NUL character. An update uses paths unchanged, so the server must not send it a file
-/// for any other.
+/// True when @p path cannot leave the folder that it is joined to, not even if truncated at a NUL
+/// character. An update uses paths unchanged, so the server must not send a file for any other.
 bool staysInside(const QString &path)
 {
     const QString parent = QStringLiteral("..");
@@ -145,7 +144,7 @@ private:
     QString lastMessage;
 };
 
-/// Names of the files under @p folder, as the disk holds them.
+/// Names of the files under @p folder as raw bytes.
 QSet<QByteArray> filesUnder(const QString &folder)
 {
     QSet<QByteArray> names;
@@ -157,7 +156,7 @@ QSet<QByteArray> filesUnder(const QString &folder)
     return names;
 }
 
-/// Checks the client folder after a run for which the server had every file.
+/// Checks the client folder after a run in which the server had every file.
 void requireStored(const QDir &client, const QStringList &paths, bool success)
 {
     QSet<QByteArray> named;

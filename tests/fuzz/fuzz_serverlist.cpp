@@ -1,4 +1,4 @@
-// The input is a "serverlist.txt". What is detected in it and written back is detected again.
+// The input is a "serverlist.txt". The detected server must survive a round trip.
 
 #include <algorithm>
 
@@ -29,7 +29,7 @@ void fuzzOne(const QByteArray &input)
     require(!ip.isEmpty() && channels >= 1, "a server has an address and a channel");
 
     if (!ServerList::writeMinimal(path, 0, ip, channels, &error)) {
-        // White space beyond ASCII does not end a word of the list, yet trims to nothing.
+        // White space beyond ASCII does not separate tokens, but is trimmed.
         require(ip.trimmed().isEmpty() && error == u"IP invalido."_s,
                 "only an address of nothing but white space is refused");
         require(Disk::read(path) == input, "a refused address leaves the file untouched");

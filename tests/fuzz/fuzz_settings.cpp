@@ -1,5 +1,5 @@
-// The input is the launcher's settings file, as a user or a failing disk may leave it. It always
-// loads, and what was loaded survives a save.
+// The input is the launcher's settings file, perhaps damaged. It must always load, and the loaded
+// values must survive a save.
 
 #include <algorithm>
 
@@ -31,8 +31,8 @@ void saveAndLoad()
 
 void fuzzOne(const QByteArray &input)
 {
-    // A value in the library's own serialised form is the library's to read, who believes any
-    // length that it announces. The launcher writes none.
+    // QSettings trusts the lengths in values serialised by QDataStream. The launcher writes no such
+    // values.
     if (input.contains("@Variant(") || input.contains("@DateTime(")) {
         return;
     }
@@ -43,7 +43,7 @@ void fuzzOne(const QByteArray &input)
             "there are 1 to 10 channels");
     require(!settings().clientDir.isEmpty(), "the launcher's own folder stands in for none");
 
-    // Half a surrogate pair is no character and does not survive the way through UTF-8.
+    // A lone surrogate does not survive the conversion to UTF-8.
     const QString loadedDir = settings().clientDir;
     const QStringList loadedFields = fields(settings());
     if (!loadedDir.isValidUtf16() ||

@@ -1,7 +1,7 @@
-// The input is split at its NUL characters into words, which a real bash must see unchanged.
+// The input is split at NUL characters into words, which bash must receive unchanged.
 //
-// shellQuote() is local to the main window's source file, so this program compiles that file and
-// takes only the meta-object from the library.
+// shellQuote() is local to MainWindow.cpp, so this program includes that file and links the library
+// for the meta-object only.
 
 #include "app/MainWindow.cpp"
 
@@ -16,8 +16,8 @@ using Fuzz::require;
 namespace
 {
 
-/// A bash that evaluates one command line after another. A quoting error must not reach the
-/// machine: it is restricted, finds no program and lacks its own dangerous commands.
+/// A bash that evaluates one command line after another. In case of a quoting error it is
+/// restricted, has an empty PATH and lacks dangerous builtins.
 class Bash
 {
 public:
@@ -41,7 +41,7 @@ public:
         process.waitForFinished();
     }
 
-    /// What printf prints of @p words, which stand in its command line as they are.
+    /// The output of printf with @p words unquoted in its command line.
     QByteArray print(const QStringList &words)
     {
         process.write("printf '%s\\0' " + words.join(u' ').toUtf8() + '\0');

@@ -1,5 +1,4 @@
-// The input is a "sn.bin" to read; its first byte and the rest are also a group and a name to
-// write.
+// The input is read as a "sn.bin"; its first byte and the rest are also written as group and name.
 
 #include <QByteArrayList>
 
