@@ -15,6 +15,8 @@
 
 #include <sys/socket.h>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -146,18 +148,6 @@ qsizetype HttpAnswer::toWire(qsizetype position) const
     default:
         return header.size() + position;
     }
-}
-
-QByteArrayList HttpRequest::headerNames() const
-{
-    QByteArrayList names;
-    const QList<QByteArray> lines = head.split('\n');
-    for (const QByteArray &line : lines.mid(1)) {
-        if (line.contains(':')) {
-            names.append(line.left(line.indexOf(':')));
-        }
-    }
-    return names;
 }
 
 /// One connection of the server: reads a request, sends its answer, reads the next.
@@ -316,52 +306,41 @@ void HttpConnection::setHeld(bool nowHeld)
     }
 }
 
-HttpServer::HttpServer(Place place)
+HttpServer::HttpServer()
     : listener(new QTcpServer)
 {
-    if (place == Place::OwnThread) {
-        startThread();
-    } else {
-        listen();
-    }
+    start();
 }
 
 HttpServer::HttpServer(const QSslConfiguration &tls)
-    : scheme(QStringLiteral("https"))
+    : scheme(u"https"_s)
 {
     auto *server = new QSslServer;
     server->setSslConfiguration(tls);
     listener = server;
-    startThread();
+    start();
 }
 
 HttpServer::~HttpServer()
 {
-    if (thread.isRunning()) {
-        connect(&thread, &QThread::finished, listener, &QObject::deleteLater);
-        thread.quit();
-        thread.wait();
-    } else {
-        delete listener;
-    }
+    connect(&thread, &QThread::finished, listener, &QObject::deleteLater);
+    thread.quit();
+    thread.wait();
 }
 
-void HttpServer::startThread()
-{
-    listener->moveToThread(&thread);
-    thread.start();
-    QMetaObject::invokeMethod(
-        listener, [this] { listen(); }, Qt::BlockingQueuedConnection);
-}
-
-void HttpServer::listen()
+void HttpServer::start()
 {
     connect(listener, &QTcpServer::pendingConnectionAvailable, listener, [this] {
         while (QTcpSocket *socket = listener->nextPendingConnection()) {
             new HttpConnection(this, socket);
         }
     });
-    if (!listener->listen(QHostAddress::LocalHost)) {
+    listener->moveToThread(&thread);
+    thread.start();
+    const auto listen = [this] { return listener->listen(QHostAddress::LocalHost); };
+    bool listens = false;
+    QMetaObject::invokeMethod(listener, listen, Qt::BlockingQueuedConnection, &listens);
+    if (!listens) {
         qFatal("no port to listen on: %s", qPrintable(listener->errorString()));
     }
     listenPort = listener->serverPort();
@@ -369,7 +348,7 @@ void HttpServer::listen()
 
 QString HttpServer::url(const QString &path) const
 {
-    return QStringLiteral("%1://127.0.0.1:%2").arg(scheme).arg(listenPort) + path;
+    return u"%1://127.0.0.1:%2"_s.arg(scheme).arg(listenPort) + path;
 }
 
 void HttpServer::answer(const QByteArray &path, const HttpAnswer &answer)

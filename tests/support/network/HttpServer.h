@@ -75,31 +75,22 @@ struct HttpRequest {
     QByteArray path;    ///< The request target as it stood in the request line.
     QByteArray head;    ///< Request line and header lines, each with its line end.
     int connection = 0; ///< Which connection it came on, the first being 1.
-
-    /// The names of the header lines, in order.
-    QByteArrayList headerNames() const;
 };
 
 /// A scripted HTTP/1.1 server on a free port of 127.0.0.1 that records its requests.
 ///
-/// A path without a script is answered with 404. Every member may be called from the thread that
-/// made the server, whichever thread it works in.
+/// A path without a script is answered with 404. The server answers in a thread of its own, also
+/// while the thread that made it, which may call every member, is busy.
 class HttpServer : public QObject
 {
     Q_OBJECT
 
 public:
-    enum class Place {
-        OwnThread,     ///< Answers while the caller's thread is busy.
-        CallersThread, ///< Answers in the caller's event loop.
-    };
-
-    explicit HttpServer(Place place = Place::OwnThread);
-    /// Speaks TLS, in a thread of its own.
+    HttpServer();
+    /// Speaks TLS.
     explicit HttpServer(const QSslConfiguration &tls);
     ~HttpServer() override;
 
-    quint16 port() const { return listenPort; }
     /// "http://127.0.0.1:port", or "https", followed by @p path.
     QString url(const QString &path = {}) const;
 
@@ -140,8 +131,7 @@ private:
         int held = 0;
     };
 
-    void startThread();
-    void listen();
+    void start();
 
     mutable QMutex mutex;
     Record record; // guarded by the mutex

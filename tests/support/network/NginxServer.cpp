@@ -1,7 +1,6 @@
 #include "support/network/NginxServer.h"
 
 #include <QDeadlineTimer>
-#include <QDir>
 #include <QFile>
 #include <QStandardPaths>
 #include <QTcpServer>
@@ -12,6 +11,8 @@
 
 #include "support/Timeouts.h"
 #include "support/files/Disk.h"
+
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -55,11 +56,10 @@ NginxServer::~NginxServer()
 
 QString NginxServer::program()
 {
-    const QString name = QStringLiteral("nginx");
+    const QString name = u"nginx"_s;
     const QString found = QStandardPaths::findExecutable(name);
     // Debian keeps it out of users' search path.
-    return found.isEmpty() ? QStandardPaths::findExecutable(name, {QStringLiteral("/usr/sbin")})
-                           : found;
+    return found.isEmpty() ? QStandardPaths::findExecutable(name, {u"/usr/sbin"_s}) : found;
 }
 
 bool NginxServer::start(const QString &root, QString *error)
@@ -97,12 +97,12 @@ void NginxServer::kill()
 
 QString NginxServer::url() const
 {
-    return QStringLiteral("http://127.0.0.1:%1/").arg(port);
+    return u"http://127.0.0.1:%1/"_s.arg(port);
 }
 
 QList<QByteArray> NginxServer::requests() const
 {
-    QFile log(QDir(dir.path()).filePath(QStringLiteral("access.log")));
+    QFile log(dir.filePath(u"access.log"_s));
     if (!log.open(QIODevice::ReadOnly)) {
         return {};
     }
@@ -113,21 +113,21 @@ QList<QByteArray> NginxServer::requests() const
 
 QString NginxServer::pidFile() const
 {
-    return dir.path() + QStringLiteral("/nginx.pid");
+    return dir.filePath(u"nginx.pid"_s);
 }
 
 bool NginxServer::startOn(quint16 freePort, const QString &root)
 {
     port = freePort;
     servedRoot = root;
-    const QString file = QDir(dir.path()).filePath(QStringLiteral("nginx.conf"));
+    const QString file = dir.filePath(u"nginx.conf"_s);
     Disk::write(file, QString::fromLatin1(configuration)
                           .arg(dir.path(), QString::number(port), root, QString::number(rate))
                           .toUtf8());
     // Not even a test that is killed leaves it behind.
     process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
-    process.start(program(), {QStringLiteral("-p"), dir.path(), QStringLiteral("-c"), file,
-                              QStringLiteral("-e"), dir.path() + QStringLiteral("/error.log")});
+    process.start(program(),
+                  {u"-p"_s, dir.path(), u"-c"_s, file, u"-e"_s, dir.filePath(u"error.log"_s)});
 
     const QDeadlineTimer deadline(Timeouts::programMs);
     while (!deadline.hasExpired() && !process.waitForFinished(10)) {
