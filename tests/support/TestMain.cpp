@@ -4,19 +4,23 @@
 #include <QFile>
 #include <QRegularExpression>
 
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
 TestEnvironment::TestEnvironment()
 {
-    const QDir root(dir.path());
-    for (const char *name : {"home", "config", "data", "cache", "runtime"}) {
-        root.mkpath(QLatin1String(name));
+    const std::pair<const char *, QString> folders[] = {{"HOME", u"home"_s},
+                                                        {"XDG_CONFIG_HOME", u"config"_s},
+                                                        {"XDG_DATA_HOME", u"data"_s},
+                                                        {"XDG_CACHE_HOME", u"cache"_s},
+                                                        {"XDG_RUNTIME_DIR", u"runtime"_s}};
+    for (const auto &[variable, name] : folders) {
+        QDir().mkpath(dir.filePath(name));
+        qputenv(variable, dir.filePath(name).toLocal8Bit());
     }
-    qputenv("HOME", root.filePath(QStringLiteral("home")).toLocal8Bit());
-    qputenv("XDG_CONFIG_HOME", root.filePath(QStringLiteral("config")).toLocal8Bit());
-    qputenv("XDG_DATA_HOME", root.filePath(QStringLiteral("data")).toLocal8Bit());
-    qputenv("XDG_CACHE_HOME", root.filePath(QStringLiteral("cache")).toLocal8Bit());
-    const QString runtime = root.filePath(QStringLiteral("runtime"));
-    QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    qputenv("XDG_RUNTIME_DIR", runtime.toLocal8Bit());
+    QFile::setPermissions(dir.filePath(u"runtime"_s),
+                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     // The D-Bus library leaks where it looks for a bus and finds none.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
@@ -26,8 +30,8 @@ TestEnvironment::TestEnvironment()
 
 void TestEnvironment::nameApplication()
 {
-    QCoreApplication::setApplicationName(QStringLiteral("zel_launcher"));
-    QCoreApplication::setOrganizationName(QStringLiteral("Orvandale"));
+    QCoreApplication::setApplicationName(u"zel_launcher"_s);
+    QCoreApplication::setOrganizationName(u"Orvandale"_s);
 }
 
 QString TestEnvironment::home()
@@ -42,7 +46,7 @@ QString TestEnvironment::configHome()
 
 QString TestEnvironment::settingsFile()
 {
-    return QDir(configHome()).filePath(QStringLiteral("Orvandale/zel_launcher.ini"));
+    return QDir(configHome()).filePath(u"Orvandale/zel_launcher.ini"_s);
 }
 
 void TestBase::init()

@@ -7,6 +7,8 @@
 
 #include <csignal>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -53,7 +55,7 @@ void Disk::makeLink(const QString &path, const QString &target)
 
 void Disk::makeFull(const QString &path)
 {
-    makeLink(path, QStringLiteral("/dev/full"));
+    makeLink(path, u"/dev/full"_s);
 }
 
 QStringList Disk::names(const QString &path)
@@ -79,12 +81,10 @@ Disk::SizeLimit::SizeLimit(rlim_t bytes)
 {
     // The signal would end the program; without it the write fails.
     std::signal(SIGXFSZ, SIG_IGN);
-    require(getrlimit(RLIMIT_FSIZE, &before) == 0, "cannot read the limit of",
-            QStringLiteral("files"));
+    require(getrlimit(RLIMIT_FSIZE, &before) == 0, "cannot read the limit of", u"files"_s);
     rlimit limit = before;
     limit.rlim_cur = bytes;
-    require(setrlimit(RLIMIT_FSIZE, &limit) == 0, "cannot set the limit of",
-            QStringLiteral("files"));
+    require(setrlimit(RLIMIT_FSIZE, &limit) == 0, "cannot set the limit of", u"files"_s);
 }
 
 Disk::SizeLimit::~SizeLimit()

@@ -3,10 +3,12 @@
 #include <QRandomGenerator>
 #include <QString>
 
+using namespace Qt::StringLiterals;
+
 QByteArray hostileName(QRandomGenerator *random, int longest)
 {
     static const QString special =
-        QStringLiteral(" #?%&+=;:@!$'()*,[]{}|\\^`\"<>~-._\t\n\r\x7f\u0085\u2028\uFEFF\u202E");
+        u" #?%&+=;:@!$'()*,[]{}|\\^`\"<>~-._\t\n\r\x7f\u0085\u2028\uFEFF\u202E"_s;
     QString name;
     for (int left = random->bounded(1, longest + 1); left > 0; --left) {
         switch (random->bounded(6)) {
@@ -18,7 +20,7 @@ QByteArray hostileName(QRandomGenerator *random, int longest)
             name += QLatin1Char(char(random->bounded('a', 'z' + 1)));
             break;
         case 3: // what looks encoded already
-            name += QStringLiteral("%%1").arg(random->bounded(256), 2, 16, QLatin1Char('0'));
+            name += u"%%1"_s.arg(random->bounded(256), 2, 16, QLatin1Char('0'));
             break;
         case 4:
             name += QChar(ushort(random->bounded(0x80, 0xD800)));

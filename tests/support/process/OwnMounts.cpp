@@ -22,19 +22,22 @@ QStringList OwnMounts::commandLine(const QString &script, const QStringList &com
                 << u"bash"_s << command;
 }
 
+QString OwnMounts::run(const QString &script, const QStringList &command)
+{
+    QStringList line = commandLine(script, command);
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(line.takeFirst(), line);
+    const bool ended = process.waitForFinished(Timeouts::programMs);
+    const QString printed = QString::fromLocal8Bit(process.readAll()).trimmed();
+    if (ended && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0) {
+        return {};
+    }
+    return printed.isEmpty() ? u"failed without output: "_s + process.errorString() : printed;
+}
+
 QString OwnMounts::obstacle()
 {
-    static const QString text = [] {
-        QStringList line = commandLine(u"mount -t tmpfs tmpfs /mnt; exit"_s, {});
-        QProcess process;
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(line.takeFirst(), line);
-        const bool ended = process.waitForFinished(Timeouts::programMs);
-        const QString printed = QString::fromLocal8Bit(process.readAll()).trimmed();
-        if (ended && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0) {
-            return QString();
-        }
-        return printed.isEmpty() ? process.errorString() : printed;
-    }();
+    static const QString text = run(u"mount -t tmpfs tmpfs /mnt; exit"_s, {});
     return text;
 }

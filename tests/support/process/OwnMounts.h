@@ -11,6 +11,9 @@ namespace OwnMounts
 /// first. The script finds the system's tools, whatever PATH is; the command gets this PATH.
 QStringList commandLine(const QString &script, const QStringList &command);
 
+/// Runs that command line to its end. Empty when it ends with exit code 0, else what it printed.
+QString run(const QString &script, const QStringList &command);
+
 /// Why this user may have no such mounts; empty when he may. Tried once.
 QString obstacle();
 

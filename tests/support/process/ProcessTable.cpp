@@ -7,13 +7,15 @@
 
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 /// The text after @p key in the status file of a process; empty when there is none.
 QByteArray statusValue(qint64 pid, const QByteArray &key)
 {
-    QFile status(QStringLiteral("/proc/%1/status").arg(pid));
+    QFile status(u"/proc/%1/status"_s.arg(pid));
     if (status.open(QIODevice::ReadOnly)) {
         const QByteArrayList lines = status.readAll().split('\n');
         for (const QByteArray &line : lines) {
@@ -35,7 +37,7 @@ bool ProcessTable::isAlive(qint64 pid)
 QList<qint64> ProcessTable::children()
 {
     QList<qint64> found;
-    const QStringList entries = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+    const QStringList entries = QDir(u"/proc"_s).entryList(QDir::Dirs);
     for (const QString &entry : entries) {
         const qint64 pid = entry.toLongLong(); // 0 for what is no process
         if (pid > 0 && statusValue(pid, "PPid").toLongLong() == ::getpid()) {
@@ -48,7 +50,7 @@ QList<qint64> ProcessTable::children()
 qsizetype ProcessTable::openDescriptors()
 {
     // One of them reads the folder.
-    return QDir(QStringLiteral("/proc/self/fd"))
+    return QDir(u"/proc/self/fd"_s)
         .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
         .size();
 }

@@ -7,7 +7,7 @@
 #include <QStringList>
 
 /// The user in front of the file choosers, which must be Qt's own. While one of these lives, each
-/// chooser must be one that it was told to answer and each answer must be used; the test fails
+/// chooser must be one that it is to answer and each answer must be used; the test fails
 /// otherwise.
 class FileChooserUser : public QObject
 {

@@ -6,6 +6,8 @@
 
 #include "support/Timeouts.h"
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -23,11 +25,9 @@ VirtualDisplay::VirtualDisplay(QSize size)
     // The server takes a free number and tells it on its standard output. Without "-noreset" it
     // would begin anew, and turn clients away meanwhile, whenever its last client goes.
     server.setStandardErrorFile(QProcess::nullDevice());
-    server.start(QStringLiteral("Xvfb"),
-                 {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),
-                  QStringLiteral("-screen"), QStringLiteral("0"),
-                  QStringLiteral("%1x%2x24").arg(digits(size.width()), digits(size.height())),
-                  QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-noreset"_s, u"-screen"_s, u"0"_s,
+                             u"%1x%2x24"_s.arg(digits(size.width()), digits(size.height())),
+                             u"-nolisten"_s, u"tcp"_s});
     QByteArray number;
     while (!number.endsWith('\n') && server.waitForReadyRead(Timeouts::programMs)) {
         number += server.readAll();
@@ -65,27 +65,20 @@ QString VirtualDisplay::waitForWindow(const QString &title, const QStringList &k
 bool VirtualDisplay::click(const QString &window, QPoint place) const
 {
     // From the pixel beside it: the wait for a mouse that is there already would be a long one.
-    return !output(QStringLiteral("xdotool"),
-                   {QStringLiteral("mousemove"), QStringLiteral("--window"), window,
-                    digits(place.x() - 1), digits(place.y()), QStringLiteral("mousemove"),
-                    QStringLiteral("--sync"), QStringLiteral("--window"), window, digits(place.x()),
-                    digits(place.y()), QStringLiteral("click"), QStringLiteral("1")})
+    return !output(u"xdotool"_s, {u"mousemove"_s, u"--window"_s, window, digits(place.x() - 1),
+                                  digits(place.y()), u"mousemove"_s, u"--sync"_s, u"--window"_s,
+                                  window, digits(place.x()), digits(place.y()), u"click"_s, u"1"_s})
                 .isNull();
 }
 
 bool VirtualDisplay::focus(const QString &window) const
 {
-    return !output(QStringLiteral("xdotool"),
-                   {QStringLiteral("windowfocus"), QStringLiteral("--sync"), window})
-                .isNull();
+    return !output(u"xdotool"_s, {u"windowfocus"_s, u"--sync"_s, window}).isNull();
 }
 
 bool VirtualDisplay::pressKey(const QString &window, const QString &key) const
 {
-    return !output(QStringLiteral("xdotool"),
-                   {QStringLiteral("windowfocus"), QStringLiteral("--sync"), window,
-                    QStringLiteral("key"), QStringLiteral("--clearmodifiers"), key})
-                .isNull();
+    return focus(window) && !output(u"xdotool"_s, {u"key"_s, u"--clearmodifiers"_s, key}).isNull();
 }
 
 bool VirtualDisplay::closeByKey(const QString &window, const QString &key) const
@@ -96,7 +89,7 @@ bool VirtualDisplay::closeByKey(const QString &window, const QString &key) const
         pressKey(window, key);
         const QDeadlineTimer closed(secondPressMs);
         while (!closed.hasExpired()) {
-            if (!visibleWindows(QStringLiteral(".")).contains(window)) {
+            if (!visibleWindows(u"."_s).contains(window)) {
                 return true;
             }
             QThread::msleep(pollMs);
@@ -107,57 +100,42 @@ bool VirtualDisplay::closeByKey(const QString &window, const QString &key) const
 
 QColor VirtualDisplay::colorAt(const QString &window, QPoint place) const
 {
-    const QString pixel =
-        output(QStringLiteral("import"),
-               {QStringLiteral("-window"), window, QStringLiteral("-crop"),
-                QStringLiteral("1x1+%1+%2").arg(digits(place.x()), digits(place.y())),
-                QStringLiteral("-depth"), QStringLiteral("8"), QStringLiteral("txt:-")});
-    static const QRegularExpression hex(QStringLiteral("#[0-9A-Fa-f]{6}"));
-    return QColor(hex.match(pixel).captured());
+    const QByteArray pixel =
+        output(u"import"_s, {u"-window"_s, window, u"-crop"_s,
+                             u"1x1+%1+%2"_s.arg(digits(place.x()), digits(place.y())), u"-depth"_s,
+                             u"8"_s, u"txt:-"_s});
+    static const QRegularExpression hex(u"#[0-9A-Fa-f]{6}"_s);
+    return QColor(hex.match(QString::fromLatin1(pixel)).captured());
 }
 
 QImage VirtualDisplay::imageOf(const QString &window) const
 {
-    return QImage::fromData(rawOutput(
-        QStringLiteral("import"), {QStringLiteral("-window"), window, QStringLiteral("ppm:-")}));
+    return QImage::fromData(output(u"import"_s, {u"-window"_s, window, u"ppm:-"_s}));
 }
 
 QStringList VirtualDisplay::visibleWindows(const QString &pattern) const
 {
-    return output(QStringLiteral("xdotool"),
-                  {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                   QStringLiteral("--name"), pattern})
-        .split(u'\n', Qt::SkipEmptyParts);
+    const QByteArray ids =
+        output(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, pattern});
+    return QString::fromLatin1(ids).split(u'\n', Qt::SkipEmptyParts);
 }
 
 /// What a program prints when it ends well, else null.
-QByteArray VirtualDisplay::rawOutput(const QString &program, const QStringList &arguments) const
+QByteArray VirtualDisplay::output(const QString &program, const QStringList &arguments) const
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DISPLAY"), displayName);
+    environment.insert(u"DISPLAY"_s, displayName);
     process.setProcessEnvironment(environment);
     process.setStandardErrorFile(QProcess::nullDevice());
     process.start(program, arguments);
     if (!process.waitForFinished(Timeouts::programMs)) {
         process.kill();
         process.waitForFinished();
-        return {};
     }
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
         return {};
     }
     const QByteArray bytes = process.readAllStandardOutput();
     return bytes.isNull() ? QByteArray("") : bytes;
-}
-
-/// The same as one trimmed text.
-QString VirtualDisplay::output(const QString &program, const QStringList &arguments) const
-{
-    const QByteArray bytes = rawOutput(program, arguments);
-    if (bytes.isNull()) {
-        return {};
-    }
-    const QString text = QString::fromUtf8(bytes).trimmed();
-    return text.isNull() ? QLatin1String("") : text;
 }

@@ -33,15 +33,14 @@ public:
     /// Closes a window by a key. The key is pressed again when the window did not have the focus
     /// yet and so did not get it.
     bool closeByKey(const QString &window, const QString &key) const;
-    /// The colour of a place in a window; invalid when it cannot be told.
+    /// The colour of a place in a window; invalid when it cannot be read.
     QColor colorAt(const QString &window, QPoint place) const;
-    /// What a window shows, pixel by pixel; null when it cannot be told.
+    /// What a window shows, pixel by pixel; null when it cannot be read.
     QImage imageOf(const QString &window) const;
 
 private:
     QStringList visibleWindows(const QString &pattern) const;
-    QByteArray rawOutput(const QString &program, const QStringList &arguments) const;
-    QString output(const QString &program, const QStringList &arguments) const;
+    QByteArray output(const QString &program, const QStringList &arguments) const;
 
     QProcess server;
     QString displayName;
