@@ -77,7 +77,7 @@ bool writeBody(QIODevice *body, QSaveFile *file)
 std::optional<QString> storeBody(QIODevice *body, const QString &target)
 {
     QSaveFile file(target);
-    // The library prints a warning for a name with a null character.
+    // QSaveFile would replace the file whose name stands before a NUL character.
     const bool isValidName = !target.contains(QChar::Null);
     if (isValidName) {
         QDir().mkpath(QFileInfo(target).path());
