@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# Roots of other distributions, below $ZEL_ROOTS or build/roots; sourced by scripts/portable and
-# scripts/test-portable as root. A root is made once: remove its folder to have it made anew, with
-# the packages of that day.
+# Roots of other distributions, below $ZEL_ROOTS or build/roots; sourced as root, by scripts that have
+# their own mounts. A root is made once: remove its folder to have it made anew, with the packages
+# of that day.
 
 roots=${ZEL_ROOTS:-$PWD/build/roots}
 
@@ -62,4 +62,27 @@ make_root() {
     in_root "$new" apt-get clean
     unmount_below "$new"
     mv "$new" "$root"
+}
+
+# The root of that suite's name, with what a desktop without Qt has.
+make_desktop_root() { # suite
+    local -a desktop=(ca-certificates fonts-dejavu-core libegl1 libgl1 libgssapi-krb5-2 libgtk-3-0
+        libsm6)
+    case $1 in
+    bookworm | resolute) make_root "$1" "$1" "${desktop[@]}" wine wine64 ;;
+    *) make_root "$1" "$1" "${desktop[@]}" ;;
+    esac
+}
+
+# lay_over NAME FOLDER: sets root to FOLDER/NAME-N, a root over that of the name. Its changes are
+# kept in FOLDER, too; unmount_below FOLDER before that is removed.
+layers=0
+lay_over() {
+    layers=$((layers + 1))
+    root=$2/$1-$layers
+    local changes=$2/changes-$layers
+    mkdir -p "$root" "$changes"/{upper,work}
+    mount -t overlay overlay "$root" \
+        -o "lowerdir=$roots/$1,upperdir=$changes/upper,workdir=$changes/work"
+    mount -t proc proc "$root/proc"
 }
