@@ -57,9 +57,10 @@ start_display() {
     export DISPLAY
 }
 
-# A session bus, through which widgets can be read; sets DBUS_SESSION_BUS_ADDRESS.
+# start_bus [ADDRESS]: a session bus, through which widgets can be read; sets
+# DBUS_SESSION_BUS_ADDRESS.
 start_bus() {
-    dbus-daemon --session --nofork --nopidfile --print-address=3 3>"$work/bus" >/dev/null 2>&1 &
+    dbus-daemon --session --nofork --nopidfile ${1:+--address="$1"} --print-address=3 3>"$work/bus" >/dev/null 2>&1 &
     pids+=($!)
     wait_until 60 test -s "$work/bus" || die "dbus-daemon did not start"
     DBUS_SESSION_BUS_ADDRESS=$(<"$work/bus")
