@@ -59,8 +59,10 @@ start_display() {
 
 # start_bus [ADDRESS]: a session bus, through which widgets can be read; sets
 # DBUS_SESSION_BUS_ADDRESS.
+# shellcheck disable=SC2120 # the address is optional
 start_bus() {
-    dbus-daemon --session --nofork --nopidfile ${1:+--address="$1"} --print-address=3 3>"$work/bus" >/dev/null 2>&1 &
+    dbus-daemon --session --nofork --nopidfile ${1:+--address="$1"} --print-address=3 \
+        3>"$work/bus" >/dev/null 2>&1 &
     pids+=($!)
     wait_until 60 test -s "$work/bus" || die "dbus-daemon did not start"
     DBUS_SESSION_BUS_ADDRESS=$(<"$work/bus")

@@ -3,7 +3,11 @@
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QEvent>
+#include <QFileInfo>
+#include <QIcon>
 #include <QPushButton>
+
+#include <utility>
 
 #include "ui/ZelPalette.h"
 
@@ -38,11 +42,42 @@ void setStandardText(QPushButton *button)
     }
 }
 
+bool isIconTheme(const QString &name)
+{
+    for (const QString &folder : QIcon::themeSearchPaths()) {
+        if (QFileInfo::exists(folder + u'/' + name + QStringLiteral("/index.theme"))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Takes the variant of the desktop's icon theme that belongs to @p mode, if there is one: with the
+/// other one, the file chooser's icons have the colour of what is behind them.
+void setIconTheme(ZelTheme::Mode mode)
+{
+    const QString name = QIcon::themeName();
+    const QString dark = QStringLiteral("-dark");
+    QStringList variants;
+    if (mode == ZelTheme::Mode::Light && name.endsWith(dark, Qt::CaseInsensitive)) {
+        variants = {name.chopped(dark.size())};
+    } else if (mode == ZelTheme::Mode::Dark && !name.endsWith(dark, Qt::CaseInsensitive)) {
+        variants = {name + dark, name + QStringLiteral("-Dark")};
+    }
+    for (const QString &variant : std::as_const(variants)) {
+        if (isIconTheme(variant)) {
+            QIcon::setThemeName(variant);
+            return;
+        }
+    }
+}
+
 } // namespace
 
-StandardLook::StandardLook(ZelTheme::Mode mode)
-    : font(QApplication::font())
-    , palette(ZelPalette::forMode(mode))
+StandardLook::StandardLook(ZelTheme::Mode themeMode)
+    : mode(themeMode)
+    , font(QApplication::font())
+    , palette(ZelPalette::forMode(themeMode))
 {
     restoreTimer.setSingleShot(true);
     connect(&restoreTimer, &QTimer::timeout, this, &StandardLook::restore);
@@ -77,6 +112,7 @@ void StandardLook::restore()
     // Also clears the platform theme's fonts for widget classes, which setStyleSheet() sets again.
     QApplication::setFont(font);
     QApplication::setPalette(palette);
+    setIconTheme(mode);
     // Widgets keep fonts that the style sheet derived from the desktop's until it is set again.
     qApp->setStyleSheet(qApp->styleSheet());
     // The calls above sent the same events; they must not start another round.

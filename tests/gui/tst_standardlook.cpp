@@ -7,8 +7,11 @@
 #include "ui/StandardLook.h"
 
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QFileDialog>
 #include <QPushButton>
+#include <QScopeGuard>
+#include <QTemporaryDir>
 
 #include <private/qguiapplication_p.h>
 #include <qpa/qplatformtheme.h>
@@ -116,6 +119,8 @@ private slots:
     void theWordsOfTheButtons_data();
     void theWordsOfTheButtons();
     void theFileChooserHasTheWordsToo();
+    void theIconsBelongToTheMode_data();
+    void theIconsBelongToTheMode();
     void theButtonsKeepTheDesktopsOrder();
     void oneChangeIsAnsweredOnce();
 
@@ -246,6 +251,58 @@ void TestStandardLook::theFileChooserHasTheWordsToo()
     const auto *box = chooser.findChild<QDialogButtonBox *>();
     QCOMPARE(box->button(QDialogButtonBox::Cancel)->text(), u"Cancelar"_s);
     QCOMPARE(box->button(QDialogButtonBox::Open)->text(), u"&Abrir"_s);
+}
+
+void TestStandardLook::theIconsBelongToTheMode_data()
+{
+    QTest::addColumn<Mode>("mode");
+    QTest::addColumn<QStringList>("installed");
+    QTest::addColumn<QString>("chosen");
+    QTest::addColumn<QString>("expected");
+
+    const QStringList both{u"kind"_s, u"kind-dark"_s};
+    QTest::newRow("dark for light") << Mode::Dark << both << u"kind"_s << u"kind-dark"_s;
+    QTest::newRow("dark for dark") << Mode::Dark << both << u"kind-dark"_s << u"kind-dark"_s;
+    QTest::newRow("light for light") << Mode::Light << both << u"kind"_s << u"kind"_s;
+    QTest::newRow("light for dark") << Mode::Light << both << u"kind-dark"_s << u"kind"_s;
+
+    const QStringList capitals{u"Kind"_s, u"Kind-Dark"_s};
+    QTest::newRow("dark, capitals") << Mode::Dark << capitals << u"Kind"_s << u"Kind-Dark"_s;
+    QTest::newRow("dark, already, capitals")
+        << Mode::Dark << QStringList{u"Kind-Dark"_s, u"Kind-Dark-dark"_s} << u"Kind-Dark"_s
+        << u"Kind-Dark"_s;
+    QTest::newRow("light, capitals") << Mode::Light << capitals << u"Kind-Dark"_s << u"Kind"_s;
+
+    QTest::newRow("no dark one") << Mode::Dark << QStringList{u"kind"_s} << u"kind"_s << u"kind"_s;
+    QTest::newRow("no light one") << Mode::Light << QStringList{u"kind-dark"_s} << u"kind-dark"_s
+                                  << u"kind-dark"_s;
+}
+
+void TestStandardLook::theIconsBelongToTheMode()
+{
+    QFETCH(const Mode, mode);
+    QFETCH(const QStringList, installed);
+    QFETCH(const QString, chosen);
+    QFETCH(const QString, expected);
+    const QTemporaryDir folder;
+    for (const QString &name : installed) {
+        QVERIFY(QDir(folder.path()).mkdir(name));
+        QFile index(folder.filePath(name + u"/index.theme"_s));
+        QVERIFY(index.open(QIODevice::WriteOnly));
+    }
+    // A folder without an index is no theme.
+    QVERIFY(QDir(folder.path()).mkpath(u"other/kind-dark"_s));
+    const QStringList paths = QIcon::themeSearchPaths();
+    const QString name = QIcon::themeName();
+    const auto restore = qScopeGuard([&paths, &name] {
+        QIcon::setThemeSearchPaths(paths);
+        QIcon::setThemeName(name);
+    });
+    QIcon::setThemeSearchPaths({folder.filePath(u"other"_s), folder.path()});
+    QIcon::setThemeName(chosen);
+
+    const auto look = startUp(mode);
+    QCOMPARE(QIcon::themeName(), expected);
 }
 
 void TestStandardLook::theButtonsKeepTheDesktopsOrder()
