@@ -1,4 +1,4 @@
-# What every target of this project is compiled with.
+# Compile options of all targets.
 
 add_library(zel_compile_options INTERFACE)
 
@@ -13,7 +13,7 @@ target_compile_options(zel_compile_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     $<$<BOOL:${ZEL_WERROR}>:-Werror>)
 
-# What players get is hardened the way distributions do it.
+# Releases are hardened like distribution packages.
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 target_compile_options(zel_compile_options INTERFACE

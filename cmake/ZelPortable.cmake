@@ -1,6 +1,5 @@
-# Programs that lie above the folder with their libraries, wherever that stands: Qt looks for its
-# plugins in ZEL_PORTABLE_FILES, a folder relative to the program's. It is told so by each program
-# itself, so that a program and its libraries always match, also in the middle of an upgrade.
+# Relocatable programs: each one embeds ZEL_PORTABLE_FILES, the folder with its libraries and plugins
+# relative to its own. So a program and its libraries always match, even during an upgrade.
 
 set(portable_conf ${PROJECT_BINARY_DIR}/portable/qt.conf)
 set(portable_qrc ${PROJECT_BINARY_DIR}/portable/portable.qrc)

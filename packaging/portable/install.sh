@@ -60,7 +60,7 @@ fi
 
 programs() { grep -v / "$1"; } # the list of a version
 
-# Of our own is what one of the installed versions has in its list.
+# A file is ours if the list of an installed version names it.
 is_ours() { cat "$target"/zel-launcher.files/*/ARQUIVOS 2>/dev/null | grep -qxF "$1"; }
 for program in $(programs "$list"); do
     [ ! -e "$target/$program" ] && [ ! -L "$target/$program" ] || is_ours "$program" ||
@@ -76,22 +76,22 @@ if [ -z "$into" ] && [ -e "$data/applications/$menu" ] &&
     refuse "$data/applications/$menu nao veio deste arquivo; tire-o de la antes."
 fi
 
-# put FILE PATH: under its name a file is there whole or not at all.
+# put FILE PATH: replaces PATH atomically.
 put() {
     mkdir -p "$(dirname "$2")"
     cp "$1" "$2.novo"
     mv -f "$2.novo" "$2"
 }
 
-# The disks of other systems are often mounted so that nothing on them can be run.
+# Disks of other systems are often mounted noexec.
 cp "$here/verificar.sh" "$target/zel_launcher.novo"
 runs=true
 [ -x "$target/zel_launcher.novo" ] || runs=false
 rm -f "$target/zel_launcher.novo"
 $runs || refuse "Em $target nao e permitido executar programas; escolha outra pasta."
 
-# ---- the libraries first, in a folder of their version; then the programs, each of which knows
-# ---- that folder; the earlier versions last. Stopped anywhere, each program has what it needs.
+# ---- the libraries first, in a folder of their version; then the programs, which use that folder;
+# ---- remove earlier versions last: if interrupted, each program still has its libraries
 
 put "$list" "$target/zel-launcher.files/$new/ARQUIVOS"
 grep / "$list" | while read -r path; do
@@ -123,7 +123,7 @@ if [ -z "$into" ]; then
         ln -sfn "$target/$program" "$bin/$program.novo"
         mv -f "$bin/$program.novo" "$bin/$program"
     done
-    for link in "$bin"/*; do # to a program that this version does not have any more
+    for link in "$bin"/*; do # to a program that this version no longer has
         case $(readlink "$link") in
         "$target"/*) [ -e "$link" ] || rm -f "$link" ;;
         esac

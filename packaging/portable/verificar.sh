@@ -50,7 +50,7 @@ while read -r kind name package; do
         complain "Falta a biblioteca $name (no Debian, do pacote $package)."
 done <"$list"
 
-# They are all there: then only one that is too old can still be in the way.
+# All are present, but one may be too old.
 if [ -z "$missing" ]; then
     reason=$("$linker" --list "$here/zel_launcher" 2>&1 >/dev/null) ||
         complain "Uma biblioteca do sistema e antiga demais: $reason"
