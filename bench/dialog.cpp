@@ -63,9 +63,9 @@ int main(int argc, char *argv[])
     const WatchedProgram program(arguments[2]);
     program.setPicture({960, 592});
     const Medians opening = alternate(rounds, runShell, [&] {
-        const QString told = program.run({arguments[1]}, QStringLiteral("dialog")).told;
-        require(!told.isEmpty(), QStringLiteral("the dialog was not opened"));
-        return told.toDouble();
+        const QString output = program.run({arguments[1]}, QStringLiteral("dialog")).output;
+        require(!output.isEmpty(), QStringLiteral("the dialog was not opened"));
+        return output.toDouble();
     });
     printRow(QStringLiteral("First \"Configuracao\" to the dialog's first paint"),
              QStringLiteral("login shell, ") + milliseconds(opening.floor),

@@ -56,16 +56,16 @@ WatchedProgram::Run WatchedProgram::run(const QStringList &command, const QStrin
 
     const Bench::Clock::time_point start = Bench::Clock::now();
     const Spawn program(words, 3, environment);
-    const QByteArray told = program.read();
-    return {Bench::millisecondsSince(start), QString::fromLatin1(told)};
+    const QByteArray output = program.read();
+    return {Bench::millisecondsSince(start), QString::fromLatin1(output)};
 }
 
 double WatchedProgram::runUntilWindow(const QStringList &command, const QString &colour) const
 {
     const Run done = run(command, QStringLiteral("window"));
     Bench::require(
-        done.told == colour,
-        QStringLiteral("%1 shows '%2' instead of %3").arg(command.first(), done.told, colour));
+        done.output == colour,
+        QStringLiteral("%1 shows '%2' instead of %3").arg(command.first(), done.output, colour));
     return done.milliseconds;
 }
 

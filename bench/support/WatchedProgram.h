@@ -12,7 +12,7 @@ public:
     /// The result of a program and its time.
     struct Run {
         double milliseconds = 0; ///< From the program's start.
-        QString told;
+        QString output;
     };
 
     /// @p watcher is the path of the module.

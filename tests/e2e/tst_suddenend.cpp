@@ -183,7 +183,7 @@ private:
     /// Checks that each file is as in one of the two states, or truncated if written in place.
     void expectWhole(const Files &left, const Files &before, const Files &after);
     /// Removes left temporary files and restores a truncated login file.
-    void putRight();
+    void repairFiles();
 
     QRandomGenerator random;
     std::optional<QTemporaryDir> root;
@@ -275,7 +275,7 @@ void TestSuddenEnd::expectWhole(const Files &left, const Files &before, const Fi
     }
 }
 
-void TestSuddenEnd::putRight()
+void TestSuddenEnd::repairFiles()
 {
     for (const QString &folder : {clientDir(), configDir()}) {
         const QStringList names = Disk::files(folder).keys();
@@ -326,7 +326,7 @@ void TestSuddenEnd::everyMomentLeavesWholeFiles()
         const Files left = written();
         expectWhole(left, before, after);
         between += left != before && left != after ? 1 : 0;
-        putRight();
+        repairFiles();
 
         // The next start has one of the two sets, and the next save and update succeed.
         victim.emplace();
@@ -374,7 +374,7 @@ void TestSuddenEnd::everyMomentOfTheProgramLeavesWholeFiles()
         QThread::msleep(random.bounded(500U));
         launcher.kill();
         expectWhole(written(), before, after);
-        putRight();
+        repairFiles();
     }
     QCOMPARE(differences(updateWhole("1", '1'), before), QStringList());
 }

@@ -15,7 +15,7 @@ namespace
 
 /// The expected file: each line that begins with the key has the address; all other bytes but
 /// carriage returns are kept, including a byte order mark.
-QByteArray pointedAt(const QByteArray &ip, QByteArray text)
+QByteArray withAddress(const QByteArray &ip, QByteArray text)
 {
     text.replace('\r', QByteArray());
     const QByteArray mark = text.startsWith("\xEF\xBB\xBF") ? text.first(3) : QByteArray();
@@ -54,7 +54,7 @@ void fuzzOne(const QByteArray &input)
                 "a refused address leaves the files untouched");
         return;
     }
-    const QByteArray expected = pointedAt(ip.toUtf8(), text);
+    const QByteArray expected = withAddress(ip.toUtf8(), text);
     require(Disk::read(loginIni) == expected, "only the lines of the address change");
     require(Disk::read(serverTxt) == ip.toUtf8() + '\n', "server.txt holds the address");
     require(!QFile::exists(patchedExe), "a stale executable is removed");

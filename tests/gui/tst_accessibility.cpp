@@ -48,10 +48,10 @@ private slots:
     void init();
     void cleanup() { launcher.kill(); }
 
-    void theMainWindowIsSpoken();
-    void theSettingsAreSpoken();
-    void tabGoesThroughTheMainWindowAsTheEyeReads();
-    void tabGoesThroughTheSettingsAsTheEyeReads();
+    void aScreenReaderReadsTheMainWindow();
+    void aScreenReaderReadsTheSettings();
+    void theTabOrderOfTheMainWindowIsTheReadingOrder();
+    void theTabOrderOfTheSettingsIsTheReadingOrder();
     void theKeysCloseTheSettings_data();
     void theKeysCloseTheSettings();
 
@@ -95,7 +95,7 @@ void TestAccessibility::walk(const QString &window, const QList<Stop> &stops)
     reader.waitForFocus(stops.last().role, stops.last().name);
 }
 
-void TestAccessibility::theMainWindowIsSpoken()
+void TestAccessibility::aScreenReaderReadsTheMainWindow()
 {
     reader.waitForLabel(u"^Alpha"_s);
     QCOMPARE(spoken(reader.widgetsOf(mainTitle)),
@@ -113,7 +113,7 @@ void TestAccessibility::theMainWindowIsSpoken()
              }));
 }
 
-void TestAccessibility::theSettingsAreSpoken()
+void TestAccessibility::aScreenReaderReadsTheSettings()
 {
     openSettings();
     QCOMPARE(spoken(reader.widgetsOf(settingsTitle)),
@@ -178,7 +178,7 @@ void TestAccessibility::theSettingsAreSpoken()
              }));
 }
 
-void TestAccessibility::tabGoesThroughTheMainWindowAsTheEyeReads()
+void TestAccessibility::theTabOrderOfTheMainWindowIsTheReadingOrder()
 {
     walk(launcher.mainWindow(), {
                                     {u"push button"_s, u"Iniciar"_s},
@@ -187,7 +187,7 @@ void TestAccessibility::tabGoesThroughTheMainWindowAsTheEyeReads()
                                 });
 }
 
-void TestAccessibility::tabGoesThroughTheSettingsAsTheEyeReads()
+void TestAccessibility::theTabOrderOfTheSettingsIsTheReadingOrder()
 {
     walk(openSettings(), {
                              {u"text"_s, u"Pasta do cliente"_s},

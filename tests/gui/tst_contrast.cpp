@@ -60,8 +60,8 @@ private slots:
     void everyTextOfTheDialogIsReadable();
     void everyGroupTitleIsReadable_data() { addModesAndDesktops(); }
     void everyGroupTitleIsReadable();
-    void theGroundAroundTheGroupsIsTheDialogs_data() { addModesAndDesktops(); }
-    void theGroundAroundTheGroupsIsTheDialogs();
+    void theBackgroundAroundTheGroupsIsTheDialogs_data() { addModesAndDesktops(); }
+    void theBackgroundAroundTheGroupsIsTheDialogs();
     void aCheckedBoxDiffersFromAnUncheckedOne_data() { addModesAndDesktops(); }
     void aCheckedBoxDiffersFromAnUncheckedOne();
     void aDisabledControlIsReadableAndDiffers_data() { addModesAndDesktops(); }
@@ -150,7 +150,7 @@ void TestContrast::everyGroupTitleIsReadable()
     }
 }
 
-void TestContrast::theGroundAroundTheGroupsIsTheDialogs()
+void TestContrast::theBackgroundAroundTheGroupsIsTheDialogs()
 {
     open();
     QFETCH(const Mode, mode);

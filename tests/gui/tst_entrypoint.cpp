@@ -102,7 +102,7 @@ private slots:
     void theApplicationIsSetUpBeforeItsWindowExists_data();
     void theApplicationIsSetUpBeforeItsWindowExists();
     void theExitStatusIsThatOfTheEventLoop();
-    void onlyTheReasonOfAnAbortIsPrinted();
+    void onlyAFatalMessageIsPrinted();
 };
 
 void TestEntryPoint::theApplicationIsSetUpBeforeItsWindowExists_data()
@@ -152,7 +152,7 @@ void TestEntryPoint::theExitStatusIsThatOfTheEventLoop()
     QCOMPARE(runLauncher(&watcher), 3);
 }
 
-void TestEntryPoint::onlyTheReasonOfAnAbortIsPrinted()
+void TestEntryPoint::onlyAFatalMessageIsPrinted()
 {
     Watcher watcher;
     runLauncher(&watcher);

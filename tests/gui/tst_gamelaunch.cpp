@@ -80,7 +80,7 @@ private slots:
 
     void wineIsStartedByALoginShell();
     void wineInheritsTheEnvironmentAndTheProfile();
-    void withoutWineTheClientRunsAlone();
+    void withoutWineTheClientIsStartedDirectly();
     void aClientUnderAnotherKnownNameIsStarted();
     void aClientOutsideItsFolderRunsInItsOwn();
     void noNameIsSpecialToTheShell_data();
@@ -88,8 +88,8 @@ private slots:
     void aSingleQuoteIsClosedEscapedAndReopened();
 
     void theServerFilesAreWrittenFirst();
-    void whatTheClientLacksIsShown_data();
-    void whatTheClientLacksIsShown();
+    void aMissingPreconditionIsShown_data();
+    void aMissingPreconditionIsShown();
     void aClientThatDoesNotStartIsShown_data();
     void aClientThatDoesNotStartIsShown();
     void aFailedStartUnderWineNamesTheShellOnPurpose();
@@ -100,17 +100,17 @@ private slots:
     void aFailingProfileShowsAsTheShellsExitCode();
     void aFaultyProfileDoesNotHinderTheGame_data();
     void aFaultyProfileDoesNotHinderTheGame();
-    void aClientFolderWhoseNameIsNoTextIsNotThere();
-    void aFileWhoseNameIsNoTextDoesNotMatter();
+    void aClientFolderWhoseNameIsNotUtf8IsNotFound();
+    void aFileWhoseNameIsNotUtf8IsIgnored();
 
     void theWindowIsBusyWhileTheGameRuns();
     void theExitCodeIsShown_data();
     void theExitCodeIsShown();
     void theGameCanBeStartedAgain();
     void theGameKeepsItsInputOpen();
-    void whatIsPrintedTakesNoMemory_data();
-    void whatIsPrintedTakesNoMemory();
-    void whatTheGameLeavesBehindIsNotWaitedFor();
+    void outputOfTheGameIsNotBuffered_data();
+    void outputOfTheGameIsNotBuffered();
+    void childProcessesOfTheGameAreNotWaitedFor();
 
     void cancelClosesAnIdleWindow();
     void cancelAsksWhileTheGameRuns();
@@ -166,7 +166,7 @@ void TestGameLaunch::wineInheritsTheEnvironmentAndTheProfile()
     QVERIFY(launcher.process->processEnvironment().isEmpty());
 }
 
-void TestGameLaunch::withoutWineTheClientRunsAlone()
+void TestGameLaunch::withoutWineTheClientIsStartedDirectly()
 {
     qputenv("ZEL_TEST_MARK", "of the 'launcher'");
     const auto reset = qScopeGuard([] { qunsetenv("ZEL_TEST_MARK"); });
@@ -208,8 +208,8 @@ void TestGameLaunch::noNameIsSpecialToTheShell_data()
     QTest::newRow("single quote") << u"it's"_s;
     QTest::newRow("only single quotes") << u"'''"_s;
     QTest::newRow("double quote") << u"say \"zel\""_s;
-    QTest::newRow("blanks") << u" two  blanks "_s;
-    QTest::newRow("place holders") << u"%1 %2 %3 %L1 %99"_s;
+    QTest::newRow("spaces") << u" two  blanks "_s;
+    QTest::newRow("placeholders") << u"%1 %2 %3 %L1 %99"_s;
     QTest::newRow("percent signs") << u"100%%"_s;
     QTest::newRow("line end") << u"two\nlines\n"_s;
     QTest::newRow("tab and return") << u"a\tb\rc"_s;
@@ -283,7 +283,7 @@ void TestGameLaunch::theServerFilesAreWrittenFirst()
     QCOMPARE(client->read(u"Config.bin"_s), "options");
 }
 
-void TestGameLaunch::whatTheClientLacksIsShown_data()
+void TestGameLaunch::aMissingPreconditionIsShown_data()
 {
     QTest::addColumn<QString>("clientDir");
     QTest::addColumn<QString>("clientExe");
@@ -299,7 +299,7 @@ void TestGameLaunch::whatTheClientLacksIsShown_data()
                                     << u"Executavel nao encontrado:\n%1/<b>ZEL<b>.exe"_s;
 }
 
-void TestGameLaunch::whatTheClientLacksIsShown()
+void TestGameLaunch::aMissingPreconditionIsShown()
 {
     QFETCH(QString, clientDir);
     QFETCH(QString, clientExe);
@@ -464,7 +464,7 @@ void TestGameLaunch::aFaultyProfileDoesNotHinderTheGame()
 }
 
 /// File names need not be UTF-8; a QString cannot hold such names.
-void TestGameLaunch::aClientFolderWhoseNameIsNoTextIsNotThere()
+void TestGameLaunch::aClientFolderWhoseNameIsNotUtf8IsNotFound()
 {
     const QByteArray bytes = QFile::encodeName(client->dir()) + "/cli\xff\xc3"
                                                                 "ent";
@@ -500,7 +500,7 @@ void TestGameLaunch::aClientFolderWhoseNameIsNoTextIsNotThere()
     QCOMPARE(::rmdir(bytes.constData()), 0);
 }
 
-void TestGameLaunch::aFileWhoseNameIsNoTextDoesNotMatter()
+void TestGameLaunch::aFileWhoseNameIsNotUtf8IsIgnored()
 {
     const QByteArray bytes = QFile::encodeName(client->dir()) + "/SN\xff.BIN";
     QCOMPARE(::mknod(bytes.constData(), S_IFREG | S_IRWXU, 0), 0);
@@ -581,7 +581,7 @@ void TestGameLaunch::theGameKeepsItsInputOpen()
     QCOMPARE(client->read(u"word"_s), "hello\n");
 }
 
-void TestGameLaunch::whatIsPrintedTakesNoMemory_data()
+void TestGameLaunch::outputOfTheGameIsNotBuffered_data()
 {
     const QByteArray flood = "head -c 536870912 /dev/zero\nhead -c 536870912 /dev/zero >&2\n";
     QTest::addColumn<QByteArray>("profile");
@@ -592,7 +592,7 @@ void TestGameLaunch::whatIsPrintedTakesNoMemory_data()
     QTest::newRow("by the profile") << flood << QByteArray() << true;
 }
 
-void TestGameLaunch::whatIsPrintedTakesNoMemory()
+void TestGameLaunch::outputOfTheGameIsNotBuffered()
 {
     QFETCH(const QByteArray, profile);
     QFETCH(const QByteArray, body);
@@ -618,7 +618,7 @@ void TestGameLaunch::whatIsPrintedTakesNoMemory()
     QCOMPARE(launcher.status->text(), u"Jogo em execucao..."_s);
 }
 
-void TestGameLaunch::whatTheGameLeavesBehindIsNotWaitedFor()
+void TestGameLaunch::childProcessesOfTheGameAreNotWaitedFor()
 {
     // Like a starter that exits before the game. The test ends the child in any case.
     const FakeProgram starter(client->filePath(u"starter"_s),

@@ -373,7 +373,7 @@ void TestMainWindow::theSummaryIsFilledInOnePass_data()
     QTest::newRow("plain") << u"Alpha"_s << u"10.0.0.5"_s << u"12"_s
                            << u"Alpha  |  10.0.0.5  |  Versao 12"_s;
     QTest::newRow("all empty") << u""_s << u""_s << u""_s << u"  |    |  Versao "_s;
-    QTest::newRow("place holders") << u"%2"_s << u"%3"_s << u"%1"_s << u"%2  |  %3  |  Versao %1"_s;
+    QTest::newRow("placeholders") << u"%2"_s << u"%3"_s << u"%1"_s << u"%2  |  %3  |  Versao %1"_s;
     QTest::newRow("percent signs")
         << u"100%"_s << u"%"_s << u"%%"_s << u"100%  |  %  |  Versao %%"_s;
     QTest::newRow("not Latin") << u"Ωμέγα"_s << u"例え"_s << u"١"_s
@@ -453,7 +453,7 @@ void TestMainWindow::withoutAPictureTheAreaIsBlack_data()
     QTest::newRow("folder") << false << "folder"_ba;
     QTest::newRow("empty") << true << ""_ba;
     QTest::newRow("no picture") << true << "this is no picture"_ba;
-    QTest::newRow("cut in its header") << true << QByteArray("BM\x36\x00\x00", 5);
+    QTest::newRow("truncated in its header") << true << QByteArray("BM\x36\x00\x00", 5);
 }
 
 void TestMainWindow::withoutAPictureTheAreaIsBlack()

@@ -60,15 +60,15 @@ private slots:
     void thePatchersReportsReachTheWindow();
     void theFirstCheckShowsItsResultThenStartsTheGame();
     void theResultShowsTheVersionThatTheUpdateReached();
-    void aFailedFirstCheckIsShownThenAsked_data();
-    void aFailedFirstCheckIsShownThenAsked();
-    void aCancelledCheckIsAskedButNotShown();
+    void aFailedFirstCheckShowsAWarningThenAQuestion_data();
+    void aFailedFirstCheckShowsAWarningThenAQuestion();
+    void aCancelledCheckShowsOnlyTheQuestion();
     void aCheckWithoutAnAddressIsSilent();
     void onlyTheFirstCheckShowsItsResultOnPurpose();
     void aLaterCheckDoesNotForceTheBarsOnPurpose();
-    void aLaterFailedCheckIsOnlyAsked();
-    void afterACheckNothingListensForItsResult();
-    void everyCheckUsesTheSettingsOfItsMoment();
+    void aLaterFailedCheckShowsOnlyTheQuestion();
+    void afterACheckItsResultIsDisconnected();
+    void everyCheckUsesTheCurrentSettings();
     void aFailedStartAfterACheckLeavesTheWindowIdle();
 
     void aResultIsShownByItsMessage_data();
@@ -211,7 +211,7 @@ void TestPlayFlow::theResultShowsTheVersionThatTheUpdateReached()
     QTRY_COMPARE(wine->startCount(), 1);
 }
 
-void TestPlayFlow::aFailedFirstCheckIsShownThenAsked_data()
+void TestPlayFlow::aFailedFirstCheckShowsAWarningThenAQuestion_data()
 {
     QTest::addColumn<QMessageBox::StandardButton>("answer");
     QTest::newRow("yes") << QMessageBox::Yes;
@@ -219,7 +219,7 @@ void TestPlayFlow::aFailedFirstCheckIsShownThenAsked_data()
     QTest::newRow("closed, which counts as no") << QMessageBox::NoButton;
 }
 
-void TestPlayFlow::aFailedFirstCheckIsShownThenAsked()
+void TestPlayFlow::aFailedFirstCheckShowsAWarningThenAQuestion()
 {
     QFETCH(const QMessageBox::StandardButton, answer);
     publish(HttpAnswer::withLength("[]"));
@@ -255,7 +255,7 @@ void TestPlayFlow::aFailedFirstCheckIsShownThenAsked()
     QCOMPARE(wine->startCount(), 0);
 }
 
-void TestPlayFlow::aCancelledCheckIsAskedButNotShown()
+void TestPlayFlow::aCancelledCheckShowsOnlyTheQuestion()
 {
     publish(HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
     LauncherWindow launcher;
@@ -315,7 +315,7 @@ void TestPlayFlow::aLaterCheckDoesNotForceTheBarsOnPurpose()
     QTRY_COMPARE(wine->startCount(), 2);
 }
 
-void TestPlayFlow::aLaterFailedCheckIsOnlyAsked()
+void TestPlayFlow::aLaterFailedCheckShowsOnlyTheQuestion()
 {
     LauncherWindow launcher;
     playFirst(launcher);
@@ -341,7 +341,7 @@ void TestPlayFlow::aLaterFailedCheckIsOnlyAsked()
     QCOMPARE(user.boxes().size(), 2);
 }
 
-void TestPlayFlow::afterACheckNothingListensForItsResult()
+void TestPlayFlow::afterACheckItsResultIsDisconnected()
 {
     LauncherWindow launcher;
     playFirst(launcher);
@@ -354,7 +354,7 @@ void TestPlayFlow::afterACheckNothingListensForItsResult()
     QVERIFY(launcher.isIdle());
 }
 
-void TestPlayFlow::everyCheckUsesTheSettingsOfItsMoment()
+void TestPlayFlow::everyCheckUsesTheCurrentSettings()
 {
     LauncherWindow launcher;
     playFirst(launcher);
@@ -413,7 +413,7 @@ void TestPlayFlow::aResultIsShownByItsMessage_data()
     QTest::newRow("success, switched off") << true << u"x desativada x"_s << none;
     QTest::newRow("success, switched off, capitals") << true << u"DESATIVADA"_s << none;
     QTest::newRow("success, mixed case") << true << u"(DesAtivaDa)"_s << none;
-    QTest::newRow("success that names a cancelling") << true << u"cancelada"_s << information;
+    QTest::newRow("success, cancelled") << true << u"cancelada"_s << information;
     QTest::newRow("success, empty") << true << QString() << information;
     QTest::newRow("failure") << false << u"manifest.json invalido."_s << warning;
     QTest::newRow("failure, cancelled") << false << u"Atualizacao cancelada."_s << none;

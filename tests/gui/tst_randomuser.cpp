@@ -48,7 +48,7 @@ class TestRandomUser : public TestBase
     Q_OBJECT
 
 private slots:
-    void theLauncherOutlivesAnyUse();
+    void theLauncherSurvivesRandomInput();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -228,7 +228,7 @@ void TestRandomUser::configure()
     QVERIFY(isDone);
 }
 
-void TestRandomUser::theLauncherOutlivesAnyUse()
+void TestRandomUser::theLauncherSurvivesRandomInput()
 {
     const int seed = numberFrom("ZEL_TEST_SEED", defaultSeed);
     const int count = numberFrom("ZEL_TEST_EVENTS", defaultCount);

@@ -102,7 +102,7 @@ private slots:
     void aValueOfTheFilesIsShownAndSavedAs_data();
     void aValueOfTheFilesIsShownAndSavedAs();
     void aChannelCountOutOfRangeIsClamped();
-    void hiddenOptionsAreCarriedOver();
+    void hiddenOptionsKeepTheirValues();
     void aFailedSyncIsShownAndTheDialogStillCloses_data();
     void aFailedSyncIsShownAndTheDialogStillCloses();
     void theListOfWinesIsWhatDiscoveryFinds();
@@ -441,7 +441,7 @@ void TestSettingsDialogData::aChannelCountOutOfRangeIsClamped()
     }
 }
 
-void TestSettingsDialogData::hiddenOptionsAreCarriedOver()
+void TestSettingsDialogData::hiddenOptionsKeepTheirValues()
 {
     store(word(0), u"7123"_s);
     store(word(5), u"77"_s);

@@ -114,15 +114,15 @@ private slots:
     void theDesktopDoesNotShow();
     void aChangeOfTheDesktopDoesNotShow_data() { theDesktopDoesNotShow_data(); }
     void aChangeOfTheDesktopDoesNotShow();
-    void aChangeOfLanguageKeepsTheWords_data() { theDesktopDoesNotShow_data(); }
-    void aChangeOfLanguageKeepsTheWords();
-    void theWordsOfTheButtons_data();
-    void theWordsOfTheButtons();
-    void theFileChooserHasTheWordsToo();
+    void aChangeOfLanguageKeepsTheTexts_data() { theDesktopDoesNotShow_data(); }
+    void aChangeOfLanguageKeepsTheTexts();
+    void standardButtonsHavePortugueseTexts_data();
+    void standardButtonsHavePortugueseTexts();
+    void theButtonsOfAFileDialogAreTranslated();
     void theIconsBelongToTheMode_data();
     void theIconsBelongToTheMode();
     void theButtonsKeepTheDesktopsOrder();
-    void oneChangeIsAnsweredOnce();
+    void aThemeChangeIsHandledOnce();
 
 private:
     /// Makes @p theme the platform theme and sends the change events.
@@ -200,7 +200,7 @@ void TestStandardLook::aChangeOfTheDesktopDoesNotShow()
     QCOMPARE(looksIn(visitWindow), expected);
 }
 
-void TestStandardLook::aChangeOfLanguageKeepsTheWords()
+void TestStandardLook::aChangeOfLanguageKeepsTheTexts()
 {
     QFETCH(const Mode, mode);
     QFETCH(const Visitor, visitWindow);
@@ -215,7 +215,7 @@ void TestStandardLook::aChangeOfLanguageKeepsTheWords()
     });
 }
 
-void TestStandardLook::theWordsOfTheButtons_data()
+void TestStandardLook::standardButtonsHavePortugueseTexts_data()
 {
     QTest::addColumn<QDialogButtonBox::StandardButton>("button");
     QTest::addColumn<QString>("text");
@@ -224,10 +224,10 @@ void TestStandardLook::theWordsOfTheButtons_data()
     QTest::newRow("cancel") << QDialogButtonBox::Cancel << u"Cancelar"_s;
     QTest::newRow("yes") << QDialogButtonBox::Yes << u"&Sim"_s;
     QTest::newRow("no") << QDialogButtonBox::No << u"&Nao"_s;
-    QTest::newRow("one of no window") << QDialogButtonBox::Help << u"Desktop"_s;
+    QTest::newRow("not used by the launcher") << QDialogButtonBox::Help << u"Desktop"_s;
 }
 
-void TestStandardLook::theWordsOfTheButtons()
+void TestStandardLook::standardButtonsHavePortugueseTexts()
 {
     QFETCH(const QDialogButtonBox::StandardButton, button);
     change(&desktop);
@@ -240,7 +240,7 @@ void TestStandardLook::theWordsOfTheButtons()
     QCOMPARE(other.text(), u"Outro"_s);
 }
 
-void TestStandardLook::theFileChooserHasTheWordsToo()
+void TestStandardLook::theButtonsOfAFileDialogAreTranslated()
 {
     change(&desktop);
     const auto look = startUp(Mode::Dark);
@@ -320,7 +320,7 @@ void TestStandardLook::theButtonsKeepTheDesktopsOrder()
     }
 }
 
-void TestStandardLook::oneChangeIsAnsweredOnce()
+void TestStandardLook::aThemeChangeIsHandledOnce()
 {
     const auto look = startUp(Mode::Dark);
     const QFont font = QApplication::font();

@@ -94,7 +94,7 @@ private slots:
     void otherTextsAreNotTranslatedOnPurpose_data();
     void otherTextsAreNotTranslatedOnPurpose();
     void aNetworkErrorIsNotTranslatedOnPurpose();
-    void missingNamesAreHarmless();
+    void nullTextsAreNotTranslated();
 
 private:
     /// The texts that were requested, are not translated, and are shown.
@@ -350,7 +350,7 @@ void TestStandardTexts::aNetworkErrorIsNotTranslatedOnPurpose()
     QCOMPARE(reply->errorString(), u"Connection refused"_s);
 }
 
-void TestStandardTexts::missingNamesAreHarmless()
+void TestStandardTexts::nullTextsAreNotTranslated()
 {
     const StandardTexts plain;
     QVERIFY(plain.translate(nullptr, "Back", nullptr, -1).isNull());

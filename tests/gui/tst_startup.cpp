@@ -198,7 +198,7 @@ void TestStartUp::nothingIsPrintedWhateverGoesWrong_data()
         << QVariantMap{{u"patch/baseUrl"_s, u"http://["_s}} << declined;
     QTest::newRow("update address without a scheme")
         << QVariantMap{{u"patch/baseUrl"_s, u"example"_s}} << declined;
-    QTest::newRow("update server not there")
+    QTest::newRow("update server unreachable")
         << QVariantMap{{u"patch/baseUrl"_s, u"http://127.0.0.1:1/"_s}} << declined;
     QTest::newRow("update server not encrypted and silent")
         << QVariantMap{{u"patch/baseUrl"_s, u"https"_s}} << Answers();

@@ -19,12 +19,12 @@ private slots:
     void thePictureOfTheClientComesBeforeTheLaunchersOwn();
     void theExecutableIsFound_data();
     void theExecutableIsFound();
-    void anExecutableInTheWorkingFolderComesFirst();
+    void anExecutableInTheWorkingDirectoryComesFirst();
     void anAbsoluteExecutableNeedsNoClientFolder();
     void anAbsoluteExecutableThatIsMissingFallsBackToTheClientFolder();
-    void aRelativeClientFolderStartsAtTheWorkingFolder();
+    void aRelativeClientFolderIsRelativeToTheWorkingDirectory();
 
-    void theChosenWineIsGivenBackUnchangedWhateverTheSwitch();
+    void theChosenWineIsReturnedUnchangedWithAndWithoutUseWine();
     void theWineOfTheMachineIsFound_data();
     void theWineOfTheMachineIsFound();
 
@@ -97,11 +97,11 @@ void TestClientPaths::theExecutableIsFound_data()
         QTest::newRow(name) << clientExe << files << found;
     };
     row("the client's executable", exe, {exe}, exe);
-    row("it comes before the other names", exe, {last, second, first, exe}, exe);
-    row("the first other name", exe, {last, second, first}, first);
-    row("the second other name", exe, {last, second}, second);
-    row("the second other name alone", exe, {second}, second);
-    row("the last other name, deliberately", exe, {last}, last);
+    row("it comes before the alternative names", exe, {last, second, first, exe}, exe);
+    row("the first alternative name", exe, {last, second, first}, first);
+    row("the second alternative name", exe, {last, second}, second);
+    row("the second alternative name alone", exe, {second}, second);
+    row("the last alternative name, deliberately", exe, {last}, last);
     row("no executable", exe, {}, exe);
     row("the patched client is never chosen", exe, {u"ZEL_patched.exe"_s}, exe);
     row("another letter case is another file", exe, {u"zel.exe"_s, u"zelmarind.exe"_s}, exe);
@@ -131,7 +131,7 @@ void TestClientPaths::theExecutableIsFound()
     QCOMPARE(settings().resolvedClientExe(), expected);
 }
 
-void TestClientPaths::anExecutableInTheWorkingFolderComesFirst()
+void TestClientPaths::anExecutableInTheWorkingDirectoryComesFirst()
 {
     Disk::write(at(u"client/ZEL.exe"_s), "MZ");
     Disk::write(at(u"here/ZEL.exe"_s), "MZ");
@@ -169,7 +169,7 @@ void TestClientPaths::anAbsoluteExecutableThatIsMissingFallsBackToTheClientFolde
     QCOMPARE(settings().baseClientExePath(), at(u"ZELLauncher.exe"_s));
 }
 
-void TestClientPaths::aRelativeClientFolderStartsAtTheWorkingFolder()
+void TestClientPaths::aRelativeClientFolderIsRelativeToTheWorkingDirectory()
 {
     const Disk::WorkingFolder working(folder());
     settings().clientExe.clear();
@@ -188,7 +188,7 @@ void TestClientPaths::aRelativeClientFolderStartsAtTheWorkingFolder()
 
 // ---- Wine
 
-void TestClientPaths::theChosenWineIsGivenBackUnchangedWhateverTheSwitch()
+void TestClientPaths::theChosenWineIsReturnedUnchangedWithAndWithoutUseWine()
 {
     Disk::write(at(u"opt/wine"_s), "not even executable");
     Disk::makeLink(at(u"link"_s), at(u"opt/wine"_s));
@@ -221,12 +221,13 @@ void TestClientPaths::theWineOfTheMachineIsFound_data()
     row("plain wine comes first here, deliberately", {inWork, inPath, wine64, wine},
         u"/usr/bin/wine"_s);
     row("wine64 comes next", {inWork, inPath, wine64}, u"/usr/bin/wine64"_s);
-    row("one in the working folder comes before the search path", {inWork, inPath}, u"wine"_s);
-    row("one on the search path", {inPath}, u"%1/path/wine"_s);
+    row("one in the working directory comes before PATH", {inWork, inPath}, u"wine"_s);
+    row("one on PATH", {inPath}, u"%1/path/wine"_s);
     row("another letter case", {u"usr-bin/Wine"_s, u"path/WINE"_s}, u"wine"_s);
-    row("wine64 on the search path is not looked for", {u"path/wine64"_s}, u"wine"_s);
-    row("a chosen one that is gone", {wine64}, u"/usr/bin/wine64"_s, u"/opt/gone/bin/wine"_s);
-    row("a chosen one", {wine, u"work/my wine"_s}, u"my wine"_s, u"my wine"_s);
+    row("wine64 on PATH is not looked for", {u"path/wine64"_s}, u"wine"_s);
+    row("a configured one that does not exist", {wine64}, u"/usr/bin/wine64"_s,
+        u"/opt/gone/bin/wine"_s);
+    row("a configured one", {wine, u"work/my wine"_s}, u"my wine"_s, u"my wine"_s);
 }
 
 void TestClientPaths::theWineOfTheMachineIsFound()

@@ -39,8 +39,8 @@ private slots:
     void theGameConfigIsSavedInTheClientFolder();
     void withoutAFolderNothingIsWritten();
 
-    void aPassWritesEveryServerFile();
-    void aPassCreatesThreeFilesWhoseGroupsDifferDeliberately();
+    void everyServerFileIsWritten();
+    void missingFilesAreCreatedWithDifferentGroupsDeliberately();
     void theAddressIsTrimmedInAllFiles_data();
     void theAddressIsTrimmedInAllFiles();
     void aBadAddressIsRefusedAndNothingIsWritten();
@@ -51,11 +51,11 @@ private slots:
     void anyOtherNameFileIsRewritten_data();
     void anyOtherNameFileIsRewritten();
 
-    void eachFailureEndsThePassWhereItIs_data();
-    void eachFailureEndsThePassWhereItIs();
-    void aDiskThatFillsUpAtTheNameFileEndsThePass();
-    void whatIsNoFailureDoesNotEndThePass_data();
-    void whatIsNoFailureDoesNotEndThePass();
+    void theFirstFailureEndsTheWriting_data();
+    void theFirstFailureEndsTheWriting();
+    void aDiskThatFillsUpAtTheNameFileEndsTheWriting();
+    void ignoredFailuresDoNotEndTheWriting_data();
+    void ignoredFailuresDoNotEndTheWriting();
 
     void onlyTheAddressLinesOfTheIniFileChange_data();
     void onlyTheAddressLinesOfTheIniFileChange();
@@ -138,7 +138,7 @@ void TestClientSync::withoutAFolderNothingIsWritten()
 
 // ---- writeServerFiles
 
-void TestClientSync::aPassWritesEveryServerFile()
+void TestClientSync::everyServerFileIsWritten()
 {
     fillFolder();
     Disk::write(at(u"Config.bin"_s), "options");
@@ -161,7 +161,7 @@ void TestClientSync::aPassWritesEveryServerFile()
     }
 }
 
-void TestClientSync::aPassCreatesThreeFilesWhoseGroupsDifferDeliberately()
+void TestClientSync::missingFilesAreCreatedWithDifferentGroupsDeliberately()
 {
     QVERIFY(ClientSync::writeServerFiles(folder(), profile));
     const QMap<QString, QByteArray> expected = {{u"server.txt"_s, newServerTxt},
@@ -178,7 +178,7 @@ void TestClientSync::theAddressIsTrimmedInAllFiles_data()
         QTest::newRow(name) << ip << written.toUtf8();
     };
     const auto kept = [&row](const char *name, const QString &ip) { row(name, ip, ip); };
-    row("blanks around it", u" 10.0.0.1 "_s, u"10.0.0.1"_s);
+    row("spaces around it", u" 10.0.0.1 "_s, u"10.0.0.1"_s);
     row("other white space around it", u"\t\n10.0.0.1\r\n\u00a0"_s, u"10.0.0.1"_s);
     kept("a tab inside is no blank", u"a\tb"_s);
     kept("a no-break space inside is no blank", u"a\u00a0b"_s);
@@ -242,13 +242,13 @@ void TestClientSync::aFileWithTheSameNameIsNotRewritten_data()
     row("another letter case of an accented letter", "1 \xC3\xA1guia\n", u"ÁGUIA"_s);
     row("further lines", "3 Alpha\n4 Beta\n\xff\n", u"Alpha"_s);
     row("no further lines, no line end", "10 Alpha", u"Alpha"_s);
-    row("blanks in the file", "  2   Old    Server  \n", u"Old Server"_s);
+    row("spaces in the file", "  2   Old    Server  \n", u"Old Server"_s);
     row("a tab in front of the name in the file", "1 \tAlpha\n", u"Alpha"_s);
-    row("blanks around the name", "1 Alpha\n", u"  Alpha\n"_s);
+    row("spaces around the name", "1 Alpha\n", u"  Alpha\n"_s);
     row("a file without a name has the default one", "7\n", u"orvandale"_s);
     row("no name is the default one", "7 ORVANDALE\n", QString());
-    row("a name that is cut", "1 a very long ser\n", u"A very long server name"_s);
-    row("the blank that the cut leaves does not count", "1 Fourteen chars\n",
+    row("a name that is truncated", "1 a very long ser\n", u"A very long server name"_s);
+    row("the space left by truncation does not count", "1 Fourteen chars\n",
         u"Fourteen chars and more"_s);
     row("a line end inside the name", "1 a b\n", u"a\nb"_s);
 }
@@ -281,9 +281,9 @@ void TestClientSync::anyOtherNameFileIsRewritten_data()
     row("a name with an accent more", "1 Aguia\n", u"Águia"_s, "1 \xC3\x81guia\n");
     row("a name that is too long for the launcher", "1 A very long server name\n",
         u"A very long server name"_s, "1 A very long ser\n");
-    row("two blanks inside, which no file can keep", "1 a  b\n", u"a  b"_s, "1 a  b\n");
-    row("the rule is applied twice, so the cut leaves no blank", "1 Old\n",
-        u"Fourteen chars and more"_s, "1 Fourteen chars\n");
+    row("two spaces inside, which no file can keep", "1 a  b\n", u"a  b"_s, "1 a  b\n");
+    row("prepared twice, so truncation leaves no space", "1 Old\n", u"Fourteen chars and more"_s,
+        "1 Fourteen chars\n");
     row("line ends inside the name", "1 Old\n", u" a\r\nb "_s, "1 a  b\n");
     row("a blank name", "1 Old\n", u" \t "_s, "1 Orvandale\n");
     row("a NUL character in the name", "1 Old\n", u"a\0b"_s, "1 a\0b\n"_ba);
@@ -301,12 +301,12 @@ void TestClientSync::anyOtherNameFileIsRewritten()
 
 // ---- failures
 
-void TestClientSync::eachFailureEndsThePassWhereItIs_data()
+void TestClientSync::theFirstFailureEndsTheWriting_data()
 {
     addServerFileFaults();
 }
 
-void TestClientSync::eachFailureEndsThePassWhereItIs()
+void TestClientSync::theFirstFailureEndsTheWriting()
 {
     QFETCH(const QString, name);
     QFETCH(const QString, target);
@@ -331,7 +331,7 @@ void TestClientSync::eachFailureEndsThePassWhereItIs()
     QCOMPARE(Disk::files(folder()), expected);
 }
 
-void TestClientSync::aDiskThatFillsUpAtTheNameFileEndsThePass()
+void TestClientSync::aDiskThatFillsUpAtTheNameFileEndsTheWriting()
 {
     QString error;
     {
@@ -344,21 +344,21 @@ void TestClientSync::aDiskThatFillsUpAtTheNameFileEndsThePass()
     QCOMPARE(Disk::files(folder()), expected);
 }
 
-void TestClientSync::whatIsNoFailureDoesNotEndThePass_data()
+void TestClientSync::ignoredFailuresDoNotEndTheWriting_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("target"); // none: a folder that is not empty
     const auto row = [](const char *title, const QString &name, const QString &target) {
         QTest::newRow(title) << name << target;
     };
-    row("no room for the address file", u"server.txt"_s, u"/dev/full"_s);
+    row("no space for the address file", u"server.txt"_s, u"/dev/full"_s);
     row("the ini file is a folder", u"zel_login.ini"_s, QString());
     row("the ini file is the null device", u"zel_login.ini"_s, u"/dev/null"_s);
     row("the ini file is a link to nothing", u"zel_login.ini"_s, u"nonexistent"_s);
     row("the patched client cannot be removed", u"ZEL_patched.exe"_s, QString());
 }
 
-void TestClientSync::whatIsNoFailureDoesNotEndThePass()
+void TestClientSync::ignoredFailuresDoNotEndTheWriting()
 {
     QFETCH(const QString, name);
     QFETCH(const QString, target);
@@ -406,9 +406,9 @@ void TestClientSync::onlyTheAddressLinesOfTheIniFileChange_data()
     row("several", "server_ip=1\nb\nserver_ip=2\nserver_ip=3",
         "server_ip=10.0.0.1\nb\nserver_ip=10.0.0.1\nserver_ip=10.0.0.1");
     row("after empty lines", "\n\nserver_ip=old\n\n\n", "\n\nserver_ip=10.0.0.1\n\n\n");
-    row("bytes that are no UTF-8 elsewhere", "a=\xff\xfe\x80\nserver_ip=old\nb=\xC3\n",
+    row("bytes that are not UTF-8 elsewhere", "a=\xff\xfe\x80\nserver_ip=old\nb=\xC3\n",
         "a=\xff\xfe\x80\nserver_ip=10.0.0.1\nb=\xC3\n");
-    row("bytes that are no UTF-8 in the value", "server_ip=\xff\xC3\nb\n",
+    row("bytes that are not UTF-8 in the value", "server_ip=\xff\xC3\nb\n",
         "server_ip=10.0.0.1\nb\n");
     row("UTF-8 elsewhere", "a=\xC3\xA1\xE2\x82\xAC\xF0\x9F\x90\x89\nserver_ip=old\n",
         "a=\xC3\xA1\xE2\x82\xAC\xF0\x9F\x90\x89\nserver_ip=10.0.0.1\n");

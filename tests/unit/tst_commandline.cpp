@@ -154,7 +154,7 @@ void TestCommandLine::wrongUsageHasAReason_data()
     row("two folders", u"-p 1 patch other"_s, u"one folder at a time: \"other\" is too much"_s);
     row("no version", u"patch"_s, noVersion);
     row("an empty version", u"--patch-version= patch"_s, noVersion);
-    row("a version that was no UTF-8", u"-p \uFFFD patch"_s, u"the version is not UTF-8"_s);
+    row("a version that is not UTF-8", u"-p \uFFFD patch"_s, u"the version is not UTF-8"_s);
     row("an unknown option", u"--verbose patch"_s, u"Unknown option 'verbose'."_s);
     row("a missing value", u"patch -p"_s, u"Missing value after '-p'."_s);
     row("help beside an error", u"--help --verbose"_s, u"Unknown option 'verbose'."_s);

@@ -175,9 +175,9 @@ private slots:
 
     void everyKeyIsLoadedIntoItsField_data();
     void everyKeyIsLoadedIntoItsField();
-    void aListIsNoText();
-    void whatTheFileLacksHasItsDefault_data();
-    void whatTheFileLacksHasItsDefault();
+    void aListIsNotAString();
+    void missingKeysHaveTheirDefaults_data();
+    void missingKeysHaveTheirDefaults();
 
     void theFilesInTheLaunchersOwnFolderAreImported();
     void withoutAnyFolderTheClientFolderStaysEmpty();
@@ -186,7 +186,7 @@ private slots:
 
     void savingWritesElevenKeys();
     void everyFieldIsSavedUnderItsKey();
-    void whatElseTheFileHoldsIsKept();
+    void otherKeysInTheFileAreKept();
     void theOldChannelKeyIsReadButNeverWrittenDeliberately();
     void savedTextsComeBack_data();
     void savedTextsComeBack();
@@ -197,7 +197,7 @@ private slots:
     void aFullDiskKeepsTheOldFile_data();
     void aFullDiskKeepsTheOldFile();
     void aLockOfAKilledLauncherDelaysNoSave();
-    void theLockOfALivingLauncherIsWaitedFor();
+    void theLockOfARunningLauncherIsWaitedFor();
     void aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne_data();
     void aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne();
 };
@@ -301,7 +301,7 @@ void TestLauncherSettings::everyKeyIsLoadedIntoItsField()
              with(with(initialFields, {{u"clientDir"_s, client}, {u"rawWords"_s, 15}}), changes));
 }
 
-void TestLauncherSettings::aListIsNoText()
+void TestLauncherSettings::aListIsNotAString()
 {
     writeSettings("[client]\ndir=" + folder().toUtf8() +
                   "\nexe=a, b\nwine=a, b\n[patch]\nbaseUrl=a, b\nlocalVersion=a, b\n"
@@ -314,7 +314,7 @@ void TestLauncherSettings::aListIsNoText()
     }
 }
 
-void TestLauncherSettings::whatTheFileLacksHasItsDefault_data()
+void TestLauncherSettings::missingKeysHaveTheirDefaults_data()
 {
     QTest::addColumn<QByteArray>("file");
     QTest::addColumn<QJsonObject>("changes"); // to the defaults
@@ -323,19 +323,19 @@ void TestLauncherSettings::whatTheFileLacksHasItsDefault_data()
     };
     row("no file", QByteArray());
     row("an empty file", "");
-    row("text that is no INI file", "these are no settings\n\n]][[==\n");
+    row("text that is not INI", "these are no settings\n\n]][[==\n");
     row("bytes", "\xff\xfe\0\x01\x80[client\0\n=\n"_ba);
     row("NUL characters", QByteArray(5000, '\0'));
-    row("keys of another launcher", "[General]\nclient=1\n[x]\ny=z\n");
+    row("keys of another program", "[General]\nclient=1\n[x]\ny=z\n");
     row("another key", "[server]\nname=x\n", {{u"serverName"_s, u"x"_s}});
     row("no client folder", "[client]\ndir=\n");
     row("a list is no client folder", "[client]\ndir=/a, /b\n");
     row("a client folder", "[client]\ndir=/nonexistent\n", {{u"clientDir"_s, u"/nonexistent"_s}});
-    row("a comment and blanks", "; a comment\n[server]\nchannel=3\n\n[client]\nexe = x\n",
+    row("a comment and spaces", "; a comment\n[server]\nchannel=3\n\n[client]\nexe = x\n",
         {{u"channelCount"_s, 3}, {u"clientExe"_s, u"x"_s}});
 }
 
-void TestLauncherSettings::whatTheFileLacksHasItsDefault()
+void TestLauncherSettings::missingKeysHaveTheirDefaults()
 {
     QFETCH(const QByteArray, file);
     QFETCH(const QJsonObject, changes);
@@ -454,7 +454,7 @@ void TestLauncherSettings::everyFieldIsSavedUnderItsKey()
                                          "[server]\nchannelCount=7\nip=f\nname=e\n"_ba);
 }
 
-void TestLauncherSettings::whatElseTheFileHoldsIsKept()
+void TestLauncherSettings::otherKeysInTheFileAreKept()
 {
     writeSettings("[General]\nfirst=1\n\n[server]\nother=2\nname=Old\n\n[theirs]\nlist=a, b\n");
     settings().save();
@@ -486,11 +486,11 @@ void TestLauncherSettings::savedTextsComeBack_data()
 {
     QTest::addColumn<QString>("text");
     QTest::newRow("empty") << QString();
-    QTest::newRow("blanks") << u"  a  b  "_s;
+    QTest::newRow("spaces") << u"  a  b  "_s;
     QTest::newRow("a comma") << u"a, b"_s;
     QTest::newRow("INI characters") << u"a;b=c#[d]\"e'\\f%41"_s;
     QTest::newRow("a line end") << u"a\r\nb\tc"_s;
-    QTest::newRow("words that are other types") << u"true"_s;
+    QTest::newRow("text that looks like another type") << u"true"_s;
     QTest::newRow("a leading at sign") << u"@Invalid()"_s;
     QTest::newRow("accents and more") << u"Águia 🐉 пример"_s;
     QTest::newRow("a NUL character") << u"a\0b1"_s;
@@ -548,9 +548,9 @@ void TestLauncherSettings::aFileThatCannotBeWrittenIsSilent()
 void TestLauncherSettings::aFullDiskKeepsTheOldFile_data()
 {
     QTest::addColumn<int>("limit");
-    QTest::newRow("no room at all") << 0;
-    QTest::newRow("room for the lock file") << 200;
-    QTest::newRow("room for half of the settings") << 3000;
+    QTest::newRow("no space at all") << 0;
+    QTest::newRow("space for the lock file") << 200;
+    QTest::newRow("space for half of the settings") << 3000;
 }
 
 void TestLauncherSettings::aFullDiskKeepsTheOldFile()
@@ -600,7 +600,7 @@ void TestLauncherSettings::aLockOfAKilledLauncherDelaysNoSave()
     QCOMPARE(Disk::names(settingsFolder()), QStringList{u"zel_launcher.ini"_s});
 }
 
-void TestLauncherSettings::theLockOfALivingLauncherIsWaitedFor()
+void TestLauncherSettings::theLockOfARunningLauncherIsWaitedFor()
 {
     Disk::makeFolder(settingsFolder());
     QLockFile lock(settingsPath() + u".lock"_s);

@@ -35,7 +35,7 @@ private slots:
     void aManifestReadsBackAsItWasWritten();
     void aManifestIsReadLikeTheLauncherReadsIt();
     void whatIsNoJsonObjectIsNoManifest();
-    void amountsAddUpWhatIsAnnounced();
+    void amountsAreSumsOfTheManifest();
     void aFileIsReadWhole();
     void aFileIsReplacedWholeAndLinksAreFollowed();
     void aNewFileIsReadableAsTheUmaskAllows();
@@ -48,7 +48,7 @@ void TestManifest::urlsEncodeWhatTheLauncherWouldMisread_data()
     QTest::addColumn<QString>("url");
     const QByteArray plain = "abcXYZ019-._~/.hidden/a..b/...";
     QTest::newRow("nothing to encode") << plain << QString::fromLatin1(plain);
-    QTest::newRow("blank") << "a b"_ba << u"a%20b"_s;
+    QTest::newRow("space") << "a b"_ba << u"a%20b"_s;
     QTest::newRow("number sign") << "a#b"_ba << u"a%23b"_s;
     QTest::newRow("question mark") << "a?b"_ba << u"a%3Fb"_s;
     QTest::newRow("percent") << "50%/x"_ba << u"50%25/x"_s;
@@ -57,7 +57,7 @@ void TestManifest::urlsEncodeWhatTheLauncherWouldMisread_data()
     QTest::newRow("backslash") << "a\\b"_ba << u"a%5Cb"_s;
     QTest::newRow("brackets") << "[a]"_ba << u"%5Ba%5D"_s;
     QTest::newRow("scheme") << "http:/x"_ba << u"http%3A/x"_s;
-    QTest::newRow("plus, which some servers take for a blank") << "a+b"_ba << u"a%2Bb"_s;
+    QTest::newRow("plus, which some servers take for a space") << "a+b"_ba << u"a%2Bb"_s;
     QTest::newRow("byte order mark") << "\xEF\xBB\xBFx"_ba << u"%EF%BB%BFx"_s;
 }
 
@@ -76,7 +76,7 @@ void TestManifest::theLauncherAsksForExactlyTheName_data()
     QTest::newRow("a port") << u"http://127.0.0.1:8080/"_s << "/"_ba;
     QTest::newRow("a path") << u"https://host.example/zel/patch/"_s << "/zel/patch/"_ba;
     QTest::newRow("an encoded path") << u"http://host/a%20b%23/"_s << "/a b#/"_ba;
-    QTest::newRow("a path with a blank") << u"http://host/a b/"_s << "/a b/"_ba;
+    QTest::newRow("a path with a space") << u"http://host/a b/"_s << "/a b/"_ba;
     QTest::newRow("a path in Portuguese")
         << u"http://host/atualização/"_s << "/atualiza\xC3\xA7\xC3\xA3o/"_ba;
     QTest::newRow("double slashes") << u"http://host//a//"_s << "//a//"_ba;
@@ -170,7 +170,7 @@ void TestManifest::whatIsNoJsonObjectIsNoManifest()
     }
 }
 
-void TestManifest::amountsAddUpWhatIsAnnounced()
+void TestManifest::amountsAreSumsOfTheManifest()
 {
     Manifest manifest;
     QCOMPARE(manifest.amount().files, 0);

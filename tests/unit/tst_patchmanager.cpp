@@ -21,8 +21,8 @@ private slots:
     void anEmptyBaseUrlCountsAsSuccessOnPurpose();
     void anInvalidBaseUrlEndsTheRunBeforeTheCallReturns_data();
     void anInvalidBaseUrlEndsTheRunBeforeTheCallReturns();
-    void aBaseUrlWithoutASchemeFailsWithTheLibrarysText_data();
-    void aBaseUrlWithoutASchemeFailsWithTheLibrarysText();
+    void aBaseUrlWithoutASchemeFailsWithQtsText_data();
+    void aBaseUrlWithoutASchemeFailsWithQtsText();
     void theManifestIsFetchedBesideTheFiles_data();
     void theManifestIsFetchedBesideTheFiles();
     void requestsArePlain();
@@ -56,7 +56,7 @@ private slots:
     void missingFoldersAreCreated();
     void pathsAreUsedUnchanged_data();
     void pathsAreUsedUnchanged();
-    void anAbsolutePathStandsByItself();
+    void anAbsolutePathIgnoresTheClientFolder();
     void aRelativeClientFolderIsJoinedUnchanged();
 
     void theVersionIsSavedBeforeTheEnd();
@@ -107,7 +107,7 @@ void TestPatchManager::anEmptyBaseUrlCountsAsSuccessOnPurpose_data()
     QTest::addColumn<QString>("baseUrl");
     QTest::newRow("empty") << QString();
     QTest::newRow("white space") << u" \t\r\n"_s;
-    QTest::newRow("a wide blank") << u"\u3000"_s;
+    QTest::newRow("an ideographic space") << u"\u3000"_s;
 }
 
 void TestPatchManager::anEmptyBaseUrlCountsAsSuccessOnPurpose()
@@ -130,7 +130,7 @@ void TestPatchManager::anInvalidBaseUrlEndsTheRunBeforeTheCallReturns_data()
     QTest::addColumn<QString>("baseUrl");
     QTest::newRow("open bracket") << u"http://[::1"_s;
     QTest::newRow("port out of range") << u"http://127.0.0.1:99999"_s;
-    QTest::newRow("blank in the host") << u"http://patch server/"_s;
+    QTest::newRow("space in the host") << u"http://patch server/"_s;
     QTest::newRow("digits for a scheme") << u"127.0.0.1:8000/"_s;
 }
 
@@ -146,7 +146,7 @@ void TestPatchManager::anInvalidBaseUrlEndsTheRunBeforeTheCallReturns()
     QCOMPARE(savedVersion(), u"1.0.0"_s);
 }
 
-void TestPatchManager::aBaseUrlWithoutASchemeFailsWithTheLibrarysText_data()
+void TestPatchManager::aBaseUrlWithoutASchemeFailsWithQtsText_data()
 {
     QTest::addColumn<QString>("baseUrl");
     QTest::newRow("host") << u"patch.example"_s;
@@ -155,7 +155,7 @@ void TestPatchManager::aBaseUrlWithoutASchemeFailsWithTheLibrarysText_data()
     QTest::newRow("path") << u"/srv/patch"_s;
 }
 
-void TestPatchManager::aBaseUrlWithoutASchemeFailsWithTheLibrarysText()
+void TestPatchManager::aBaseUrlWithoutASchemeFailsWithQtsText()
 {
     QFETCH(const QString, baseUrl);
     manager->baseUrl = baseUrl;
@@ -179,7 +179,7 @@ void TestPatchManager::theManifestIsFetchedBesideTheFiles_data()
     QTest::newRow("white space and no slash") << u"/zel\t"_s << "/zel/"_ba;
     QTest::newRow("two slashes are kept") << u"/zel//"_s << "/zel//"_ba;
     QTest::newRow("query, as text") << u"/get?f="_s << "/get?f=/"_ba;
-    QTest::newRow("blank inside, encoded by the library") << u"/My Files"_s << "/My%20Files/"_ba;
+    QTest::newRow("space inside, encoded by Qt") << u"/My Files"_s << "/My%20Files/"_ba;
     QTest::newRow("lone percent sign") << u"/100%"_s << "/100%25/"_ba;
 }
 
@@ -265,7 +265,7 @@ void TestPatchManager::theVersionDecidesWhenNothingIsListed_data()
     QTest::newRow("newer") << R"({"version":"1.0.1"})"_ba << one << u"1.0.1"_s;
     QTest::newRow("older") << R"({"version":"0.9"})"_ba << one << u"0.9"_s;
     QTest::newRow("other letter case") << R"({"version":"V1"})"_ba << u"v1"_s << u"V1"_s;
-    QTest::newRow("blank before it") << R"({"version":" 1.0.0"})"_ba << one << u" 1.0.0"_s;
+    QTest::newRow("space before it") << R"({"version":" 1.0.0"})"_ba << one << u" 1.0.0"_s;
     QTest::newRow("nothing at all, no version stored") << "{}"_ba << none << equal;
     QTest::newRow("nothing at all, an empty version is stored on purpose")
         << "{}"_ba << one << none;
@@ -389,17 +389,16 @@ void TestPatchManager::anEntryIsFetchedFromItsUrl_data()
                              << "z.bin"_ba;
     QTest::newRow("empty url, the base itself") << R"("path":"x/y.bin","url":"")"_ba
                                                 << ""_ba;
-    QTest::newRow("address, appended as text all the same")
-        << R"("path":"y","url":"http://elsewhere/z")"_ba
-        << "http://elsewhere/z"_ba;
+    QTest::newRow("absolute URL, appended as text") << R"("path":"y","url":"http://elsewhere/z")"_ba
+                                                    << "http://elsewhere/z"_ba;
     QTest::newRow("leading slash, appended as text") << R"("path":"y","url":"/z")"_ba
                                                      << "/z"_ba;
     QTest::newRow("query") << R"("path":"y","url":"get?file=y&v=2")"_ba
                            << "get?file=y&v=2"_ba;
     QTest::newRow("fragment is not sent") << R"("path":"y","url":"z#1")"_ba
                                           << "z"_ba;
-    QTest::newRow("blank, encoded by the library") << R"("path":"My File.bin")"_ba
-                                                   << "My%20File.bin"_ba;
+    QTest::newRow("space, encoded by Qt") << R"("path":"My File.bin")"_ba
+                                          << "My%20File.bin"_ba;
     QTest::newRow("encoded already, not encoded again")
         << R"("path":"y","url":"My%20File%2Bx.bin")"_ba
         << "My%20File%2Bx.bin"_ba;
@@ -636,7 +635,7 @@ void TestPatchManager::pathsAreUsedUnchanged_data()
     QTest::newRow("above the client folder") << u"../beside"_s;
     QTest::newRow("through a folder and back") << u"data/../a"_s;
     QTest::newRow("backslash in a name") << u"data\\a"_s;
-    QTest::newRow("blanks around the name") << u" a "_s;
+    QTest::newRow("spaces around the name") << u" a "_s;
     QTest::newRow("line end in the name") << u"a\nb"_s;
     QTest::newRow("accents") << u"informa\u00e7\u00e3o/\u5730\u56fe"_s;
     QTest::newRow("upper case") << u"DATA/A.BIN"_s;
@@ -655,7 +654,7 @@ void TestPatchManager::pathsAreUsedUnchanged()
     QCOMPARE(clientFile(path), "content"_ba);
 }
 
-void TestPatchManager::anAbsolutePathStandsByItself()
+void TestPatchManager::anAbsolutePathIgnoresTheClientFolder()
 {
     const QString path = root->filePath(u"elsewhere/a"_s);
     publish(u"2"_s, {{path, u"a"_s}});

@@ -23,8 +23,8 @@ private slots:
     void aSecondCheckAbortsTheRequestInFlight_data();
     void aSecondCheckAbortsTheRequestInFlight();
     void theNextRequestAbortsOneThatIsInFlight();
-    void anEarlyExitLeavesTheRequestInFlightAlone_data();
-    void anEarlyExitLeavesTheRequestInFlightAlone();
+    void anEarlyExitDoesNotAbortTheRequestInFlight_data();
+    void anEarlyExitDoesNotAbortTheRequestInFlight();
     void aReplyThatCannotBeAbortedDoesNotEndTheNextRun_data();
     void aReplyThatCannotBeAbortedDoesNotEndTheNextRun();
     void checkInsideTheEndStartsTheNextRun();
@@ -226,7 +226,7 @@ void TestPatchManagerControl::theNextRequestAbortsOneThatIsInFlight()
     QCOMPARE(log->linesOf(u"finished"_s), QStringList({manifestFailed(aborted()), complete()}));
 }
 
-void TestPatchManagerControl::anEarlyExitLeavesTheRequestInFlightAlone_data()
+void TestPatchManagerControl::anEarlyExitDoesNotAbortTheRequestInFlight_data()
 {
     QTest::addColumn<QString>("heldPath");
     QTest::addColumn<QString>("baseUrl");
@@ -236,7 +236,7 @@ void TestPatchManagerControl::anEarlyExitLeavesTheRequestInFlightAlone_data()
     }
 }
 
-void TestPatchManagerControl::anEarlyExitLeavesTheRequestInFlightAlone()
+void TestPatchManagerControl::anEarlyExitDoesNotAbortTheRequestInFlight()
 {
     QFETCH(const QString, heldPath);
     QFETCH(const QString, baseUrl);

@@ -76,24 +76,24 @@ class TestPatchManagerFaults : public PatchTest
     Q_OBJECT
 
 private slots:
-    void aFailedTransferIsReportedWithTheLibrarysText_data();
-    void aFailedTransferIsReportedWithTheLibrarysText();
-    void aBodyThatBreaksOffIsAClosedConnection_data();
-    void aBodyThatBreaksOffIsAClosedConnection();
-    void aServerThatIsNotThereIsReportedWithTheLibrarysText();
+    void aFailedTransferIsReportedWithQtsText_data();
+    void aFailedTransferIsReportedWithQtsText();
+    void aTruncatedBodyIsAClosedConnection_data();
+    void aTruncatedBodyIsAClosedConnection();
+    void anUnreachableServerIsReportedWithQtsText();
     void aStalledServerIsWaitedFor_data();
     void aStalledServerIsWaitedFor();
     void aFailedFileEndsTheRun();
 
-    void aCutFileIsNeverStored_data();
-    void aCutFileIsNeverStored();
-    void aCutManifestIsNeverUsed();
-    void aRedirectsOwnLengthIsNotTakenForTheFiles_data();
-    void aRedirectsOwnLengthIsNotTakenForTheFiles();
-    void aCutBodyWithoutLengthIsLeftToTheLibrary_data();
-    void aCutBodyWithoutLengthIsLeftToTheLibrary();
+    void aTruncatedFileIsNeverStored_data();
+    void aTruncatedFileIsNeverStored();
+    void aTruncatedManifestIsNeverUsed();
+    void theLengthOfARedirectIsIgnored_data();
+    void theLengthOfARedirectIsIgnored();
+    void aTruncatedBodyWithoutLengthIsDetectedByQtOnly_data();
+    void aTruncatedBodyWithoutLengthIsDetectedByQtOnly();
 
-    void aLongManifestIsStarted();
+    void aManifestOfManyEntriesIsProcessed();
     void aManifestOfWhiteSpaceTakesBoundedMemory_data();
     void aManifestOfWhiteSpaceTakesBoundedMemory();
 
@@ -117,7 +117,7 @@ private:
     QString runWithSizeLimit(int bytes);
 };
 
-void TestPatchManagerFaults::aFailedTransferIsReportedWithTheLibrarysText_data()
+void TestPatchManagerFaults::aFailedTransferIsReportedWithQtsText_data()
 {
     const HttpAnswer whole = HttpAnswer::withLength("content of a");
     QTest::addColumn<HttpAnswer>("answer");
@@ -139,7 +139,7 @@ void TestPatchManagerFaults::aFailedTransferIsReportedWithTheLibrarysText_data()
     QTest::newRow("redirect to another protocol") << HttpAnswer::redirect("ftp://127.0.0.1/a");
 }
 
-void TestPatchManagerFaults::aFailedTransferIsReportedWithTheLibrarysText()
+void TestPatchManagerFaults::aFailedTransferIsReportedWithQtsText()
 {
     QFETCH(const HttpAnswer, answer);
     server->answer("/manifest.json", answer);
@@ -172,7 +172,7 @@ void TestPatchManagerFaults::publishOldFile(const HttpAnswer &answer, const QStr
     Disk::write(clientPath(u"a"_s), "old");
 }
 
-void TestPatchManagerFaults::aBodyThatBreaksOffIsAClosedConnection_data()
+void TestPatchManagerFaults::aTruncatedBodyIsAClosedConnection_data()
 {
     const HttpAnswer whole = HttpAnswer::withLength(QByteArray(300'000, 'x'));
     QTest::addColumn<HttpAnswer>("answer");
@@ -191,7 +191,7 @@ void TestPatchManagerFaults::aBodyThatBreaksOffIsAClosedConnection_data()
     }
 }
 
-void TestPatchManagerFaults::aBodyThatBreaksOffIsAClosedConnection()
+void TestPatchManagerFaults::aTruncatedBodyIsAClosedConnection()
 {
     // Qt reports some of these itself and treats the others as complete.
     QFETCH(const HttpAnswer, answer);
@@ -209,7 +209,7 @@ void TestPatchManagerFaults::aBodyThatBreaksOffIsAClosedConnection()
     expectRecovery(oldFile);
 }
 
-void TestPatchManagerFaults::aServerThatIsNotThereIsReportedWithTheLibrarysText()
+void TestPatchManagerFaults::anUnreachableServerIsReportedWithQtsText()
 {
     QTcpServer port;
     QVERIFY(port.listen(QHostAddress::LocalHost));
@@ -250,7 +250,7 @@ void TestPatchManagerFaults::aFailedFileEndsTheRun()
     expectRecovery({{u"a"_s, "content of a"}});
 }
 
-void TestPatchManagerFaults::aCutFileIsNeverStored_data()
+void TestPatchManagerFaults::aTruncatedFileIsNeverStored_data()
 {
     // Qt treats most early closes in bodies of this size as the end.
     const HttpAnswer large = HttpAnswer::withLength(QByteArray(megabyte, 'x'));
@@ -267,7 +267,7 @@ void TestPatchManagerFaults::aCutFileIsNeverStored_data()
         << large.withHeader("Content-Encoding: identity").cutAt(megabyte - 1) << u"a"_s << 20;
 }
 
-void TestPatchManagerFaults::aCutFileIsNeverStored()
+void TestPatchManagerFaults::aTruncatedFileIsNeverStored()
 {
     QFETCH(const HttpAnswer, answer);
     QFETCH(const QString, url);
@@ -282,7 +282,7 @@ void TestPatchManagerFaults::aCutFileIsNeverStored()
     expectRecovery(oldFile);
 }
 
-void TestPatchManagerFaults::aCutManifestIsNeverUsed()
+void TestPatchManagerFaults::aTruncatedManifestIsNeverUsed()
 {
     // Truncated, it is still a valid manifest.
     const QByteArray manifest = R"({"version":"2","files":[]})" + QByteArray(megabyte, ' ');
@@ -294,7 +294,7 @@ void TestPatchManagerFaults::aCutManifestIsNeverUsed()
     expectRecovery({});
 }
 
-void TestPatchManagerFaults::aRedirectsOwnLengthIsNotTakenForTheFiles_data()
+void TestPatchManagerFaults::theLengthOfARedirectIsIgnored_data()
 {
     QTest::addColumn<HttpAnswer>("answer");
     QTest::newRow("with length") << HttpAnswer::withLength("short");
@@ -306,7 +306,7 @@ void TestPatchManagerFaults::aRedirectsOwnLengthIsNotTakenForTheFiles_data()
         << HttpAnswer::withLength("short").withHeader("Content-Encoding: identity");
 }
 
-void TestPatchManagerFaults::aRedirectsOwnLengthIsNotTakenForTheFiles()
+void TestPatchManagerFaults::theLengthOfARedirectIsIgnored()
 {
     // Qt leaves the redirect's header on about one reply in five.
     QFETCH(const HttpAnswer, answer);
@@ -316,7 +316,7 @@ void TestPatchManagerFaults::aRedirectsOwnLengthIsNotTakenForTheFiles()
     QCOMPARE(runToEnd(), complete());
 }
 
-void TestPatchManagerFaults::aCutBodyWithoutLengthIsLeftToTheLibrary_data()
+void TestPatchManagerFaults::aTruncatedBodyWithoutLengthIsDetectedByQtOnly_data()
 {
     const HttpAnswer zipped = HttpAnswer::gzipped(severalBlocks());
     QTest::addColumn<HttpAnswer>("answer");
@@ -332,7 +332,7 @@ void TestPatchManagerFaults::aCutBodyWithoutLengthIsLeftToTheLibrary_data()
     }
 }
 
-void TestPatchManagerFaults::aCutBodyWithoutLengthIsLeftToTheLibrary()
+void TestPatchManagerFaults::aTruncatedBodyWithoutLengthIsDetectedByQtOnly()
 {
     // Qt reports some of these early closes and treats the others as the end; the reply does not
     // show which. Therefore a patch server should send the length.
@@ -352,7 +352,7 @@ void TestPatchManagerFaults::aCutBodyWithoutLengthIsLeftToTheLibrary()
     expectRecovery({{u"a"_s, clientFile(u"a"_s)}});
 }
 
-void TestPatchManagerFaults::aLongManifestIsStarted()
+void TestPatchManagerFaults::aManifestOfManyEntriesIsProcessed()
 {
     QByteArray listed;
     for (int i = 0; i < 100'000; ++i) {

@@ -15,8 +15,8 @@ private slots:
     void aFetchedFileIsDigestedAsItArrives();
     void theManifestIsFetchedFromTheNormalizedBaseUrl();
     void aLengthThatIsNotTheBodysOwnIsNotExpected();
-    void aTransferThatIsCutShortIsAnError();
-    void aTransferThatStandsStillIsGivenUp();
+    void aTruncatedTransferIsAnError();
+    void aStalledTransferTimesOut();
     void aFileThatCannotBeFetchedIsAnError();
 
 private:
@@ -64,7 +64,7 @@ void TestPublishedPatch::aLengthThatIsNotTheBodysOwnIsNotExpected()
     }
 }
 
-void TestPublishedPatch::aTransferThatIsCutShortIsAnError()
+void TestPublishedPatch::aTruncatedTransferIsAnError()
 {
     // QNetworkAccessManager treats most early closes in a body of the larger size as its end.
     for (const int size : {10, 1000000, 1000000, 1000000}) {
@@ -78,7 +78,7 @@ void TestPublishedPatch::aTransferThatIsCutShortIsAnError()
     }
 }
 
-void TestPublishedPatch::aTransferThatStandsStillIsGivenUp()
+void TestPublishedPatch::aStalledTransferTimesOut()
 {
     server.answer("/x", HttpAnswer::withLength("1234567890").heldAt(5));
     PublishedPatch patch(server.url(), 100);

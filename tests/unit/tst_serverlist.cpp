@@ -88,15 +88,15 @@ void TestServerList::linesAreReadAsRows_data()
     row("three tokens", "2 3 10.0.0.1\n", {u"2|3|10.0.0.1"_s});
     row("more than three tokens", "2 3 10.0.0.1 name of it\n", {u"2|3|10.0.0.1"_s});
     row("words in place of numbers", "x y 1.2.3.4\n", {u"0|0|1.2.3.4"_s});
-    row("numbers with a tail", "1x 2.5 1.2.3.4\n", {u"0|0|1.2.3.4"_s});
+    row("numbers with a suffix", "1x 2.5 1.2.3.4\n", {u"0|0|1.2.3.4"_s});
     row("numbers of another base", "0x10 0b1 1.2.3.4\n", {u"0|0|1.2.3.4"_s});
     row("leading zeros are no other base", "010 007 a\n", {u"10|7|a"_s});
     row("negative numbers", "-1 -2 a\n", {u"-1|-2|a"_s});
     row("numbers too large to hold", "2147483648 99999999999999999999 a\n", {u"0|0|a"_s});
     row("the largest numbers", "2147483647 -2147483648 a\n", {u"2147483647|-2147483648|a"_s});
-    row("blanks around a line", "  \t 1 0 a \t \n", {u"1|0|a"_s});
-    row("blanks and tabs between the tokens", "1 \t  0\t\ta\n", {u"1|0|a"_s});
-    row("vertical blanks between the tokens", "1\v0\fa\n", {u"1|0|a"_s});
+    row("spaces around a line", "  \t 1 0 a \t \n", {u"1|0|a"_s});
+    row("spaces and tabs between the tokens", "1 \t  0\t\ta\n", {u"1|0|a"_s});
+    row("vertical white space between the tokens", "1\v0\fa\n", {u"1|0|a"_s});
     row("a no-break space inside a line separates nothing", "1 0 a\xC2\xA0z\n",
         {u"1|0|a\u00a0z"_s});
     row("lines that end with CR LF", "1 0 a\r\n1 1 b\r\n", {u"1|0|a"_s, u"1|1|b"_s});
@@ -105,7 +105,7 @@ void TestServerList::linesAreReadAsRows_data()
     row("a byte order mark", "\xEF\xBB\xBF\x31 0 a\n", {u"1|0|a"_s});
     row("the order of the file", "2 1 c\n0 0 a\n1 1 b\n0 0 a\n",
         {u"2|1|c"_s, u"0|0|a"_s, u"1|1|b"_s, u"0|0|a"_s});
-    row("bytes that are no UTF-8", "1 0 \xff\n", {u"1|0|\ufffd"_s});
+    row("bytes that are not UTF-8", "1 0 \xff\n", {u"1|0|\ufffd"_s});
     row("a NUL character", "1 0 a\0b\n"_ba, {u"1|0|a\0b"_s});
 }
 
@@ -178,11 +178,13 @@ void TestServerList::thePrimaryServerIsFound_data()
     row("negative channels do not count", "1 0 a\n1 -4 b\n", u"a"_s, 1);
     row("no limit here", "1 0 a\n1 25 a\n", u"a"_s, 25);
     row("channel 0 announced alone counts as one", "0 0 a\n", u"a"_s, 1);
-    row("a negative main line gives way to the channel lines", "-1 0 a\n2 1 b\n2 3 b\n", u"b"_s, 3);
-    row("a negative main line gives way to a later group's channels, not to its main line",
+    row("a negative main line is passed over for the channel lines", "-1 0 a\n2 1 b\n2 3 b\n",
+        u"b"_s, 3);
+    row("a negative main line is passed over for a later group's channels, not to its main line",
         "-1 0 a\n5 1 b\n4 0 c\n", u"b"_s, 1);
-    row("and the group's own main line is still used", "-1 0 a\n4 1 b\n4 0 c\n", u"c"_s, 1);
-    row("a negative channel line before does no harm to a main line", "-3 1 x\n1 0 a\n", u"a"_s, 1);
+    row("a negative main line, but the main line of the next group is used",
+        "-1 0 a\n4 1 b\n4 0 c\n", u"c"_s, 1);
+    row("a negative channel line before is ignored for a main line", "-3 1 x\n1 0 a\n", u"a"_s, 1);
     row("comments and short lines are skipped", "# 0 0 x\n7 0\n1 0 a\n", u"a"_s, 1);
 }
 
@@ -260,9 +262,9 @@ void TestServerList::theWrittenListHoldsOneGroup_data()
     row("eleven channels are ten", 0, u"a"_s, 11, ten);
     row("25 channels are ten", 0, u"a"_s, 25, ten);
     row("the highest count is ten", 0, u"a"_s, std::numeric_limits<int>::max(), ten);
-    row("blanks around the address", 1, u" \t a\u00a0\n"_s, 1, "1 0 a\n1 1 a\n");
-    row("a tab inside the address is no blank", 1, u"a\tb"_s, 1, "1 0 a\tb\n1 1 a\tb\n");
-    row("a no-break space inside the address is no blank", 1, u"a\u00a0z"_s, 1,
+    row("spaces around the address", 1, u" \t a\u00a0\n"_s, 1, "1 0 a\n1 1 a\n");
+    row("a tab inside the address is no space", 1, u"a\tb"_s, 1, "1 0 a\tb\n1 1 a\tb\n");
+    row("a no-break space inside the address is no space", 1, u"a\u00a0z"_s, 1,
         "1 0 a\xC2\xA0z\n1 1 a\xC2\xA0z\n");
     row("an address in UTF-8", 1, u"exêmplo"_s, 1, "1 0 ex\xC3\xAAmplo\n1 1 ex\xC3\xAAmplo\n");
     row("placeholders in the address", 1, u"%1%2%3"_s, 1, "1 0 %1%2%3\n1 1 %1%2%3\n");
@@ -296,7 +298,7 @@ void TestServerList::badValuesAreRefusedAndTheFileIsUntouched_data()
     QTest::newRow("the group is checked first") << 10 << QString() << u"Grupo invalido: 10"_s;
     QTest::newRow("no address") << 0 << QString() << u"IP invalido."_s;
     QTest::newRow("a blank address") << 0 << u" \t\n"_s << u"IP invalido."_s;
-    QTest::newRow("a blank in the address") << 0 << u"1.2.3.4 x"_s << u"IP invalido."_s;
+    QTest::newRow("a space in the address") << 0 << u"1.2.3.4 x"_s << u"IP invalido."_s;
 }
 
 void TestServerList::badValuesAreRefusedAndTheFileIsUntouched()

@@ -42,7 +42,7 @@ void TestSnBin::theFileHasOneNameInTheClientFolder_data()
     QTest::newRow("a slash at the end") << u"/games/zel/"_s << u"/games/zel/sn.bin"_s;
     QTest::newRow("the root folder") << u"/"_s << u"/sn.bin"_s;
     QTest::newRow("a relative folder") << u"zel"_s << u"zel/sn.bin"_s;
-    QTest::newRow("no folder is the working folder") << QString() << u"./sn.bin"_s;
+    QTest::newRow("no folder is the working directory") << QString() << u"./sn.bin"_s;
     QTest::newRow("a NUL character") << u"/a\0b"_s << u"/a\0b/sn.bin"_s;
 }
 
@@ -73,7 +73,7 @@ void TestSnBin::theFirstLineIsRead_data()
     row("group 11", "11 Name\n", false, u"Name"_s);
     row("a negative group", "-1 Name\n", false, u"Name"_s);
     row("a word in place of the group", "x Name\n", false, u"Name"_s);
-    row("a group with a tail", "1x Name\n", false, u"Name"_s);
+    row("a group with a suffix", "1x Name\n", false, u"Name"_s);
     row("a group of another base", "0x1 Name\n", false, u"Name"_s);
     row("a group with a leading zero is decimal", "010 Name\n", true, u"Name"_s);
     row("a group too large to hold", "4294967297 Name\n", false, u"Name"_s);
@@ -82,9 +82,9 @@ void TestSnBin::theFirstLineIsRead_data()
     row("an empty first line", "\n1 Name\n", false, none);
     row("a blank first line", "   \t \n1 Name\n", false, none);
     row("a group alone", "1", true, none);
-    row("a group alone and blanks", " 7  \n", true, none);
+    row("a group alone and spaces", " 7  \n", true, none);
     row("a word alone", "Name\n", false, none);
-    row("runs of blanks", "  2   Old    Server  \n", true, u"Old Server"_s);
+    row("runs of spaces", "  2   Old    Server  \n", true, u"Old Server"_s);
     row("only the first line counts", "3 First\n4 Second\n", true, u"First"_s);
     row("no line end", "3 First", true, u"First"_s);
     row("a line that ends with CR LF", "3 First\r\n0\r\n", true, u"First"_s);
@@ -96,7 +96,7 @@ void TestSnBin::theFirstLineIsRead_data()
     row("a no-break space inside the name stays", "1 Al\xC2\xA0pha\n", true, u"Al\u00a0pha"_s);
     row("a no-break space at the end goes", "1 Alpha\xC2\xA0\n", true, u"Alpha"_s);
     row("a name in UTF-8", "1 \xC3\x81guia \xF0\x9F\x90\x89\n", true, u"Águia 🐉"_s);
-    row("bytes that are no UTF-8", "1 \xff\n", true, u"\ufffd"_s);
+    row("bytes that are not UTF-8", "1 \xff\n", true, u"\ufffd"_s);
     row("a byte order mark", "\xEF\xBB\xBF\x31 Alpha\n", true, u"Alpha"_s);
     row("a NUL character", "1 A\0B\n"_ba, true, u"A\0B"_s);
     row("a name longer than the launcher writes", "1 A very long server name\n", true,
@@ -147,18 +147,18 @@ void TestSnBin::aNameIsPreparedForTheFile_data()
     };
     row("a plain name", u"Alpha"_s, u"Alpha"_s);
     row("no name", QString(), u"Orvandale"_s);
-    row("blanks alone", u" \t\r\n\u00a0"_s, u"Orvandale"_s);
-    row("blanks around it", u"\t  Alpha\r\n "_s, u"Alpha"_s);
-    row("blanks inside stay", u"a  \t b"_s, u"a  \t b"_s);
+    row("white space alone", u" \t\r\n\u00a0"_s, u"Orvandale"_s);
+    row("spaces around it", u"\t  Alpha\r\n "_s, u"Alpha"_s);
+    row("spaces inside stay", u"a  \t b"_s, u"a  \t b"_s);
     row("15 characters", u"123456789012345"_s, u"123456789012345"_s);
     row("16 characters", u"1234567890123456"_s, u"123456789012345"_s);
-    row("trimmed before it is cut", u"  A very long server name"_s, u"A very long ser"_s);
-    row("the cut leaves its trailing blank deliberately", u"Fourteen chars and more"_s,
+    row("trimmed before truncation", u"  A very long server name"_s, u"A very long ser"_s);
+    row("truncation leaves the trailing space deliberately", u"Fourteen chars and more"_s,
         u"Fourteen chars "_s);
     row("line ends inside", u"a\r\nb"_s, u"a  b"_s);
     row("a line feed inside", u"a\nb"_s, u"a b"_s);
     row("a carriage return inside", u"a\rb"_s, u"a b"_s);
-    row("a line end at the cut", u"Fourteen chars\nb"_s, u"Fourteen chars "_s);
+    row("a line end at the truncation", u"Fourteen chars\nb"_s, u"Fourteen chars "_s);
     row("placeholders", u"%1 %2 %3"_s, u"%1 %2 %3"_s);
     row("characters of two bytes", u"áéíóúàèìòùâêîôû!"_s, u"áéíóúàèìòùâêîôû"_s);
     row("characters of two code units", u"🐉🐉🐉🐉🐉🐉🐉a🐉"_s, u"🐉🐉🐉🐉🐉🐉🐉a"_s);

@@ -9,14 +9,14 @@ class TestText : public TestBase
     Q_OBJECT
 
 private slots:
-    void quotedNamesCannotMoveTheCursor_data();
-    void quotedNamesCannotMoveTheCursor();
+    void quotedNamesCannotControlTheTerminal_data();
+    void quotedNamesCannotControlTheTerminal();
     void sizesAreReadable_data();
     void sizesAreReadable();
     void oneFileIsSingular();
 };
 
-void TestText::quotedNamesCannotMoveTheCursor_data()
+void TestText::quotedNamesCannotControlTheTerminal_data()
 {
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<QString>("shown");
@@ -36,7 +36,7 @@ void TestText::quotedNamesCannotMoveTheCursor_data()
         << "\x7f\xFF"_ba << u"\"\\x7f\\xff\""_s;
 }
 
-void TestText::quotedNamesCannotMoveTheCursor()
+void TestText::quotedNamesCannotControlTheTerminal()
 {
     QFETCH(const QByteArray, name);
     QFETCH(const QString, shown);

@@ -54,9 +54,9 @@ private slots:
     void eachExecutableIsListedOnce_data();
     void eachExecutableIsListedOnce();
     void placeholdersInAPathAreNotFilled();
-    void theFirstRouteDecidesTheLabel();
+    void theFirstSourceDecidesTheLabel();
     void theShellComesAfterTheOtherSources();
-    void aFileWithoutExecutePermissionIsTestedAgainByALaterRoute();
+    void aFileWithoutExecutePermissionIsCheckedAgainByALaterSource();
 
     void theShellIsAskedForBothCommands();
     void theShellIsLookedUpOnTheSearchPath();
@@ -197,16 +197,15 @@ void TestWineDiscovery::eachExecutableIsListedOnce_data()
         QTest::newRow(name) << listOf(files) << listOf(found);
     };
     row("nothing", "", "");
-    row("wine64 on the search path", "bin/wine64", "wine64: bin/wine64");
-    row("wine on the search path", "bin/wine", "wine: bin/wine");
+    row("wine64 on PATH", "bin/wine64", "wine64: bin/wine64");
+    row("wine on PATH", "bin/wine", "wine: bin/wine");
     row("wine64 before wine", "bin/wine, bin/wine64", "wine64: bin/wine64, wine: bin/wine");
     row("a link at its target", "builds/8/preloader, bin/wine -> builds/8/preloader",
         "wine: builds/8/preloader");
     row("both commands one file", "bin/wine, bin/wine64 -> bin/wine", "wine64: bin/wine");
-    row("the working folder before the search path", "bin/wine, work/wine", "wine: work/wine");
-    row("a plain file in the working folder hides the search path, deliberate",
-        "bin/wine, -work/wine", "");
-    row("a folder in the working folder counts as a file, deliberate", "bin/wine, work/wine/",
+    row("the working directory before PATH", "bin/wine, work/wine", "wine: work/wine");
+    row("a plain file in the working directory hides PATH, deliberate", "bin/wine, -work/wine", "");
+    row("a folder in the working directory counts as a file, deliberate", "bin/wine, work/wine/",
         "wine: work/wine");
     row("no execute permission", "-bin/wine, -L/ge-8/bin/wine64", "");
 
@@ -235,7 +234,7 @@ void TestWineDiscovery::eachExecutableIsListedOnce_data()
     row("links between the fixed paths",
         "/usr/bin/wine64, /usr/bin/wine -> /usr/bin/wine64, /usr/local/bin/wine -> /usr/bin/wine",
         ": /usr/bin/wine64");
-    row("the search path leads to a fixed path", "/usr/bin/wine64, bin/wine64 -> /usr/bin/wine64",
+    row("PATH leads to a fixed path", "/usr/bin/wine64, bin/wine64 -> /usr/bin/wine64",
         ": /usr/bin/wine64");
     row("builds under /opt in case-sensitive order",
         "/opt/wine-b/bin/wine, /opt/wine-B/bin/wine, /opt/wine-a/bin/wine, /opt/wine-a/bin/wine64, "
@@ -283,7 +282,7 @@ void TestWineDiscovery::placeholdersInAPathAreNotFilled()
     expect({u"wine64: %1 %2/wine64"_s, u"Lutris: L/%2/bin/wine"_s});
 }
 
-void TestWineDiscovery::theFirstRouteDecidesTheLabel()
+void TestWineDiscovery::theFirstSourceDecidesTheLabel()
 {
     make({u"L/ge-8/bin/wine"_s});
     fakeShell("echo " + real(u"L/ge-8/bin/wine"_s).toLocal8Bit());
@@ -302,7 +301,7 @@ void TestWineDiscovery::theShellComesAfterTheOtherSources()
     expect({});
 }
 
-void TestWineDiscovery::aFileWithoutExecutePermissionIsTestedAgainByALaterRoute()
+void TestWineDiscovery::aFileWithoutExecutePermissionIsCheckedAgainByALaterSource()
 {
     make({u"-work/wine64"_s});
     fakeShell("/bin/chmod u+x @work/wine64; echo @work/wine64");
@@ -335,7 +334,7 @@ void TestWineDiscovery::theShellsLinesAreResolved_data()
     };
     row("trimmed", "printf '\\n  \\t %s \\r\\n \\n\\n' '@elsewhere/with blank'",
         ": elsewhere/with blank");
-    row("a command on the search path", "echo wine-ge", ": bin/wine-ge");
+    row("a command on PATH", "echo wine-ge", ": bin/wine-ge");
     row("a relative path", "echo ge/wine; echo ./ge/../ge/wine", ": work/ge/wine");
     row("in their order", "echo wine-ge; echo @elsewhere/wine", ": bin/wine-ge, : elsewhere/wine");
     row("without an end of line", "printf @elsewhere/wine", wine);

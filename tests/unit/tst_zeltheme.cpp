@@ -70,11 +70,11 @@ private slots:
 
     void theStoredSpellingDecidesTheMode_data();
     void theStoredSpellingDecidesTheMode();
-    void withoutAStoreTheModeIsDark();
+    void withoutASettingsFileTheModeIsDark();
     void aSavedModeIsLoadedAgain_data();
     void aSavedModeIsLoadedAgain();
-    void theModeLivesInAStoreOfItsOwn();
-    void savingKeepsWhatElseTheStoreHolds();
+    void theModeHasItsOwnSettingsFile();
+    void savingKeepsOtherKeys();
     void aStaleLockDelaysNoSave();
 
     void theApplicationGetsStyleFontAndSheet_data() { addModes(); }
@@ -89,7 +89,7 @@ private slots:
     void aLineEditIsNamedAfterItsStyle_data();
     void aLineEditIsNamedAfterItsStyle();
     void theOtherInputsAreNamedToo();
-    void noWidgetIsHarmless();
+    void aNullWidgetIsIgnored();
     void theNamesBindTheWidgetsToTheirRules_data() { addModes(); }
     void theNamesBindTheWidgetsToTheirRules();
     void textStaysInPlaceWhenAnInputGetsTheFocus_data() { addModes(); }
@@ -127,7 +127,7 @@ void TestZelTheme::theStoredSpellingDecidesTheMode_data()
     QTest::newRow("dark") << "[General]\ntheme=dark\n"_ba << Mode::Dark;
     QTest::newRow("light, capital") << "[General]\ntheme=Light\n"_ba << Mode::Dark;
     QTest::newRow("light, all capitals") << "[General]\ntheme=LIGHT\n"_ba << Mode::Dark;
-    QTest::newRow("light and a blank") << "[General]\ntheme=\"light \"\n"_ba << Mode::Dark;
+    QTest::newRow("light and a space") << "[General]\ntheme=\"light \"\n"_ba << Mode::Dark;
     QTest::newRow("unknown word") << "[General]\ntheme=blue\n"_ba << Mode::Dark;
     QTest::newRow("number of light") << "[General]\ntheme=1\n"_ba << Mode::Dark;
     QTest::newRow("empty") << "[General]\ntheme=\n"_ba << Mode::Dark;
@@ -144,7 +144,7 @@ void TestZelTheme::theStoredSpellingDecidesTheMode()
     QTEST(ZelTheme::loadPreferredMode(), "mode");
 }
 
-void TestZelTheme::withoutAStoreTheModeIsDark()
+void TestZelTheme::withoutASettingsFileTheModeIsDark()
 {
     QCOMPARE(ZelTheme::loadPreferredMode(), Mode::Dark);
     QVERIFY(!QFile::exists(storePath()));
@@ -169,7 +169,7 @@ void TestZelTheme::aSavedModeIsLoadedAgain()
     QTEST(ZelTheme::loadPreferredMode(), "loaded");
 }
 
-void TestZelTheme::theModeLivesInAStoreOfItsOwn()
+void TestZelTheme::theModeHasItsOwnSettingsFile()
 {
     const QByteArray launcherSettings = "[General]\ntheme=light\n"_ba;
     Disk::write(TestEnvironment::settingsFile(), launcherSettings);
@@ -180,7 +180,7 @@ void TestZelTheme::theModeLivesInAStoreOfItsOwn()
     QVERIFY(QFile::exists(storePath()));
 }
 
-void TestZelTheme::savingKeepsWhatElseTheStoreHolds()
+void TestZelTheme::savingKeepsOtherKeys()
 {
     Disk::write(storePath(), "[General]\nother=7\ntheme=dark\n"_ba);
     ZelTheme::savePreferredMode(Mode::Light);
@@ -324,7 +324,7 @@ void TestZelTheme::theOtherInputsAreNamedToo()
     QCOMPARE(textArea.minimumHeight(), QTextEdit().minimumHeight());
 }
 
-void TestZelTheme::noWidgetIsHarmless()
+void TestZelTheme::aNullWidgetIsIgnored()
 {
     ZelTheme::styleLineEdit(nullptr, InputStyle::Path);
     ZelTheme::styleLineEdit(nullptr, InputStyle::Default);
@@ -396,7 +396,7 @@ void TestZelTheme::aTypeHasItsAccent_data()
     QTest::newRow("CLIENT") << u"CLIENT"_s << u"#e74c3c"_s;
     QTest::newRow("TOOL") << u"TOOL"_s << u"#9b59b6"_s;
     QTest::newRow("client in lower case") << u"client"_s << other;
-    QTest::newRow("DB and a blank") << u"DB "_s << other;
+    QTest::newRow("DB and a space") << u"DB "_s << other;
     QTest::newRow("unknown") << u"WEB"_s << other;
     QTest::newRow("empty") << QString() << other;
 }
