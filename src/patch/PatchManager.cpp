@@ -43,21 +43,21 @@ void storeLocalVersion(const QString &version)
     settings.save();
 }
 
-/// The library's text for the failure of a finished transfer, nothing on success.
+/// Qt's error text for a finished transfer, nothing on success.
 std::optional<QString> transferError(const QNetworkReply &reply)
 {
     if (reply.error() != QNetworkReply::NoError) {
         return reply.errorString();
     }
-    // The library sometimes takes a connection that closes early for the end of the body.
+    // Qt sometimes treats an early close of the connection as the end of the body.
     if (reply.bytesAvailable() < PatchContract::promisedSize(reply)) {
         return QCoreApplication::translate("QHttp", "Connection closed");
     }
     return std::nullopt;
 }
 
-/// Writes the whole body to @p file. The reply releases each block as it is read, so a large file
-/// is not in memory twice. Flush and compare: a commit after a short write would succeed.
+/// Writes the whole body to @p file, in blocks that the reply then releases: a large file is not in
+/// memory twice. Compares the size, because QSaveFile would commit a short write.
 bool writeBody(QIODevice *body, QSaveFile *file)
 {
     constexpr qint64 blockSize = 65536;
@@ -72,8 +72,8 @@ bool writeBody(QIODevice *body, QSaveFile *file)
     return file->flush() && file->error() == QFileDevice::NoError && file->size() == size;
 }
 
-/// Replaces the file at @p target by the body, whole or not at all. Returns the message of the
-/// failure, nothing on success.
+/// Replaces the file at @p target atomically by the body. Returns the error message, nothing on
+/// success.
 std::optional<QString> storeBody(QIODevice *body, const QString &target)
 {
     QSaveFile file(target);
@@ -123,7 +123,7 @@ void PatchManager::cancel()
 {
     cancelled = true;
     if (currentReply != nullptr) {
-        // Clear after abort(): the handler runs inside it and must find its reply.
+        // Clear after abort(): it runs the handler, which compares the reply.
         currentReply->abort();
         currentReply = nullptr;
     }
@@ -170,7 +170,7 @@ void PatchManager::processManifest(const QByteArray &data)
         }
     }
 
-    // The version only decides what happens when nothing is listed.
+    // The version matters only if no file is listed.
     if (!files.isEmpty()) {
         emit statusChanged(QStringLiteral("Baixando %1 arquivo(s)...").arg(files.size()));
         downloadNext();
@@ -244,18 +244,18 @@ void PatchManager::onFileReply(QNetworkReply *reply, const PatchFileEntry &entry
 void PatchManager::startRequest(const QUrl &url)
 {
     if (currentReply != nullptr) {
-        currentReply->abort(); // its handler runs inside the call and ends its run
+        currentReply->abort(); // runs its handler, which ends its run
     }
     currentReply = network->get(QNetworkRequest(url));
 }
 
-/// Takes over a finished reply and releases it; its body stays readable until control returns to
-/// the event loop. Returns false without a body to use: the run ended here, or @p reply was dropped
-/// before.
+/// Schedules the deletion of a finished reply; its body stays readable until control returns to the
+/// event loop. Returns false without a usable body: the run has ended, or @p reply is not the
+/// current one.
 bool PatchManager::takeReply(QNetworkReply *reply, const QString &failurePrefix)
 {
     reply->deleteLater();
-    // The reply of a local file finishes after abort(), when the next request may be in flight.
+    // A reply for a "file:" URL finishes after abort(), when the next request may be in flight.
     if (currentReply != reply) {
         return false;
     }
@@ -271,7 +271,7 @@ bool PatchManager::takeReply(QNetworkReply *reply, const QString &failurePrefix)
     return true;
 }
 
-/// Percentage of the files that are stored.
+/// Percentage of files stored.
 int PatchManager::donePercent() const
 {
     return currentIndex * 100 / int(files.size());

@@ -3,8 +3,8 @@
 #include <QMetaMethod>
 #include <QStringList>
 
-/// The signals and slots that a class itself declares, in their order, each with the names of its
-/// parameters: "signal finished(bool,QString) success,message".
+/// The signals and slots declared by a class itself, in order, with parameter names: "signal
+/// finished(bool,QString) success,message".
 inline QStringList ownMethods(const QMetaObject &meta)
 {
     QStringList methods;

@@ -51,7 +51,7 @@ QString TestEnvironment::settingsFile()
 
 void TestBase::init()
 {
-    // The offscreen platform says this of windows of fixed size, of menus and of tool tips.
+    // The offscreen platform prints this for windows of fixed size, menus and tool tips.
     QTest::failOnWarning(
         QRegularExpression(QStringLiteral("^(?!This plugin does not support "
                                           "(propagateSizeHints|raise|grabbing the keyboard))")));

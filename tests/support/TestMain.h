@@ -6,14 +6,14 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-/// What every test program does before its application object exists: an own home folder, own
-/// settings, no display, no session bus, the launcher's two names.
+/// The environment of a test program, set up before its application object: its own home folder and
+/// settings, no display, no session bus.
 class TestEnvironment
 {
 public:
     TestEnvironment();
 
-    /// Names the application like the launcher; call when the application object exists.
+    /// Sets the launcher's application and organisation name; call after creating the application.
     static void nameApplication();
 
     /// The program's own HOME.

@@ -1,13 +1,13 @@
 #pragma once
 
-/// How long tests wait at most for what must happen: far longer than it takes on a busy machine,
-/// because only a failing test waits so long. In milliseconds.
+/// Timeouts in milliseconds, far longer than needed on a busy machine: only a failing test waits so
+/// long.
 namespace Timeouts
 {
 
-/// For what this process does by itself, and for an answer of a server on this machine.
+/// For this process, and for answers of a local server.
 constexpr int replyMs = 30'000;
-/// For another program: until it has started, shown a window, or ended.
+/// For other programs to start, show a window, or end.
 constexpr int programMs = 60'000;
 
 } // namespace Timeouts

@@ -24,7 +24,7 @@ namespace
 /// name may have more than 255.
 constexpr qsizetype longestFileName = 255 - 7;
 
-/// What a Windows program can open below "C:\" without special means.
+/// Longest path below "C:\" that Windows programs open without the prefix "\\?\".
 constexpr qsizetype longestWindowsPath = 256;
 
 constexpr const char *manifestName = "manifest.json";
@@ -34,8 +34,7 @@ QByteArray toBytes(const fs::path &path)
     return QByteArray::fromStdString(path.native());
 }
 
-/// @p text with differences of letter case taken away, character by character, as Windows
-/// compares names.
+/// @p text case-folded character by character, as Windows compares names.
 QString withoutCase(const QString &text)
 {
     QString result;
@@ -46,7 +45,7 @@ QString withoutCase(const QString &text)
     return result;
 }
 
-/// Why Windows cannot hold a file or folder of this name; nothing when it can.
+/// Why Windows does not allow this name of a file or folder; nothing if it does.
 std::optional<QString> windowsObjection(const QString &name)
 {
     static const QRegularExpression reserved(
@@ -70,7 +69,7 @@ std::optional<QString> windowsObjection(const QString &name)
     return std::nullopt;
 }
 
-/// True for what the launcher itself writes in the client folder, out of the player's settings.
+/// True for files that the launcher writes from the player's settings.
 bool isPlayersOwn(const QString &path)
 {
     static const QStringList names{QStringLiteral("Config.bin"), QStringLiteral("serverlist.txt"),
@@ -110,7 +109,7 @@ public:
     }
 
 private:
-    /// Lists what is in the folder whose place is @p real, which is published as @p path.
+    /// Lists the content of the folder @p real, which is published as @p path.
     void walkFolder(const fs::path &real, const QByteArray &path)
     {
         std::error_code error;
@@ -145,7 +144,7 @@ private:
         }
         const bool isLink = S_ISLNK(status.st_mode);
         if (isLink) {
-            // A failure leaves the state of the link; it matters only if the link is not excluded.
+            // On failure this remains the link's status; followLink() reports it, unless excluded.
             ::stat(place.c_str(), &status);
         }
         const bool isFolder = S_ISDIR(status.st_mode);
@@ -188,7 +187,7 @@ private:
         return excluded;
     }
 
-    /// Where a link leads in the end; an empty path when it must not be followed.
+    /// The final target of a link; empty if it must not be followed.
     fs::path followLink(const fs::path &place, const QByteArray &path)
     {
         std::error_code error;
@@ -223,7 +222,7 @@ private:
         return target;
     }
 
-    /// Judges the name; warns of what only Windows objects to.
+    /// Checks the name. Only warns of a name that Windows does not allow.
     bool isNameFit(const QByteArray &path, const QByteArray &name, bool isFile)
     {
         const std::optional<QString> text = textOf(name);
@@ -257,10 +256,10 @@ private:
         return true;
     }
 
-    /// Refuses files and folders that are one to Windows.
+    /// Refuses paths that differ only in letter case.
     void compareWithoutCase()
     {
-        QHash<QString, QByteArray> known; // from what Windows sees to what there is
+        QHash<QString, QByteArray> known; // first path by case-folded path
         QSet<QByteArray> refused;
         for (const QByteArray &path : std::as_const(result.files)) {
             for (qsizetype end = 0; end >= 0 && end < path.size();) {
@@ -302,7 +301,7 @@ private:
     const QByteArray ownManifest;
     std::vector<bool> usedExcludes;
     fs::path root;
-    std::vector<fs::path> openFolders; // from the root to where the walk is, with no link in them
+    std::vector<fs::path> openFolders; // from the root to the current one, links resolved
     PatchFolderScan result;
 };
 

@@ -29,21 +29,20 @@ private:
     bool foldersOnly = false;
 };
 
-/// What a folder holds for a patch. All lines are in the order of the paths.
+/// The result of scanning a folder. All lines are in the order of the paths.
 struct PatchFolderScan {
     QByteArrayList files;  ///< Paths below the folder, in bytewise order.
     QByteArrayList absent; ///< Paths of manifests, which are never listed.
     qint64 totalSize = 0;  ///< Bytes of all files.
 
-    QByteArrayList excluded; ///< Paths that a pattern excludes, without what is in such folders.
+    QByteArrayList excluded; ///< Excluded paths, without the contents of excluded folders.
 
     QStringList warnings; ///< What the operator should know.
     QStringList problems; ///< Why the folder cannot be published.
     QStringList failures; ///< What could not be read.
 };
 
-/// The files of a folder that is to become a patch. Names are the bytes of the file system, on
-/// which no locale has an influence.
+/// Scans a folder to publish. Names are the raw bytes of the file system, whatever the locale.
 class PatchFolder
 {
 public:
@@ -53,7 +52,7 @@ public:
     static PatchFolderScan scan(const QString &folder, const QString &manifest,
                                 const QList<ExcludePattern> &excludes = {});
 
-    /// The place of the file at @p path, which may not exist yet, with no link in it. Empty when
-    /// its folder does not exist.
+    /// The canonical path of @p path, whose last component need not exist. Empty if its folder does
+    /// not exist.
     static QByteArray realPath(const QString &path);
 };

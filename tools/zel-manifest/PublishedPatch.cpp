@@ -76,7 +76,7 @@ bool PublishedPatch::fetch(const QString &address,
         return false;
     }
     takeReceived();
-    // The network library sometimes takes a connection that closes early for the end of the body.
+    // Qt sometimes treats an early close of the connection as the end of the body.
     if (const qint64 promised = PatchContract::promisedSize(*reply); received < promised) {
         *error = QStringLiteral("the connection closed after %1 of %2 bytes")
                      .arg(received)

@@ -11,8 +11,8 @@
 class QNetworkReply;
 class QUrl;
 
-/// A patch on a web server, asked for in the launcher's own requests: plain ones, one after
-/// another, for the base URL and what follows it as one text.
+/// Fetches a published patch like the launcher: by plain GET requests, one at a time, with paths
+/// appended to the base URL as text.
 class PublishedPatch
 {
 public:

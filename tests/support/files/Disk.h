@@ -11,14 +11,13 @@
 
 #include "support/TestMain.h"
 
-/// The files that tests make, and the faults of the disk they are on. What fails here aborts the
-/// test program.
+/// Files for tests, and disk faults. A failure aborts the test program.
 namespace Disk
 {
 
 /// Makes a file at @p path that holds @p bytes; missing folders are created.
 void write(const QString &path, const QByteArray &bytes);
-/// Makes such a file that its owner may run.
+/// Makes such a file, executable by its owner.
 void writeExecutable(const QString &path, const QByteArray &bytes);
 /// The content of the file at @p path.
 QByteArray read(const QString &path);
@@ -34,7 +33,7 @@ QStringList names(const QString &path);
 /// it.
 QMap<QString, QByteArray> files(const QString &path);
 
-/// While it lives, no file of this process can grow beyond a size: a disk that fills up.
+/// Limits the size of the files that this process writes during its lifetime, like a full disk.
 class SizeLimit
 {
 public:
@@ -47,7 +46,7 @@ private:
     rlimit before{};
 };
 
-/// While it lives, relative paths start at another folder.
+/// Changes the working directory during its lifetime.
 class WorkingFolder
 {
 public:
@@ -62,8 +61,7 @@ private:
 
 } // namespace Disk
 
-/// Base of a test class whose functions each find a new, empty folder. The functions that only
-/// give the data have none.
+/// Base of a test class with a new, empty folder for each test function (not for data functions).
 class FolderTest : public TestBase
 {
     Q_OBJECT

@@ -9,7 +9,7 @@
 #include "settings/LauncherSettings.h"
 #include "support/files/Disk.h"
 
-/// The launcher's settings as a new process has them.
+/// The launcher's settings of a new process.
 inline const LauncherSettings initialSettings = LauncherSettings::instance();
 
 /// The launcher's settings.
@@ -18,13 +18,13 @@ inline LauncherSettings &settings()
     return LauncherSettings::instance();
 }
 
-/// Gives the launcher's settings the values that a new process starts with.
+/// Resets the fields to those of a new process.
 inline void resetFields()
 {
     settings() = initialSettings;
 }
 
-/// Starts anew, without a settings file.
+/// Resets the fields and removes the settings file.
 inline void resetSettings()
 {
     QDir(TestEnvironment::configHome()).removeRecursively();
@@ -32,8 +32,8 @@ inline void resetSettings()
     resetFields();
 }
 
-/// Gives the settings file a time of its own: QSettings does not read a file again that changes
-/// twice within a tick of the file system's clock.
+/// Changes the settings file's time stamp: QSettings does not reload a file that changes twice
+/// within a tick of the file system's clock.
 inline void touchSettings()
 {
     static qint64 seconds = 1'000'000'000;
@@ -45,7 +45,7 @@ inline void touchSettings()
     }
 }
 
-/// Writes the settings file by hand.
+/// Writes the settings file without QSettings.
 inline void writeSettings(const QByteArray &text)
 {
     Disk::write(TestEnvironment::settingsFile(), text);

@@ -115,7 +115,7 @@ public:
     int heldAnswers() const;
 
 signals:
-    /// Goes to the connections, in their thread.
+    /// To the connections, in their thread.
     void resumed();
 
 private:

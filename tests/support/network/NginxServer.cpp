@@ -58,13 +58,13 @@ QString NginxServer::program()
 {
     const QString name = u"nginx"_s;
     const QString found = QStandardPaths::findExecutable(name);
-    // Debian keeps it out of users' search path.
+    // On Debian it is not on a user's PATH.
     return found.isEmpty() ? QStandardPaths::findExecutable(name, {u"/usr/sbin"_s}) : found;
 }
 
 bool NginxServer::start(const QString &root, QString *error)
 {
-    // Someone else may take the port between the look and the start.
+    // Another program may take the port before nginx starts.
     for (int attempt = 0; attempt < 10; ++attempt) {
         if (startOn(freePort(), root)) {
             return true;
@@ -124,7 +124,7 @@ bool NginxServer::startOn(quint16 freePort, const QString &root)
     Disk::write(file, QString::fromLatin1(configuration)
                           .arg(dir.path(), QString::number(port), root, QString::number(rate))
                           .toUtf8());
-    // Not even a test that is killed leaves it behind.
+    // End it even if the test is killed.
     process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
     process.start(program(),
                   {u"-p"_s, dir.path(), u"-c"_s, file, u"-e"_s, dir.filePath(u"error.log"_s)});

@@ -22,7 +22,7 @@ public:
     /// Serves the same folder again, on the same port, after stop() or kill().
     bool restart();
     void stop();
-    /// Ends it like a machine that loses its power, in the middle of whatever it does.
+    /// Kills it with SIGKILL.
     void kill();
 
     /// Limits each answer to @p bytesPerSecond from the next start on; 0 is no limit.

@@ -5,8 +5,8 @@
 #include <QString>
 #include <QStringList>
 
-/// A test program that a test runs as a process of its own: for what happens once in a process,
-/// and for a file system that other processes must not see changed.
+/// Runs the test program as a child process: for code that runs once per process, and for private
+/// mounts.
 class Child
 {
 public:

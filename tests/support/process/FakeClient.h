@@ -23,8 +23,8 @@ public:
     QByteArray read(const QString &name) const;
     void writePicture(const QImage &picture) const;
 
-    /// Sets every field of the launcher's settings: this folder, its "ZEL.exe", no update, no
-    /// Wine, and for the rest what a first start finds. Saves nothing.
+    /// Resets the launcher's settings in memory to this folder, its "ZEL.exe", no update and no
+    /// Wine.
     void useInLauncher() const;
 
 private:

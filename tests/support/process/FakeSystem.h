@@ -6,8 +6,8 @@
 
 #include "support/process/OwnMounts.h"
 
-/// Folders that stand in for /opt, /usr/bin and /usr/local/bin in the eyes of a child process.
-/// They are empty at first. A test that uses them starts with NEEDS_OWN_MOUNTS().
+/// Folders that replace /opt, /usr/bin and /usr/local/bin for a child process. They are empty at
+/// first. A test that uses them starts with NEEDS_OWN_MOUNTS().
 class FakeSystem
 {
 public:

@@ -4,9 +4,8 @@
 #include <QString>
 #include <QTemporaryDir>
 
-/// A home folder and a search path of the test's own, so that the search for Wine is quick and
-/// finds what the test put there. The shell on that path knows no Wine. What the machine has in
-/// its fixed places is found all the same.
+/// The test's own HOME and PATH, so that the search for Wine is quick and finds the test's files.
+/// The shell on that PATH finds no Wine. Installations at fixed paths are still found.
 class FakeWineHost
 {
 public:

@@ -14,12 +14,12 @@ QStringList commandLine(const QString &script, const QStringList &command);
 /// Runs that command line to its end. Empty when it ends with exit code 0, else what it printed.
 QString run(const QString &script, const QStringList &command);
 
-/// Why this user may have no such mounts; empty when he may. Tried once.
+/// Why this user cannot have private mounts; empty if possible. Checked once.
 QString obstacle();
 
 } // namespace OwnMounts
 
-/// Skips a test function where this user may have no mounts of his own.
+/// Skips a test function if this user cannot have private mounts.
 #define NEEDS_OWN_MOUNTS()                                                                         \
     do {                                                                                           \
         if (!OwnMounts::obstacle().isEmpty()) {                                                    \

@@ -3,14 +3,14 @@
 #include <QByteArray>
 #include <QList>
 
-/// What the system knows of processes.
+/// Information from /proc about processes.
 namespace ProcessTable
 {
 
-/// Whether there is a process with that id, be it one that has ended and was not waited for.
+/// Whether there is a process with that id, zombies included.
 bool isAlive(qint64 pid);
 
-/// The children of this program, also those that have ended and were not waited for.
+/// The children of this process, zombies included.
 QList<qint64> children();
 
 /// How many descriptors this program has open.

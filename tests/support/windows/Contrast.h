@@ -18,14 +18,14 @@ constexpr double readableWhenDisabled = 3.0;
 /// The contrast of two colours, 1 to 21.
 double contrast(const QColor &first, const QColor &second);
 
-/// A picture of @p area of @p widget, with what lies behind it; of all but the widget's frame
-/// without an @p area.
+/// An image of @p area of @p widget with its background; without an @p area, of the widget without
+/// its frame.
 QImage picture(const QWidget *widget, QRect area = {});
 
 /// The colour of most pixels.
 QColor background(const QImage &image);
 
-/// The greatest contrast of a pixel of picture() to the background: that of the text; 1 when blank.
+/// The contrast of text to background: the highest of any pixel in picture(); 1 if it has no text.
 double textContrast(const QWidget *widget, QRect area = {});
 
 /// Styles the application as the launcher does at its start, on a desktop with @p desktopPalette.

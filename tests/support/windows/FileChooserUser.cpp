@@ -27,7 +27,7 @@ bool FileChooserUser::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Show) {
         if (auto *dialog = qobject_cast<QFileDialog *>(watched)) {
-            // Answered from inside its own event loop, like by a user.
+            // Queued: answered in its own event loop, like by a user.
             QMetaObject::invokeMethod(
                 this,
                 [this, shown = QPointer<QFileDialog>(dialog)] {
@@ -63,7 +63,7 @@ void FileChooserUser::answer(QFileDialog *dialog)
         QTest::qFail("the file chooser does not become active", __FILE__, __LINE__);
     }
     edit->setCompleter(nullptr); // no list opens over the buttons
-    edit->setFocus();            // without it the dialog fills the name in by itself
+    edit->setFocus();            // otherwise the dialog changes the name
     edit->selectAll();
     QTest::keyClicks(edit, path);
     QTest::mouseClick(buttons->button(QDialogButtonBox::Open), Qt::LeftButton);

@@ -6,9 +6,8 @@
 #include <QString>
 #include <QStringList>
 
-/// The user in front of the file choosers, which must be Qt's own. While one of these lives, each
-/// chooser must be one that it is to answer and each answer must be used; the test fails
-/// otherwise.
+/// Answers Qt's own file dialogs. During its lifetime, an unexpected file dialog or an unused
+/// answer fails the test.
 class FileChooserUser : public QObject
 {
     Q_OBJECT

@@ -41,7 +41,7 @@ bool MessageBoxAnswerer::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Show) {
         if (auto *box = qobject_cast<QMessageBox *>(watched)) {
-            // The box is answered from inside its own event loop, like by a user.
+            // Queued: answered in its own event loop, like by a user.
             QMetaObject::invokeMethod(
                 this,
                 [this, shown = QPointer<QMessageBox>(box)] {

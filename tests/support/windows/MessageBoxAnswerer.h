@@ -7,8 +7,8 @@
 
 #include <functional>
 
-/// The user in front of the message boxes. While one of these lives, an unexpected box, and an
-/// expected one that does not come or is not closed, fails the test.
+/// Answers message boxes. During its lifetime, an unexpected box, or an expected one that does not
+/// appear or is not closed, fails the test.
 class MessageBoxAnswerer : public QObject
 {
     Q_OBJECT
@@ -26,7 +26,7 @@ public:
 
         bool operator==(const Box &other) const = default;
     };
-    /// A look at the program while the box is open.
+    /// Called while the box is open.
     using Look = std::function<void(QMessageBox &)>;
 
     MessageBoxAnswerer();

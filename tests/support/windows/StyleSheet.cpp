@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// @p text without comments, line breaks and needless blanks.
+/// @p text without comments, line breaks and redundant white space.
 QString tidied(QString text)
 {
     static const QRegularExpression comment(uR"(/\*.*?\*/)"_s,

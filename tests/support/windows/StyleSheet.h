@@ -5,14 +5,14 @@
 #include <QString>
 #include <QStringList>
 
-/// One rule of a style sheet, in a spelling of its own: one blank after each comma, none doubled.
+/// One rule of a style sheet with normalised white space.
 struct StyleRule {
     /// The selectors as the sheet lists them; empty for declarations outside a block.
     QString selector;
     QMap<QString, QString> properties;
 };
 
-/// A style sheet read rule by rule, so that tests need not care for its blanks and line breaks.
+/// A parsed style sheet, so that tests do not depend on its white space.
 class StyleSheet
 {
 public:

@@ -64,7 +64,7 @@ QString VirtualDisplay::waitForWindow(const QString &title, const QStringList &k
 
 bool VirtualDisplay::click(const QString &window, QPoint place) const
 {
-    // From the pixel beside it: the wait for a mouse that is there already would be a long one.
+    // Move from a pixel beside it: xdotool waits long for a mouse that is there already.
     return !output(u"xdotool"_s, {u"mousemove"_s, u"--window"_s, window, digits(place.x() - 1),
                                   digits(place.y()), u"mousemove"_s, u"--sync"_s, u"--window"_s,
                                   window, digits(place.x()), digits(place.y()), u"click"_s, u"1"_s})
@@ -120,7 +120,7 @@ QStringList VirtualDisplay::visibleWindows(const QString &pattern) const
     return QString::fromLatin1(ids).split(u'\n', Qt::SkipEmptyParts);
 }
 
-/// What a program prints when it ends well, else null.
+/// The output of a program that exits with 0, else null.
 QByteArray VirtualDisplay::output(const QString &program, const QStringList &arguments) const
 {
     QProcess process;

@@ -7,8 +7,7 @@
 #include <QSize>
 #include <QString>
 
-/// An X server of the test's own that nobody sees, without a window manager, and a hand at its
-/// mouse and keyboard.
+/// A virtual X server without a window manager, with simulated mouse and keyboard input.
 class VirtualDisplay
 {
 public:
@@ -26,7 +25,7 @@ public:
     QString waitForWindow(const QString &title, const QStringList &known = {}) const;
     /// Clicks a place in a window, in pixels from its upper left corner.
     bool click(const QString &window, QPoint place) const;
-    /// Gives a window the keyboard, for which nothing else cares here.
+    /// Sets the keyboard focus; there is no window manager to do it.
     bool focus(const QString &window) const;
     /// Presses a key, named like "Tab" or "alt+y", in a window.
     bool pressKey(const QString &window, const QString &key) const;
