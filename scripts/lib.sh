@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What the scripts share. Sourced, from the root of the tree, by scripts with "set -euo pipefail".
+# Functions for the scripts. Sourced, from the root of the tree, by scripts with "set -euo pipefail".
 
 say() { printf '\n== %s\n' "$1"; }
 ok() { printf '   ok: %s\n' "$1"; }
@@ -47,7 +47,7 @@ wait_until() {
 
 # ---- servers
 
-# start_display SIZE [OPTION...]: an X server that nobody sees; sets DISPLAY.
+# start_display SIZE [OPTION...]: a virtual X server; sets DISPLAY.
 start_display() {
     Xvfb -displayfd 3 -screen 0 "$1x24" -nolisten tcp -noreset "${@:2}" \
         3>"$work/display" 2>/dev/null &
@@ -111,7 +111,7 @@ CONF
     die "nginx did not start: $(tail -n 1 "$work/nginx-error.log" 2>/dev/null)"
 }
 
-# ---- the launcher's window, read by a screen reader's means and driven by the mouse
+# ---- the launcher's window, read through AT-SPI and used by the mouse
 
 read_widget() { tests/support/windows/screen_reader.py "$@" 2>/dev/null; }
 

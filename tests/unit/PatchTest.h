@@ -104,7 +104,7 @@ protected:
     /// Every file and folder below the client folder, sorted.
     QStringList clientTree() const;
 
-    /// The version in the settings file, read anew.
+    /// The version in the settings file, read from disk.
     static QString savedVersion();
     /// The bytes of the settings file. A save() always changes them: the server name in memory is
     /// one that was never saved.

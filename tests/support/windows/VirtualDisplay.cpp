@@ -22,8 +22,8 @@ QString digits(int number)
 
 VirtualDisplay::VirtualDisplay(QSize size)
 {
-    // The server takes a free number and tells it on its standard output. Without "-noreset" it
-    // would begin anew, and turn clients away meanwhile, whenever its last client goes.
+    // The server chooses a free display number and prints it. Without "-noreset" it would reset,
+    // and refuse connections meanwhile, whenever its last client disconnects.
     server.setStandardErrorFile(QProcess::nullDevice());
     server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-noreset"_s, u"-screen"_s, u"0"_s,
                              u"%1x%2x24"_s.arg(digits(size.width()), digits(size.height())),

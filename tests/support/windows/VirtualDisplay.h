@@ -11,7 +11,7 @@
 class VirtualDisplay
 {
 public:
-    /// Starts the server; isRunning() tells whether that worked.
+    /// Starts the server; isRunning() is false if that failed.
     explicit VirtualDisplay(QSize size = {1280, 1024});
     ~VirtualDisplay();
     Q_DISABLE_COPY_MOVE(VirtualDisplay)

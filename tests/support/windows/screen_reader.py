@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Reads the launcher's windows from outside, the way a screen reader does.
+"""Reads the launcher's windows through AT-SPI, like a screen reader.
 
   screen_reader.py widgets WINDOW SECONDS      waits for a window by its title; prints the role,
                                                the name and the description of all that it shows
@@ -73,8 +73,8 @@ def is_within(widget, ancestor):
 
 
 def name_of(widget):
-    """What a widget is called: the text of its label, or its own name. Screen readers do not take
-    the group that a widget stands in for its label."""
+    """The text of a widget's label, or its own name. Like screen readers, ignores the group box
+    around a widget."""
     for relation in widget.get_relation_set():
         if relation.get_relation_type() != Atspi.RelationType.LABELLED_BY:
             continue
@@ -120,7 +120,7 @@ def press(role, name):
     try:
         widget.do_action(0)
     except GLib.Error:
-        pass  # the press has ended the launcher before it could answer
+        pass  # the press ended the launcher before it answered
     return name
 
 
