@@ -88,7 +88,7 @@ QString loginShellOutput()
     shell.setStandardErrorFile(QProcess::nullDevice());
     shell.start(QStringLiteral("bash"),
                 {QStringLiteral("-lc"), QStringLiteral("command -v wine64; command -v wine")});
-    // Not waitForFinished(): it never times out while the shell keeps printing.
+    // Reads as the output comes: a full pipe would stop the shell.
     const QDeadlineTimer deadline(shellTimeoutMs);
     while (!deadline.hasExpired() && shell.waitForReadyRead(int(deadline.remainingTime()))) {
     }

@@ -36,6 +36,7 @@ private slots:
     void digestsAreThoseOfSha256InTheOrderOfThePaths();
     void progressGoesFromTheStartToTheEnd();
     void everyFileThatCannotBeReadIsNamed();
+    void descriptorZeroIsADescriptor();
     void aFileThatChangesWhileItIsReadIsAnError_data();
     void aFileThatChangesWhileItIsReadIsAnError();
 
@@ -119,6 +120,20 @@ void TestFileDigest::everyFileThatCannotBeReadIsNamed()
                                   quoted(none) + u": No such file or directory"_s,
                                   u"\"/proc/self/mem\": Input/output error"_s,
                                   u"\"/proc/self/status\": changed while it was read"_s}));
+}
+
+void TestFileDigest::descriptorZeroIsADescriptor()
+{
+    Disk::write(at(u"file"_s), "content");
+    const int input = ::dup(STDIN_FILENO);
+    ::close(STDIN_FILENO); // the first file opened gets its number
+    QList<FileDigest> digests;
+    QStringList errors;
+    const bool isRead = digestFiles({place(u"file"_s)}, &digests, &errors);
+    ::dup2(input, STDIN_FILENO);
+    ::close(input);
+    QVERIFY2(isRead, qPrintable(errors.join(u'\n')));
+    QCOMPARE(digests.constFirst().size, 7);
 }
 
 void TestFileDigest::aFileThatChangesWhileItIsReadIsAnError_data()
