@@ -69,8 +69,10 @@ private:
 QByteArrayList linesOf(const PatchFolderScan &scan)
 {
     QByteArrayList lines;
-    for (const auto &[word, paths] :
-         {std::pair{"file ", scan.files}, {"absent ", scan.absent}, {"excluded ", scan.excluded}}) {
+    for (const auto &[word, paths] : {std::pair{"file ", scan.files},
+                                      {"absent ", scan.absent},
+                                      {"excluded ", scan.excluded},
+                                      {"twin ", scan.caseTwins}}) {
         for (const QByteArray &path : paths) {
             lines.append(word + path);
         }
@@ -239,9 +241,9 @@ void TestPatchFolder::namesAreJudged_data()
     const auto oneToWindows = [](const QByteArray &title, const QByteArrayList &names,
                                  const QByteArray &refusedName, const QByteArray &other) {
         row(title, names,
-            {"file " + names.join("\nfile "), "problem \"" + refusedName + "\": differs from \"" +
-                                                  other +
-                                                  "\" only in letter case, which Windows ignores"});
+            {"file " + names.join("\nfile "), "twin " + refusedName,
+             "problem \"" + refusedName + "\": differs from \"" + other +
+                 "\" only in letter case, which Windows ignores"});
     };
     oneToWindows("letters", {"Data.pak", "data.pak"}, "data.pak", "Data.pak");
     oneToWindows("accents", {"Été", "étÉ"}, "étÉ", "Été");

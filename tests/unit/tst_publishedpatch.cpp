@@ -18,6 +18,9 @@ private slots:
     void aTruncatedTransferIsAnError();
     void aStalledTransferTimesOut();
     void aFileThatCannotBeFetchedIsAnError();
+    void onlyTheBeginningOfAFileIsTried();
+    void aFileThatCannotBeFetchedCannotBeTried();
+    void theAnswerIsRecorded();
 
 private:
     HttpServer server;
@@ -101,6 +104,58 @@ void TestPublishedPatch::aFileThatCannotBeFetchedIsAnError()
     PublishedPatch invalid(u"http://[bad"_s, 30000);
     QVERIFY(!invalid.fetchFile(u"x"_s, &digest, &error));
     QVERIFY2(error.startsWith(u"not a valid URL: "_s), qPrintable(error));
+}
+
+void TestPublishedPatch::onlyTheBeginningOfAFileIsTried()
+{
+    // The rest of the body never comes.
+    server.answer("/x", HttpAnswer::withLength(QByteArray(100000, 'x')).heldAt(10));
+    server.answer("/empty", HttpAnswer::withLength({}));
+    PublishedPatch patch(server.url(), 30000);
+    error.clear();
+    QVERIFY2(patch.tryFile(u"x"_s, &error), qPrintable(error));
+    QCOMPARE(patch.answer().status, 200);
+    QVERIFY(patch.answer().hasLength);
+    QCOMPARE(patch.answer().error, QNetworkReply::NoError);
+    QVERIFY2(patch.tryFile(u"empty"_s, &error), qPrintable(error));
+    QCOMPARE(error, QString());
+}
+
+void TestPublishedPatch::aFileThatCannotBeFetchedCannotBeTried()
+{
+    for (const char *status : {"400 Bad Request", "404 Not Found"}) {
+        server.answer("/x", HttpAnswer::status(status, QByteArray(100000, 'x')));
+        PublishedPatch patch(server.url(), 30000);
+        QVERIFY(!patch.tryFile(u"x"_s, &error));
+        QCOMPARE(patch.answer().status, QByteArray(status).left(3).toInt());
+        QVERIFY(patch.answer().error != QNetworkReply::NoError);
+    }
+    server.answer("/x", HttpAnswer::withLength("x").heldAt(HttpAnswer::insideHeader));
+    PublishedPatch patch(server.url(), 100);
+    QVERIFY(!patch.tryFile(u"x"_s, &error));
+    QCOMPARE(patch.answer().error, QNetworkReply::OperationCanceledError);
+}
+
+void TestPublishedPatch::theAnswerIsRecorded()
+{
+    const QUrl x(server.url(u"/x"_s));
+    server.answer("/x", HttpAnswer::withLength("12345"));
+    server.answer("/redirect", HttpAnswer::redirect(x.toEncoded()));
+    server.answer("/endless", HttpAnswer::withoutLength("12345"));
+    server.answer("/gzip", HttpAnswer::gzipped("12345"));
+    PublishedPatch patch(server.url(), 30000);
+    QCOMPARE(patch.answer().status, 0);
+    QVERIFY(patch.fetchFile(u"redirect"_s, &digest, &error));
+    QCOMPARE(patch.answer().url, x);
+    QCOMPARE(patch.answer().status, 200);
+    QVERIFY(patch.answer().hasLength);
+    QVERIFY(!patch.answer().isCompressed);
+    QVERIFY(patch.fetchFile(u"endless"_s, &digest, &error));
+    QVERIFY(!patch.answer().hasLength);
+    QVERIFY(!patch.answer().isCompressed);
+    QVERIFY(patch.fetchFile(u"gzip"_s, &digest, &error));
+    QVERIFY(patch.answer().isCompressed);
+    QVERIFY(!PublishedPatch(u"http://[bad"_s, 30000).tryFile({}, &error));
 }
 
 ZEL_TEST_MAIN(TestPublishedPatch)

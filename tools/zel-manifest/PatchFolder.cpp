@@ -271,6 +271,7 @@ private:
                 } else if (first != part) {
                     if (!refused.contains(part)) {
                         refused.insert(part);
+                        result.caseTwins.append(part);
                         refuse(part, QStringLiteral("differs from %1 only in letter case, which "
                                                     "Windows ignores")
                                          .arg(quoted(first)));

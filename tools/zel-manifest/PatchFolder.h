@@ -35,6 +35,8 @@ struct PatchFolderScan {
     QByteArrayList absent; ///< Paths of manifests, which are never listed.
     qint64 totalSize = 0;  ///< Bytes of all files.
 
+    QByteArrayList caseTwins; ///< Paths that differ from another one only in letter case.
+
     QByteArrayList excluded; ///< Excluded paths, without the contents of excluded folders.
 
     QStringList warnings; ///< What the operator should know.

@@ -41,9 +41,15 @@ bool PublishedPatch::fetchFile(const QString &url, FileDigest *digest, QString *
     return true;
 }
 
-bool PublishedPatch::fetch(const QString &address,
-                           const std::function<void(const QByteArray &)> &take, QString *error)
+bool PublishedPatch::tryFile(const QString &url, QString *error)
 {
+    return fetch(url, {}, error);
+}
+
+/// Fetches @p address and passes its content on; without @p take only until the content begins.
+bool PublishedPatch::fetch(const QString &address, const Take &take, QString *error)
+{
+    newestAnswer = {};
     const QUrl url(base + address, QUrl::TolerantMode);
     if (!url.isValid()) {
         *error = QStringLiteral("not a valid URL: ") + url.errorString();
@@ -54,10 +60,19 @@ bool PublishedPatch::fetch(const QString &address,
 
     const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(network.get(request));
     qint64 received = 0;
+    bool enough = false;
     const auto takeReceived = [&] {
+        record(*reply);
+        if (!take && newestAnswer.status < 400) {
+            enough = true;
+            reply->abort();
+            return;
+        }
         const QByteArray block = reply->readAll();
         received += block.size();
-        take(block);
+        if (take) {
+            take(block);
+        }
     };
     QEventLoop loop;
     QObject::connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
@@ -66,6 +81,10 @@ bool PublishedPatch::fetch(const QString &address,
         loop.exec();
     }
 
+    if (enough) {
+        return true;
+    }
+    record(*reply);
     if (reply->error() == QNetworkReply::OperationCanceledError) {
         *error = QStringLiteral("the server sent nothing for %1 seconds")
                      .arg(double(transferTimeout) / 1000);
@@ -74,6 +93,9 @@ bool PublishedPatch::fetch(const QString &address,
     if (reply->error() != QNetworkReply::NoError) {
         *error = reply->errorString();
         return false;
+    }
+    if (!take) {
+        return true; // an empty file
     }
     takeReceived();
     // Qt sometimes treats an early close of the connection as the end of the body.
@@ -84,4 +106,16 @@ bool PublishedPatch::fetch(const QString &address,
         return false;
     }
     return true;
+}
+
+void PublishedPatch::record(const QNetworkReply &reply)
+{
+    newestAnswer.error = reply.error();
+    newestAnswer.status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    newestAnswer.url = reply.url();
+    newestAnswer.hasLength = reply.header(QNetworkRequest::ContentLengthHeader).isValid();
+    // The network library takes the length out of the header of a compressed answer.
+    newestAnswer.isCompressed =
+        reply.attribute(QNetworkRequest::OriginalContentLengthAttribute).isValid() ||
+        reply.hasRawHeader("Content-Encoding");
 }

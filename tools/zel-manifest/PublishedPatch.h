@@ -2,14 +2,22 @@
 
 #include <QByteArray>
 #include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QString>
+#include <QUrl>
 
 #include <functional>
 
 #include "zel-manifest/FileDigest.h"
 
-class QNetworkReply;
-class QUrl;
+/// How the server answered a request.
+struct PatchAnswer {
+    QNetworkReply::NetworkError error = QNetworkReply::NoError;
+    int status = 0;            ///< HTTP status code; 0 without an answer.
+    QUrl url;                  ///< Where redirections led.
+    bool hasLength = false;    ///< The header announces the length of the body.
+    bool isCompressed = false; ///< The body travels compressed.
+};
 
 /// Fetches a published patch like the launcher: by plain GET requests, one at a time, with paths
 /// appended to the base URL as text.
@@ -30,11 +38,20 @@ public:
     bool fetchFile(const QString &url, FileDigest *digest, QString *error,
                    const std::function<void(qint64)> &progress = {});
 
+    /// Asks for the file of a manifest's entry, but drops the connection as soon as its content
+    /// begins. Returns false, with the reason in @p error, when the launcher could not fetch it.
+    bool tryFile(const QString &url, QString *error);
+
+    /// The answer to the newest request; a default one before the first.
+    const PatchAnswer &answer() const { return newestAnswer; }
+
 private:
-    bool fetch(const QString &address, const std::function<void(const QByteArray &)> &take,
-               QString *error);
+    using Take = std::function<void(const QByteArray &)>;
+    bool fetch(const QString &address, const Take &take, QString *error);
+    void record(const QNetworkReply &reply);
 
     QString base;
     int transferTimeout;
     QNetworkAccessManager network;
+    PatchAnswer newestAnswer;
 };
