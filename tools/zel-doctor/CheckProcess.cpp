@@ -1,0 +1,156 @@
+#include "zel-doctor/CheckProcess.h"
+
+#include <QDeadlineTimer>
+#include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <memory>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "zel-doctor/Report.h"
+
+namespace
+{
+
+/// What @p check makes of a child that gave no results.
+Result withoutAnswer(const Check &check, bool isInTime)
+{
+    const QString subject = QLatin1String(check.name);
+    if (!isInTime) {
+        return {Result::Error, subject,
+                QStringLiteral("nao respondeu em %1 s.").arg(check.limitMs / 1000),
+                QStringLiteral("Verifique se o disco ou a rede onde isso fica esta respondendo.")};
+    }
+    if (check.need == Check::Display) {
+        return {Result::Error, subject,
+                QStringLiteral("nem Wayland nem X podem ser alcancados a partir daqui."),
+                QStringLiteral("Execute o zel-doctor num terminal da area de trabalho; se isso nao "
+                               "ajudar, instale qt6-wayland e libxcb-cursor0.")};
+    }
+    return {Result::Warning, subject, QStringLiteral("a verificacao terminou sem resultado."),
+            QStringLiteral("Execute o zel-doctor de novo.")};
+}
+
+/// Starts @p program in a process group of its own, with its standard output in @p out. Returns 0
+/// when that fails.
+pid_t spawn(const QByteArray &program, const QByteArrayList &arguments, int out)
+{
+    QByteArrayList words = QByteArrayList{program} + arguments;
+    std::vector<char *> argv;
+    for (QByteArray &word : words) {
+        argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawnattr_init(&attributes);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
+    // A child that is left behind must not keep this program's own output open.
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    pid_t pid = 0;
+    const int error =
+        posix_spawn(&pid, program.constData(), &actions, &attributes, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    return error == 0 ? pid : 0;
+}
+
+/// Reads @p in to its end. Returns false when that has not come by the deadline.
+bool readToEnd(int in, const QDeadlineTimer &deadline, QByteArray *output)
+{
+    std::array<char, 65536> block{};
+    for (;;) {
+        pollfd waiting{in, POLLIN, 0};
+        const int ready = ::poll(&waiting, 1, int(deadline.remainingTime()));
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
+        if (ready <= 0) {
+            return false;
+        }
+        const ssize_t length = ::read(in, block.data(), block.size());
+        if (length <= 0) {
+            return true;
+        }
+        output->append(block.data(), length);
+    }
+}
+
+} // namespace
+
+CheckProcess::Outcome CheckProcess::outputOf(const QByteArray &program,
+                                             const QByteArrayList &arguments, int limitMs)
+{
+    Outcome outcome;
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        outcome.isInTime = true;
+        return outcome;
+    }
+    const QDeadlineTimer deadline(limitMs);
+    const pid_t pid = spawn(program, arguments, ends[1]);
+    ::close(ends[1]);
+    outcome.isInTime = readToEnd(ends[0], deadline, &outcome.output);
+    ::close(ends[0]);
+    if (pid > 0) {
+        if (!outcome.isInTime) {
+            ::kill(-pid, SIGKILL); // what it has started, too
+        }
+        ::waitpid(pid, nullptr, WNOHANG);
+    }
+    return outcome;
+}
+
+Results CheckProcess::run(const Check &check)
+{
+    const Outcome outcome = outputOf("/proc/self/exe", {argument, check.name}, check.limitMs);
+    const QJsonDocument answer = QJsonDocument::fromJson(outcome.output);
+    if (!outcome.isInTime || !answer.isArray()) {
+        return {withoutAnswer(check, outcome.isInTime)};
+    }
+    Results results;
+    const QJsonArray array = answer.array();
+    for (const auto &value : array) {
+        results.append(Report::fromJson(value.toObject()));
+    }
+    return results;
+}
+
+int CheckProcess::runHere(const Check &check, int argc, char *argv[])
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const rlimit noCore{0, 0};
+    ::setrlimit(RLIMIT_CORE, &noCore);
+    if (check.need == Check::Fonts) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    const bool needsWindows = check.need == Check::Display || check.need == Check::Fonts;
+    const std::unique_ptr<QCoreApplication> application(
+        needsWindows ? new QGuiApplication(argc, argv) : new QCoreApplication(argc, argv));
+
+    QJsonArray array;
+    const Results results = check.run();
+    for (const Result &result : results) {
+        array.append(Report::toJson(result));
+    }
+    const QByteArray json = QJsonDocument(array).toJson(QJsonDocument::Compact);
+    std::fwrite(json.constData(), 1, size_t(json.size()), stdout);
+    return 0;
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+
+/// What kind of program a file is.
+enum class ProgramKind {
+    Unreadable,
+    Foreign, ///< No Windows program for a PC.
+    Bits32,
+    Bits64,
+};
+
+/// Reads the header of the Windows program at @p path.
+ProgramKind programKind(const QString &path);
