@@ -1,0 +1,438 @@
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSet>
+#include <QSettings>
+#include <QStandardPaths>
+
+#include "support/Timeouts.h"
+#include "support/files/Disk.h"
+#include "support/network/HttpServer.h"
+#include "support/process/OwnMounts.h"
+#include "support/windows/VirtualDisplay.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+struct Outcome {
+    int exitCode;
+    QString output;   ///< What was on standard output.
+    QString messages; ///< What was on standard error.
+
+    QStringList lines() const { return output.split(u'\n', Qt::SkipEmptyParts); }
+    /// The lines of that subject.
+    QString about(const QString &subject) const
+    {
+        return lines()
+            .filter(QRegularExpression(u"^(ok|aviso|erro) +%1: "_s.arg(subject)))
+            .join(u'\n');
+    }
+};
+
+QSet<QString> optionsIn(const QString &text)
+{
+    static const QRegularExpression option(u"--[a-z]+[a-z-]*"_s);
+    QSet<QString> options;
+    for (auto it = option.globalMatch(text); it.hasNext();) {
+        options.insert(it.next().captured());
+    }
+    return options;
+}
+
+} // namespace
+
+/// The real program, as players run it, with a home folder and a client folder in it that are in
+/// order, but for what a test breaks.
+class TestZelDoctor : public FolderTest
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void helpAndVersionArePrinted();
+    void theManualPagesKnowEveryOptionAndTheLongestTime();
+    void theManualPagesAreCorrect();
+    void wrongUsageIsCode3_data();
+    void wrongUsageIsCode3();
+    void everythingIsLookedAtAndNothingIsChanged();
+    void offlineAsksNoServer();
+    void theReportGoesToAFile();
+    void aReportThatCannotBeWrittenIsCode3();
+    void theReportIsJson();
+    void errorsAreCode2();
+    void theLogIsShownOnRequest();
+    void noNameIsShown();
+    void aCheckThatHangsIsGivenUp();
+    void withoutADisplayTheScreenIsAnError_data();
+    void withoutADisplayTheScreenIsAnError();
+    void aSmallScreenIsAWarning();
+    void aScaledScreenIsAWarning();
+    void missingFontsAreAWarning();
+    void aFolderThatIsReadOnlyIsAnError();
+    void aFullDiskIsAnError();
+    void wineIsMissing();
+
+private:
+    Outcome doctor(const QStringList &arguments, const QMap<QString, QString> &variables = {},
+                   const QString &mounts = {}) const;
+    QString client(const QString &name) const { return at(u"home/jogo/"_s + name); }
+    void set(const QString &key, const QVariant &value) const
+    {
+        QSettings(settingsFile(), QSettings::IniFormat).setValue(key, value);
+    }
+    QString settingsFile() const { return at(u"home/.config/Orvandale/zel_launcher.ini"_s); }
+};
+
+void TestZelDoctor::init()
+{
+    FolderTest::init();
+    QByteArray program(0x50, '\0');
+    program.replace(0, 2, "MZ");
+    program[0x3C] = 0x40;
+    program.replace(0x40, 6, QByteArray("PE\0\0\x4C\x01", 6));
+    Disk::write(client(u"ZEL.exe"_s), program);
+    Disk::write(client(u"serverlist.txt"_s), "0 0 10.0.0.1\n0 1 10.0.0.1\n");
+    Disk::write(client(u"sn.bin"_s), "1 Alpha\n");
+    Disk::write(client(u"server.txt"_s), "10.0.0.1\n");
+    Disk::write(client(u"zel_login.ini"_s), "server_ip=10.0.0.1\n");
+    Disk::writeExecutable(at(u"home/wine/bin/wine"_s), "#!/bin/sh\necho wine-9.9\n");
+    Disk::write(at(u"home/wine/lib/wine/i386-unix/ntdll.so"_s), "");
+    set(u"client/dir"_s, at(u"home/jogo"_s));
+    set(u"client/wine"_s, at(u"home/wine/bin/wine"_s));
+}
+
+Outcome TestZelDoctor::doctor(const QStringList &arguments, const QMap<QString, QString> &variables,
+                              const QString &mounts) const
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"HOME"_s, at(u"home"_s));
+    for (const QString &name :
+         {u"XDG_CONFIG_HOME"_s, u"XDG_STATE_HOME"_s, u"http_proxy"_s, u"WINEPREFIX"_s,
+          u"WINEARCH"_s, u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s}) {
+        environment.remove(name);
+    }
+    for (auto it = variables.begin(); it != variables.end(); ++it) {
+        environment.insert(it.key(), it.value());
+    }
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(folder());
+    QStringList command = QStringList{QStringLiteral(ZEL_DOCTOR)} + arguments;
+    if (!mounts.isEmpty()) {
+        command = OwnMounts::commandLine(mounts, command);
+    }
+    process.start(command.takeFirst(), command);
+    process.waitForFinished(-1);
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+void TestZelDoctor::helpAndVersionArePrinted()
+{
+    for (const auto &[option, text] :
+         {std::pair{u"--help"_s, u"Uso: zel-doctor [opcoes]\n"_s},
+          std::pair{u"--version"_s, u"zel-doctor " ZEL_VERSION "\n"_s}}) {
+        const Outcome outcome = doctor({option});
+        QCOMPARE(outcome.exitCode, 0);
+        QCOMPARE(outcome.messages, QString());
+        QVERIFY(outcome.output.startsWith(text));
+    }
+}
+
+void TestZelDoctor::theManualPagesKnowEveryOptionAndTheLongestTime()
+{
+    const QString help = doctor({u"--help"_s}).output;
+    static const QRegularExpression seconds(u"([0-9]+) segundos"_s);
+    const QString longest = seconds.match(help).captured(1);
+    QVERIFY(longest.toInt() > 100);
+    QCOMPARE(optionsIn(help).size(), 6);
+    for (const QString &page : {u"man/zel-doctor.1"_s, u"man/pt_BR/zel-doctor.1"_s}) {
+        const QString text =
+            QString::fromUtf8(Disk::read(QStringLiteral(ZEL_SOURCES "/packaging/") + page))
+                .replace(u"\\-"_s, u"-"_s);
+        QCOMPARE(optionsIn(text), optionsIn(help));
+        QVERIFY2(text.contains(longest + u" se"_s), qPrintable(page));
+    }
+}
+
+void TestZelDoctor::theManualPagesAreCorrect()
+{
+    const QString man = QStandardPaths::findExecutable(u"man"_s);
+    if (man.isEmpty()) {
+        QSKIP("man is not installed");
+    }
+    for (const char *page : {"man/zel-doctor.1", "man/pt_BR/zel-doctor.1"}) {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
+        environment.insert(u"MANROFFSEQ"_s, QString());
+        process.setProcessEnvironment(environment);
+        process.start(man, {u"--warnings"_s, u"-l"_s,
+                            QStringLiteral(ZEL_SOURCES "/packaging/") + QLatin1String(page)});
+        QVERIFY(process.waitForFinished(Timeouts::programMs));
+        QCOMPARE(process.readAllStandardError(), ""_ba);
+        QCOMPARE(process.exitCode(), 0);
+    }
+}
+
+void TestZelDoctor::wrongUsageIsCode3_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("unknown option") << QStringList{u"--unknown"_s};
+    QTest::newRow("a file") << QStringList{u"x"_s};
+    QTest::newRow("output without a file") << QStringList{u"--output"_s};
+    QTest::newRow("an unknown check") << QStringList{u"--run-check"_s, u"x"_s};
+    QTest::newRow("a check too many") << QStringList{u"--run-check"_s, u"versoes"_s, u"x"_s};
+}
+
+void TestZelDoctor::wrongUsageIsCode3()
+{
+    QFETCH(const QStringList, arguments);
+    const Outcome outcome = doctor(arguments);
+    QCOMPARE(outcome.exitCode, 3);
+    QCOMPARE(outcome.output, QString());
+    QCOMPARE(outcome.messages, u"zel-doctor: opcoes erradas; veja zel-doctor --help\n"_s);
+}
+
+void TestZelDoctor::everythingIsLookedAtAndNothingIsChanged()
+{
+    const QMap<QString, QByteArray> before = Disk::files(folder());
+    const Outcome outcome = doctor({});
+    QCOMPARE(outcome.messages, QString());
+    QStringList subjects;
+    for (const QString &line : outcome.lines()) {
+        subjects.append(line.section(u' ', 1).trimmed().section(u": "_s, 0, 0));
+    }
+    QCOMPARE(subjects,
+             QStringList({u"configuracoes"_s, u"pasta do cliente"_s, u"espaco em disco"_s,
+                          u"executavel"_s, u"wine"_s, u"prefixo do wine"_s, u"perfil do bash"_s,
+                          u"nomes de arquivos"_s, u"Config.bin"_s, u"serverlist.txt"_s, u"sn.bin"_s,
+                          u"server.txt"_s, u"zel_login.ini"_s, u"servidor de atualizacoes"_s,
+                          u"tela"_s, u"fontes"_s, u"versoes"_s, u"erro(s), 1 aviso(s)"_s}));
+    // The offscreen platform's screen is small.
+    QVERIFY2(outcome.lines().constLast() == u"0 erro(s), 1 aviso(s)"_s, qPrintable(outcome.output));
+    QCOMPARE(outcome.exitCode, 1);
+    QVERIFY(outcome.about(u"wine"_s).endsWith(u"executa programas de 32 bits."_s));
+    QCOMPARE(Disk::files(folder()), before);
+}
+
+void TestZelDoctor::offlineAsksNoServer()
+{
+    HttpServer server;
+    set(u"patch/baseUrl"_s, server.url());
+    const Outcome outcome = doctor({u"--offline"_s});
+    QCOMPARE(outcome.about(u"servidor de atualizacoes"_s), QString());
+    QCOMPARE(server.requests().size(), 0);
+}
+
+void TestZelDoctor::theReportGoesToAFile()
+{
+    const Outcome outcome = doctor({u"--offline"_s, u"--output"_s, u"report.txt"_s});
+    QCOMPARE(outcome.output, QString());
+    QCOMPARE(outcome.messages, QString());
+    QCOMPARE(outcome.exitCode, 1);
+    const QByteArray report = Disk::read(at(u"report.txt"_s));
+    QVERIFY(report.startsWith("ok    configuracoes: ~/.config/Orvandale/zel_launcher.ini"));
+    QVERIFY(report.endsWith("\n0 erro(s), 1 aviso(s)\n"));
+}
+
+void TestZelDoctor::aReportThatCannotBeWrittenIsCode3()
+{
+    const Outcome outcome = doctor({u"--offline"_s, u"--output"_s, u"none/report.txt"_s});
+    QCOMPARE(outcome.exitCode, 3);
+    QCOMPARE(outcome.output, QString());
+    QVERIFY2(outcome.messages.startsWith(u"zel-doctor: o relatorio nao pode ser gravado: "_s),
+             qPrintable(outcome.messages));
+
+    for (const QString &arguments : {u""_s, u"--json"_s, u"--help"_s, u"--version"_s}) {
+        QProcess full;
+        full.setStandardOutputFile(u"/dev/full"_s);
+        full.start(QStringLiteral(ZEL_DOCTOR), arguments.split(u' ', Qt::SkipEmptyParts));
+        QVERIFY(full.waitForFinished(-1));
+        QCOMPARE(full.exitCode(), 3);
+    }
+}
+
+void TestZelDoctor::theReportIsJson()
+{
+    const Outcome outcome = doctor({u"--json"_s, u"--offline"_s});
+    QCOMPARE(outcome.exitCode, 1);
+    const QJsonObject report = QJsonDocument::fromJson(outcome.output.toUtf8()).object();
+    QCOMPARE(report.value(u"exitCode"_s).toInt(), 1);
+    const QJsonArray checks = report.value(u"checks"_s).toArray();
+    QCOMPARE(checks.size(), 16);
+    QCOMPARE(checks.at(3).toObject().value(u"text"_s).toString(),
+             u"~/jogo/ZEL.exe, 32 bits (na pasta do cliente)."_s);
+
+    QCOMPARE(doctor({u"--json"_s, u"--offline"_s, u"--output"_s, u"report.json"_s}).output,
+             QString());
+    QVERIFY(QJsonDocument::fromJson(Disk::read(at(u"report.json"_s))).isObject());
+}
+
+void TestZelDoctor::errorsAreCode2()
+{
+    QFile::remove(client(u"ZEL.exe"_s));
+    set(u"patch/baseUrl"_s, u"http://127.0.0.1:1/"_s);
+    const Outcome outcome = doctor({});
+    QCOMPARE(outcome.exitCode, 2);
+    QCOMPARE(outcome.lines().constLast(), u"2 erro(s), 1 aviso(s)"_s);
+    QVERIFY(outcome.about(u"executavel"_s).startsWith(u"erro "_s));
+    QVERIFY(outcome.about(u"servidor de atualizacoes"_s).startsWith(u"erro "_s));
+}
+
+void TestZelDoctor::theLogIsShownOnRequest()
+{
+    Disk::write(at(u"home/.local/state/Orvandale/wine.log"_s),
+                "open " + client(u"x"_s).toUtf8() + "\nend\n");
+    QVERIFY(!doctor({u"--offline"_s}).output.contains(u"registro"_s));
+    const QStringList lines = doctor({u"--offline"_s, u"--log"_s}).lines();
+    QCOMPARE(lines.sliced(lines.size() - 4),
+             QStringList({u"ok    registro: o fim de ~/.local/state/Orvandale/wine.log:"_s,
+                          u"    open ~/jogo/x"_s, u"    end"_s, u"0 erro(s), 1 aviso(s)"_s}));
+}
+
+void TestZelDoctor::noNameIsShown()
+{
+    Disk::write(at(u"home/.local/state/Orvandale/wine.log"_s), "C:\\users\\eva\\x of eva\n");
+    for (const QStringList &arguments :
+         {QStringList{u"--log"_s}, QStringList{u"--log"_s, u"--json"_s}}) {
+        const Outcome outcome = doctor(arguments, {{u"USER"_s, u"eva"_s}});
+        QVERIFY(outcome.output.contains(u"wine.log"_s));
+        QVERIFY(!outcome.output.contains(u"eva"_s));
+        QVERIFY(!outcome.output.contains(folder()));
+    }
+}
+
+void TestZelDoctor::aCheckThatHangsIsGivenUp()
+{
+    Disk::write(at(u"home/.bash_profile"_s), "sleep 1000\n");
+    QElapsedTimer timer;
+    timer.start();
+    const Outcome outcome = doctor({u"--offline"_s});
+    QVERIFY(timer.elapsed() >= 2 * 10'000);
+    QCOMPARE(outcome.exitCode, 2);
+    for (const QString &subject : {u"prefixo do wine"_s, u"perfil do bash"_s}) {
+        QCOMPARE(outcome.about(subject),
+                 u"erro  %1: nao respondeu em 10 s. Verifique se o disco ou a rede onde isso fica "
+                 "esta respondendo."_s.arg(subject));
+    }
+    QCOMPARE(outcome.lines().size(), 17); // the other checks and the summary
+}
+
+void TestZelDoctor::withoutADisplayTheScreenIsAnError_data()
+{
+    QTest::addColumn<QString>("display");
+    QTest::newRow("none") << QString();
+    QTest::newRow("unreachable") << u":4294967"_s;
+}
+
+void TestZelDoctor::withoutADisplayTheScreenIsAnError()
+{
+    QFETCH(const QString, display);
+    const Outcome outcome =
+        doctor({u"--offline"_s}, {{u"QT_QPA_PLATFORM"_s, {}}, {u"DISPLAY"_s, display}});
+    QCOMPARE(outcome.exitCode, 2);
+    QCOMPARE(outcome.about(u"tela"_s),
+             u"erro  tela: nem Wayland nem X podem ser alcancados a partir daqui. Execute o "
+             "zel-doctor num terminal da area de trabalho; se isso nao ajudar, instale qt6-wayland "
+             "e libxcb-cursor0."_s);
+}
+
+void TestZelDoctor::aSmallScreenIsAWarning()
+{
+    for (const QSize size : {QSize(959, 724), QSize(960, 723), QSize(960, 724)}) {
+        const VirtualDisplay display(size);
+        QVERIFY(display.isRunning());
+        const bool fits = size == QSize(960, 724);
+        const Outcome outcome = doctor(
+            {u"--offline"_s}, {{u"QT_QPA_PLATFORM"_s, u"xcb"_s}, {u"DISPLAY"_s, display.name()}});
+        const QString text = u"tela: xcb, %1 x %2, escala 1"_s.arg(size.width()).arg(size.height());
+        QCOMPARE(outcome.about(u"tela"_s),
+                 fits ? u"ok    "_s + text + u'.'
+                      : u"aviso "_s + text +
+                            u"; a janela do launcher precisa de 960 x 724. Escolha uma resolucao "
+                            "maior ou uma escala menor."_s);
+        QCOMPARE(outcome.exitCode, fits ? 0 : 1);
+    }
+}
+
+void TestZelDoctor::aScaledScreenIsAWarning()
+{
+    const VirtualDisplay display(QSize(1280, 1024));
+    QVERIFY(display.isRunning());
+    const Outcome outcome = doctor({u"--offline"_s}, {{u"QT_QPA_PLATFORM"_s, u"xcb"_s},
+                                                      {u"DISPLAY"_s, display.name()},
+                                                      {u"QT_SCALE_FACTOR"_s, u"2"_s}});
+    QVERIFY2(outcome.about(u"tela"_s).startsWith(u"aviso tela: xcb, 640 x 512, escala 2; "_s),
+             qPrintable(outcome.output));
+}
+
+void TestZelDoctor::missingFontsAreAWarning()
+{
+    Disk::makeFolder(at(u"fonts"_s));
+    Disk::write(at(u"fonts.conf"_s),
+                "<fontconfig><dir>" + at(u"fonts"_s).toUtf8() + "</dir></fontconfig>\n");
+    const Outcome outcome = doctor({u"--offline"_s}, {{u"FONTCONFIG_FILE"_s, at(u"fonts.conf"_s)}});
+    QCOMPARE(outcome.about(u"fontes"_s),
+             u"aviso fontes: sem Inter e JetBrains Mono; o launcher usa outra. Debian e Ubuntu: "
+             "sudo apt install fonts-inter fonts-jetbrains-mono"_s);
+}
+
+void TestZelDoctor::aFolderThatIsReadOnlyIsAnError()
+{
+    NEEDS_OWN_MOUNTS();
+    const Outcome outcome =
+        doctor({u"--offline"_s}, {},
+               u"mount --bind '%1' '%1'; mount -o remount,ro,bind '%1'"_s.arg(at(u"home"_s)));
+    QCOMPARE(outcome.exitCode, 2);
+    const QString remedy = u" Corrija as permissoes, por exemplo com chmod u+rw."_s;
+    QCOMPARE(outcome.about(u"configuracoes"_s),
+             u"erro  configuracoes: ~/.config/Orvandale/zel_launcher.ini nao pode ser gravado."_s +
+                 remedy);
+    QCOMPARE(
+        outcome.about(u"pasta do cliente"_s),
+        u"erro  pasta do cliente: nao pode ser gravada: ~/jogo. Copie o jogo para uma pasta sua "
+        "ou corrija as permissoes."_s);
+    for (const QString &name :
+         {u"serverlist.txt"_s, u"sn.bin"_s, u"server.txt"_s, u"zel_login.ini"_s}) {
+        QCOMPARE(outcome.about(name),
+                 u"erro  %1: nao pode ser gravado: ~/jogo/%1."_s.arg(name) + remedy);
+    }
+}
+
+void TestZelDoctor::aFullDiskIsAnError()
+{
+    NEEDS_OWN_MOUNTS();
+    const Outcome outcome = doctor(
+        {u"--offline"_s}, {}, u"mount -t tmpfs -o size=1M tmpfs '%1'"_s.arg(at(u"home/jogo"_s)));
+    QVERIFY2(outcome.about(u"espaco em disco"_s).startsWith(u"erro  espaco em disco: "_s),
+             qPrintable(outcome.output));
+}
+
+void TestZelDoctor::wineIsMissing()
+{
+    NEEDS_OWN_MOUNTS();
+    set(u"client/wine"_s, QString());
+    Disk::makeFolder(at(u"bin"_s));
+    Disk::makeLink(at(u"bin/env"_s), QStandardPaths::findExecutable(u"env"_s));
+    const Outcome outcome = doctor({u"--offline"_s}, {{u"PATH"_s, at(u"none"_s)}},
+                                   u"mount --bind '%1' /usr/bin"_s.arg(at(u"bin"_s)));
+    QCOMPARE(outcome.about(u"wine"_s),
+             u"erro  wine: nao foi encontrado. Debian e Ubuntu: sudo apt install wine"_s);
+    // With /usr/bin the shell has gone, too, where /bin is the same folder.
+    QVERIFY(
+        QFileInfo(u"/bin"_s).isSymLink() ==
+        (outcome.about(u"perfil do bash"_s) ==
+         u"erro  perfil do bash: /bin/bash nao existe. Debian e Ubuntu: sudo apt install bash"_s));
+}
+
+ZEL_TEST_MAIN(TestZelDoctor)
+
+#include "tst_zeldoctor.moc"
