@@ -17,6 +17,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -61,9 +62,9 @@ protected:
 class ValueLabel : public QLabel
 {
 public:
-    ValueLabel(QWidget *parent, const QString &widestText)
+    ValueLabel(QWidget *parent, QString widestText)
         : QLabel(parent)
-        , widest(widestText)
+        , widest(std::move(widestText))
     {
     }
 

@@ -148,6 +148,7 @@ bool digestFiles(const QByteArrayList &paths, QList<FileDigest> *digests, QStrin
     *digests = QList<FileDigest>(paths.size());
     DigestRun run(paths, digests);
     std::vector<std::future<void>> threads;
+    threads.reserve(threadCount);
     for (int i = 0; i < threadCount; ++i) {
         threads.push_back(std::async(std::launch::async, [&run] { run.work(); }));
     }
