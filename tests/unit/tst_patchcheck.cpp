@@ -34,6 +34,7 @@ private slots:
     void theCheckGoesOnAfterADifference();
     void progressCountsWhatIsFetched();
     void aManifestIsNeeded();
+    void theManifestHasAnotherName();
     void theManifestIsComparedByteForByte();
     void baseUrlsThatLoseNamesAreWarnedOf_data();
     void baseUrlsThatLoseNamesAreWarnedOf();
@@ -148,6 +149,15 @@ void TestPatchCheck::aManifestIsNeeded()
         QVERIFY(findings.first().startsWith(u"error manifest.json: "_s));
         QVERIFY2(findings.first().endsWith(message), qPrintable(findings.first()));
     }
+}
+
+void TestPatchCheck::theManifestHasAnotherName()
+{
+    server.answer("/other/new%20%231", HttpAnswer::withLength(manifestOf({})));
+    PatchCheck check = checkOf(server.url(u"/other"_s));
+    QVERIFY(check.fetchManifest(u"new #1"_s));
+    check.compareManifest({}, u"mine"_s);
+    QCOMPARE(findings, QStringList{u"error new #1: is not the one in \"mine\""_s});
 }
 
 void TestPatchCheck::theManifestIsComparedByteForByte()

@@ -51,7 +51,7 @@ void TestPublishedPatch::theManifestIsFetchedFromTheNormalizedBaseUrl()
     server.answer("/x%20y?z/manifest.json", HttpAnswer::withLength("{}"));
     PublishedPatch patch(u" \t"_s + server.url(u"/x y?z\n"_s), 30000);
     QByteArray json = "old";
-    QVERIFY2(patch.fetchManifest(&json, &error), qPrintable(error));
+    QVERIFY2(patch.fetchWhole(u"manifest.json"_s, &json, &error), qPrintable(error));
     QCOMPARE(json, "{}"_ba);
 }
 
@@ -94,11 +94,11 @@ void TestPublishedPatch::aFileThatCannotBeFetchedIsAnError()
     server.answer("/manifest.json", HttpAnswer::status("404 Not Found", "{}"));
     PublishedPatch patch(server.url(), 30000);
     QByteArray json;
-    QVERIFY(!patch.fetchManifest(&json, &error));
+    QVERIFY(!patch.fetchWhole(u"manifest.json"_s, &json, &error));
     QVERIFY2(error.contains(u"Not Found"_s), qPrintable(error));
 
     PublishedPatch unknown(u"unknown://host"_s, 30000);
-    QVERIFY(!unknown.fetchManifest(&json, &error));
+    QVERIFY(!unknown.fetchWhole(u"manifest.json"_s, &json, &error));
     QCOMPARE(error, u"Protocol \"unknown\" is unknown"_s);
 
     PublishedPatch invalid(u"http://[bad"_s, 30000);

@@ -173,7 +173,7 @@ Results PatchChecks::server()
     PublishedPatch patch(base, transferTimeoutMs);
     QByteArray json;
     QString error;
-    if (!patch.fetchManifest(&json, &error)) {
+    if (!patch.fetchWhole(name, &json, &error)) {
         results.append(failure(patch.answer(), name, error));
         return results;
     }

@@ -24,7 +24,7 @@ ExitCode Checking::run()
 
     PatchCheck check(options.baseUrl, options.timeout * 1000,
                      [this](const Finding &finding) { show(finding); });
-    if (!check.fetchManifest()) {
+    if (!check.fetchManifest(options.manifestName)) {
         return Unpublished;
     }
     if (expected) {

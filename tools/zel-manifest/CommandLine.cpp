@@ -46,7 +46,7 @@ CommandLine::CommandLine()
 {
     parser.setApplicationDescription(QString::fromLatin1(description));
     parser.addOptions({patchVersion, exclude, output, urlPrefix, allowEmptyVersion, dryRun, baseUrl,
-                       timeout, quiet, help, programVersion});
+                       manifestName, timeout, quiet, help, programVersion});
     parser.addPositionalArgument(QStringLiteral("FOLDER"),
                                  QStringLiteral("The folder with the files of the patch."),
                                  QStringLiteral("FOLDER"));
@@ -90,9 +90,11 @@ void CommandLine::readPublishing(Options *options, QString *error) const
         *error = QStringLiteral("which folder?");
         return;
     }
-    if (parser.isSet(timeout)) {
-        *error = QStringLiteral("--timeout is for --base-url");
-        return;
+    for (const QCommandLineOption &option : {manifestName, timeout}) {
+        if (parser.isSet(option)) {
+            *error = QStringLiteral("--%1 is for --base-url").arg(option.names().constFirst());
+            return;
+        }
     }
     options->dryRun = parser.isSet(dryRun);
     options->version = parser.value(patchVersion);
@@ -147,6 +149,14 @@ void CommandLine::readChecking(Options *options, QString *error) const
     if (options->baseUrl.trimmed().isEmpty()) {
         *error = QStringLiteral("the base URL is empty; launchers then look for no updates");
         return;
+    }
+    if (parser.isSet(manifestName)) {
+        options->manifestName = parser.value(manifestName);
+        static const QStringList folders{QString(), QStringLiteral("."), QStringLiteral("..")};
+        if (folders.contains(options->manifestName) || options->manifestName.contains(u'/')) {
+            *error = QStringLiteral("%1 is no file name").arg(quoted(options->manifestName));
+            return;
+        }
     }
     if (parser.isSet(timeout)) {
         bool isNumber = false;

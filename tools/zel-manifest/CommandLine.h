@@ -41,6 +41,7 @@ struct Options {
 
     // For Check.
     QString baseUrl;
+    QString manifestName = QStringLiteral("manifest.json");
     int timeout = 60; ///< Seconds.
 };
 
@@ -98,6 +99,12 @@ private:
         QStringLiteral("Check the patch that is published at URL, which is the patch address that "
                        "players enter in the launcher."),
         QStringLiteral("URL")};
+    const QCommandLineOption manifestName{
+        QStringLiteral("manifest-name"),
+        QStringLiteral("With --base-url: fetch the manifest under NAME, which may be one that no "
+                       "launcher asks for (default: %1).")
+            .arg(Options().manifestName),
+        QStringLiteral("NAME")};
     const QCommandLineOption timeout{
         QStringLiteral("timeout"),
         QStringLiteral(

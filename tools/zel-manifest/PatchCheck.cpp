@@ -5,16 +5,6 @@
 #include <algorithm>
 #include <utility>
 
-namespace
-{
-
-QString manifestName()
-{
-    return QStringLiteral("manifest.json");
-}
-
-} // namespace
-
 PatchCheck::PatchCheck(const QString &url, int timeout, Report findingReport)
     : baseUrl(url)
     , report(std::move(findingReport))
@@ -22,16 +12,17 @@ PatchCheck::PatchCheck(const QString &url, int timeout, Report findingReport)
 {
 }
 
-bool PatchCheck::fetchManifest()
+bool PatchCheck::fetchManifest(const QString &name)
 {
+    manifestName = name;
     checkBaseUrl();
     QString error;
-    if (!patch.fetchManifest(&json, &error)) {
-        fail(manifestName(), error);
+    if (!patch.fetchWhole(Manifest::urlOf(name.toUtf8()), &json, &error)) {
+        fail(manifestName, error);
         return false;
     }
     if (!Manifest::fromJson(json, &published)) {
-        fail(manifestName(), QStringLiteral("is not a JSON object"));
+        fail(manifestName, QStringLiteral("is not a JSON object"));
         return false;
     }
     return true;
@@ -40,7 +31,7 @@ bool PatchCheck::fetchManifest()
 void PatchCheck::compareManifest(const QByteArray &expected, const QString &name)
 {
     if (json != expected) {
-        fail(manifestName(), QStringLiteral("is not the one in ") + quoted(name));
+        fail(manifestName, QStringLiteral("is not the one in ") + quoted(name));
     }
 }
 

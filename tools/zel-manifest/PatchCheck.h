@@ -31,9 +31,9 @@ public:
     /// finding as soon as it is made.
     PatchCheck(const QString &baseUrl, int timeout, Report findingReport);
 
-    /// Checks the base URL and fetches the manifest. Returns false, with the reason reported, when
-    /// launchers could not use the manifest.
-    bool fetchManifest();
+    /// Checks the base URL and fetches the manifest, which is published as @p name. Returns false,
+    /// with the reason reported, when launchers could not use the manifest.
+    bool fetchManifest(const QString &name = QStringLiteral("manifest.json"));
     const Manifest &manifest() const { return published; }
 
     /// Reports an error unless the manifest is byte for byte @p expected, the content of the file
@@ -55,6 +55,7 @@ private:
     QString baseUrl;
     Report report;
     PublishedPatch patch;
+    QString manifestName;
     QByteArray json;
     Manifest published;
     qsizetype errors = 0;

@@ -14,12 +14,11 @@ PublishedPatch::PublishedPatch(const QString &baseUrl, int timeout)
 {
 }
 
-bool PublishedPatch::fetchManifest(QByteArray *json, QString *error)
+bool PublishedPatch::fetchWhole(const QString &url, QByteArray *content, QString *error)
 {
-    json->clear();
+    content->clear();
     return fetch(
-        QStringLiteral("manifest.json"), [json](const QByteArray &block) { json->append(block); },
-        error);
+        url, [content](const QByteArray &block) { content->append(block); }, error);
 }
 
 bool PublishedPatch::fetchFile(const QString &url, FileDigest *digest, QString *error,

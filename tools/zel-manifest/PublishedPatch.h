@@ -28,9 +28,9 @@ public:
     /// for @p timeout milliseconds has failed, though the launcher would wait for ever.
     PublishedPatch(const QString &baseUrl, int timeout);
 
-    /// Fetches the manifest into @p json. Returns false, with the reason in @p error, when the
-    /// launcher could not.
-    bool fetchManifest(QByteArray *json, QString *error);
+    /// Fetches the manifest, or what else @p url names, into @p content. Returns false, with the
+    /// reason in @p error, when the launcher could not.
+    bool fetchWhole(const QString &url, QByteArray *content, QString *error);
 
     /// Fetches the file of a manifest's entry and puts what arrives in @p digest, without keeping
     /// it. @p progress is called with the number of bytes so far. Returns false, with the reason
