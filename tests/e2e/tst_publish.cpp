@@ -285,9 +285,19 @@ void TestPublish::theCheckShowsWhatIsWrong()
     QCOMPARE(runManifest({u"-p1"_s, folder}).exitCode, 0);
     const QString url = nginx.url() + u"small"_s;
     Outcome outcome = runManifest({u"-u"_s, url, folder});
-    QCOMPARE(outcome.messages, u"zel-manifest: published as it should be: version \"1\", 2 files, "
-                               "11 bytes\n"_s);
+    const QString http = u"over http: 3 of 3 answers, first \"manifest.json\"; anyone on the "
+                         "network path can replace them\n"_s;
+    const QString kept = u"may be kept by caches: 1 of 3 answers, first \"manifest.json\"; players "
+                         "then get an old manifest\n"_s;
+    const QString warnings =
+        u"zel-manifest: warning: "_s + http + u"zel-manifest: warning: "_s + kept;
+    QCOMPARE(outcome.messages, warnings + u"zel-manifest: published as it should be: version "
+                                          "\"1\", 2 files, 11 bytes\n"_s);
     QCOMPARE(outcome.exitCode, 0);
+    outcome = runManifest({u"-u"_s, url, u"--strict"_s, u"-q"_s});
+    QCOMPARE(outcome.messages,
+             u"zel-manifest: error: "_s + http + u"zel-manifest: error: "_s + kept);
+    QCOMPARE(outcome.exitCode, 4);
 
     write(place(folder, "sub/the file"), "01234567");
     const QString newer = dir.filePath(u"newer.json"_s);
@@ -295,10 +305,11 @@ void TestPublish::theCheckShowsWhatIsWrong()
     outcome = runManifest({u"-u"_s, url, u"-o"_s, newer});
     QCOMPARE(outcome.messages,
              u"zel-manifest: error: \"manifest.json\": is not the one in \"%1\"\n"
-             "zel-manifest: error: \"sub/the file\": 8 bytes are published, 10 are listed\n"
-             "zel-manifest: 2 wrong in: version \"1\", 2 files, 11 bytes\n"_s.arg(newer));
+             "zel-manifest: error: \"sub/the file\": 8 bytes are published, 10 are listed\n"_s.arg(
+                 newer) +
+                 warnings + u"zel-manifest: 2 wrong in: version \"1\", 2 files, 11 bytes\n"_s);
     QCOMPARE(outcome.exitCode, 4);
-    QCOMPARE(runManifest({u"-q"_s, u"-u"_s, url}).messages.count(u'\n'), 1);
+    QCOMPARE(runManifest({u"-q"_s, u"-u"_s, url}).messages.count(u'\n'), 3);
 }
 
 void TestPublish::theCheckShowsProgressOnATerminal()
@@ -312,7 +323,7 @@ void TestPublish::theCheckShowsProgressOnATerminal()
              QStringLiteral(ZEL_MANIFEST " -u ") + nginx.url() + u"patch"_s, u"/dev/null"_s});
     QCOMPARE(outcome.exitCode, 0);
     static const QRegularExpression shown(
-        u"\rfetching \\d+ %, .* of .*, \\d+ of 5000 files *\r +\rzel-manifest: published as .*\r\n$"_s);
+        u"\rfetching \\d+ %, .* of .*, \\d+ of 5000 files *\r +\r(zel-manifest: warning: .*\r\n)+zel-manifest: published as .*\r\n$"_s);
     QVERIFY2(shown.match(outcome.output).hasMatch(), qPrintable(outcome.output.right(500)));
 }
 

@@ -1,5 +1,7 @@
 #include "support/TestMain.h"
 
+#include <QRegularExpression>
+
 #include "support/network/HttpServer.h"
 #include "zel-manifest/PatchCheck.h"
 
@@ -36,6 +38,9 @@ private slots:
     void aManifestIsNeeded();
     void theManifestHasAnotherName();
     void theManifestIsComparedByteForByte();
+    void eachFaultOfTheAnswersIsReportedOnce();
+    void theFaultsOfAManifestThatIsNoneAreReported();
+    void aManifestThatCachesMayKeepIsReported();
     void baseUrlsThatLoseNamesAreWarnedOf_data();
     void baseUrlsThatLoseNamesAreWarnedOf();
 
@@ -172,6 +177,73 @@ void TestPatchCheck::theManifestIsComparedByteForByte()
     check.compareManifest(json + '\n', u"mine"_s);
     QCOMPARE(findings, QStringList{u"error manifest.json: is not the one in \"mine\""_s});
     QCOMPARE(check.errorCount(), 1);
+}
+
+void TestPatchCheck::eachFaultOfTheAnswersIsReportedOnce()
+{
+    const QByteArray tail = R"("sha256": ")" + digest + '"';
+    QByteArrayList entries;
+    for (const char *name : {"right", "short", "page", "missing"}) {
+        entries.append(listed(name, tail));
+    }
+    const QByteArray html = "Content-Type: text/html";
+    server.answer("/faults/manifest.json", HttpAnswer::chunked(manifestOf(entries.join(',')))
+                                               .withHeader("Cache-Control: "
+                                                           "no-cache"));
+    // A page is one only where something else is listed.
+    server.answer("/faults/right", HttpAnswer::gzipped("0123456789").withHeader(html));
+    server.answer("/faults/short", HttpAnswer::chunked("0123"));
+    server.answer("/faults/page", HttpAnswer::withLength("<html>").withHeader(html));
+    server.answer("/faults/missing", HttpAnswer::status("404 Not Found", "").withHeader(html));
+    PatchCheck check = checkOf(server.url(u"/faults"_s));
+    QVERIFY(check.fetchManifest());
+    check.compareFiles();
+    const QString unknown =
+        u"without a length the launcher shows no progress and may keep a truncated file"_s;
+    const QStringList expected{
+        u"over http: 4 of 4 answers, first \"manifest.json\"; anyone on the network path can "
+        "replace them"_s,
+        u"compressed: 1 of 4 answers, first \"right\"; "_s + unknown,
+        u"in chunks: 2 of 4 answers, first \"manifest.json\"; "_s + unknown,
+        u"a web page (text/html): 1 of 4 answers, first \"page\"; a missing file has to be "
+        "answered with an error"_s};
+    QCOMPARE(findings.size(), 3); // the files that are not as listed
+    for (const auto &[kind, word] :
+         {std::pair{Finding::Warning, u"warning : "_s}, {Finding::Error, u"error : "_s}}) {
+        findings.clear();
+        check.reportFaults(kind);
+        QCOMPARE(findings,
+                 QStringList(expected).replaceInStrings(QRegularExpression(u"^"_s), word));
+    }
+    QCOMPARE(check.errorCount(), 3 + 4);
+}
+
+void TestPatchCheck::theFaultsOfAManifestThatIsNoneAreReported()
+{
+    server.answer("/portal/manifest.json",
+                  HttpAnswer::redirect(server.url(u"/login"_s).toLatin1()));
+    server.answer("/login", HttpAnswer::withLength("<html>").withHeader("Content-Type: text/html"));
+    PatchCheck check = checkOf(server.url(u"/portal"_s));
+    QVERIFY(!check.fetchManifest());
+    check.reportFaults(Finding::Warning);
+    QCOMPARE(findings.size(), 4);
+    QVERIFY(findings.at(2).startsWith(u"warning : redirected: 1 of 1 answers, first "_s));
+    QVERIFY(findings.at(3).startsWith(u"warning : a web page (text/html): 1 of 1 answers"_s));
+}
+
+void TestPatchCheck::aManifestThatCachesMayKeepIsReported()
+{
+    server.answer("/kept/manifest.json",
+                  HttpAnswer::withLength(manifestOf(listed("a", "\"size\": 1"))));
+    server.answer("/kept/a", HttpAnswer::withLength("a"));
+    PatchCheck check = checkOf(server.url(u"/kept"_s));
+    QVERIFY(check.fetchManifest());
+    check.compareFiles();
+    findings.clear();
+    check.reportFaults(Finding::Warning);
+    QCOMPARE(findings.size(), 2);
+    QCOMPARE(findings.at(1), u"warning : may be kept by caches: 1 of 2 answers, first "
+                             "\"manifest.json\"; players then get an old manifest"_s);
 }
 
 void TestPatchCheck::baseUrlsThatLoseNamesAreWarnedOf_data()

@@ -21,6 +21,11 @@ private slots:
     void onlyTheBeginningOfAFileIsTried();
     void aFileThatCannotBeFetchedCannotBeTried();
     void theAnswerIsRecorded();
+    void anAnswerHasFaults_data();
+    void anAnswerHasFaults();
+    void anAnswerIsCacheable_data();
+    void anAnswerIsCacheable();
+    void anAnswerIsAWebPage();
 
 private:
     HttpServer server;
@@ -146,16 +151,102 @@ void TestPublishedPatch::theAnswerIsRecorded()
     PublishedPatch patch(server.url(), 30000);
     QCOMPARE(patch.answer().status, 0);
     QVERIFY(patch.fetchFile(u"redirect"_s, &digest, &error));
+    QCOMPARE(patch.answer().asked, QUrl(server.url(u"/redirect"_s)));
     QCOMPARE(patch.answer().url, x);
     QCOMPARE(patch.answer().status, 200);
-    QVERIFY(patch.answer().hasLength);
-    QVERIFY(!patch.answer().isCompressed);
     QVERIFY(patch.fetchFile(u"endless"_s, &digest, &error));
     QVERIFY(!patch.answer().hasLength);
     QVERIFY(!patch.answer().isCompressed);
     QVERIFY(patch.fetchFile(u"gzip"_s, &digest, &error));
     QVERIFY(patch.answer().isCompressed);
     QVERIFY(!PublishedPatch(u"http://[bad"_s, 30000).tryFile({}, &error));
+}
+
+void TestPublishedPatch::anAnswerHasFaults_data()
+{
+    using enum AnswerFault;
+    QTest::addColumn<HttpAnswer>("answer");
+    QTest::addColumn<QList<AnswerFault>>("faults");
+    const auto row = [](const char *name, const HttpAnswer &answer,
+                        const QList<AnswerFault> &faults) {
+        QTest::newRow(name) << answer << faults;
+    };
+    const QByteArray body(5000, 'x');
+    row("with a length", HttpAnswer::withLength(body), {Plain});
+    row("an empty file", HttpAnswer::withLength({}), {Plain});
+    row("compressed", HttpAnswer::gzipped(body), {Plain, Compressed});
+    row("compressed in an unknown way",
+        HttpAnswer::withLength(body).withHeader("Content-Encoding: x-gzip"), {Plain, Compressed});
+    row("in chunks", HttpAnswer::chunked(body), {Plain, Chunked});
+    row("in chunks, with a length", HttpAnswer::chunked(body).withHeader("Content-Length: 5000"),
+        {Plain, Chunked});
+    row("without a length", HttpAnswer::withoutLength(body), {Plain, WithoutLength});
+    row("redirected", HttpAnswer::redirect(server.url(u"/y"_s).toLatin1()), {Plain, Redirected});
+}
+
+void TestPublishedPatch::anAnswerHasFaults()
+{
+    QFETCH(const HttpAnswer, answer);
+    QFETCH(const QList<AnswerFault>, faults);
+    server.answer("/x", answer);
+    server.answer("/y", HttpAnswer::chunked("y"));
+    PublishedPatch patch(server.url(), 30000);
+    QVERIFY2(patch.fetchFile(u"x"_s, &digest, &error), qPrintable(error));
+    QCOMPARE(patch.answer().faults(), faults);
+    PatchAnswer overTls = patch.answer();
+    overTls.asked.setScheme(u"https"_s);
+    QVERIFY(!overTls.faults().contains(AnswerFault::Plain));
+}
+
+void TestPublishedPatch::anAnswerIsCacheable_data()
+{
+    QTest::addColumn<QByteArray>("control");
+    QTest::addColumn<bool>("isCacheable");
+    const auto row = [](const char *control, bool isCacheable) {
+        QTest::newRow(control) << QByteArray(control) << isCacheable;
+    };
+    row("", true);
+    row("public", true);
+    row("max-age=60", true);
+    row("max-age=0, s-maxage=60", true);
+    row("no-cache=\"Set-Cookie\"", true);
+    row("no-transform", true);
+    row("no-cache", false);
+    row("public,No-Cache , no-transform", false);
+    row("no-store", false);
+    row("private, max-age=60", false);
+    row("max-age=0", false);
+    row("max-age=60, s-maxage=0", false);
+}
+
+void TestPublishedPatch::anAnswerIsCacheable()
+{
+    QFETCH(const QByteArray, control);
+    const HttpAnswer answer = HttpAnswer::withLength("{}");
+    server.answer("/x",
+                  control.isEmpty() ? answer : answer.withHeader("Cache-Control: " + control));
+    PublishedPatch patch(server.url(), 30000);
+    QVERIFY(patch.fetchFile(u"x"_s, &digest, &error));
+    QTEST(patch.answer().isCacheable(), "isCacheable");
+}
+
+void TestPublishedPatch::anAnswerIsAWebPage()
+{
+    PublishedPatch patch(server.url(), 30000);
+    for (const auto &[type, isWebPage] : {std::pair{"text/html"_ba, true},
+                                          {"Text/HTML; charset=utf-8"_ba, true},
+                                          {"application/octet-stream"_ba, false},
+                                          {"text/plain"_ba, false}}) {
+        const QByteArray header = "Content-Type: " + type;
+        server.answer("/x", HttpAnswer::withLength("x").withHeader(header));
+        QVERIFY(patch.fetchFile(u"x"_s, &digest, &error));
+        QCOMPARE(patch.answer().isWebPage(), isWebPage);
+        // The page that redirects does not count.
+        const QByteArray x = server.url(u"/x"_s).toLatin1();
+        server.answer("/y", HttpAnswer::redirect(x).withHeader("Content-Type: text/html"));
+        QVERIFY(patch.fetchFile(u"y"_s, &digest, &error));
+        QCOMPARE(patch.answer().isWebPage(), isWebPage);
+    }
 }
 
 ZEL_TEST_MAIN(TestPublishedPatch)

@@ -86,22 +86,23 @@ Result failure(const PatchAnswer &answer, const QString &what, const QString &te
 }
 
 /// How the way of an answer to the launcher could be better; nothing when it is good.
-Results remarks(const PatchAnswer &answer, const QUrl &asked, const QString &what)
+Results remarks(const PatchAnswer &answer, const QString &what)
 {
     Results results;
     const auto warn = [&](const QString &text, const QString &remedy) {
         results.append(
             {Result::Warning, serverSubject(), what + QLatin1String(": ") + text, remedy});
     };
-    if (answer.url != asked) {
+    const QList<AnswerFault> faults = answer.faults();
+    if (faults.contains(AnswerFault::Redirected)) {
         warn(QStringLiteral("o servidor redireciona para %1.").arg(shownUrl(answer.url)),
              QStringLiteral("Use o endereco novo em URL base do patch."));
-    }
-    if (answer.isCompressed) {
+    } else if (faults.contains(AnswerFault::Compressed)) {
         warn(QStringLiteral("a resposta vem comprimida; a barra de progresso fica parada e um "
                             "arquivo cortado pode passar despercebido."),
              operatorRemedy());
-    } else if (!answer.hasLength) {
+    } else if (faults.contains(AnswerFault::Chunked) ||
+               faults.contains(AnswerFault::WithoutLength)) {
         warn(QStringLiteral("a resposta vem sem tamanho; a barra de progresso fica parada e um "
                             "arquivo cortado pode passar despercebido."),
              operatorRemedy());
@@ -187,19 +188,18 @@ Results PatchChecks::server()
     }
     results.append(
         {Result::Ok, serverSubject(), QStringLiteral("%1 responde.").arg(shownUrl(url)), {}});
-    if (url.scheme() != QLatin1String("https")) {
+    if (patch.answer().faults().contains(AnswerFault::Plain)) {
         results.append(
             {Result::Warning, serverSubject(),
              QStringLiteral("sem https, outros na rede podem trocar os arquivos do jogo."),
              QStringLiteral("Pergunte a quem mantem o servidor pelo endereco https.")});
     }
-    results += remarks(patch.answer(), url, name);
+    results += remarks(patch.answer(), name);
     if (!manifest.files.isEmpty()) {
         // One file tells how the server sends files.
         const ManifestEntry &entry = manifest.files.constFirst();
         if (patch.tryFile(entry.url, &error)) {
-            results +=
-                remarks(patch.answer(), QUrl(base + entry.url, QUrl::TolerantMode), entry.path);
+            results += remarks(patch.answer(), entry.path);
         } else {
             results.append(failure(patch.answer(), entry.path, error));
         }

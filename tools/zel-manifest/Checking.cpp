@@ -24,7 +24,9 @@ ExitCode Checking::run()
 
     PatchCheck check(options.baseUrl, options.timeout * 1000,
                      [this](const Finding &finding) { show(finding); });
+    const Finding::Kind faultKind = options.strict ? Finding::Error : Finding::Warning;
     if (!check.fetchManifest(options.manifestName)) {
+        check.reportFaults(faultKind);
         return Unpublished;
     }
     if (expected) {
@@ -34,6 +36,7 @@ ExitCode Checking::run()
         console->progress(QStringLiteral("fetching"), done, check.manifest().amount());
     });
     console->endProgress();
+    check.reportFaults(faultKind);
     summarize(check);
     return check.errorCount() == 0 ? Done : Different;
 }

@@ -19,7 +19,7 @@ lists all files in it, to be published by a web server together with them.
 With --base-url, checks a published patch instead: fetches its manifest and all
 files listed there as the launcher would, and compares their sizes and SHA-256
 digests. If FOLDER is given, the published manifest must be the one in it.
-Writes nothing.)";
+Warns of what else is wrong with the server's answers. Writes nothing.)";
 
 const char *const epilogue = R"(
 What the launcher does with the version:
@@ -35,7 +35,8 @@ Exit codes:
   1  refused: FOLDER holds something that cannot be published
   2  wrong usage
   3  something could not be read or written
-  4  with --base-url: a published file or manifest is not what it should be
+  4  with --base-url: a published file or manifest is not what it should be, or
+     with --strict an answer has a fault
   5  with --base-url: no manifest could be fetched
 With any code but 0 an older manifest is left unchanged.
 )";
@@ -46,7 +47,7 @@ CommandLine::CommandLine()
 {
     parser.setApplicationDescription(QString::fromLatin1(description));
     parser.addOptions({patchVersion, exclude, output, urlPrefix, allowEmptyVersion, dryRun, baseUrl,
-                       manifestName, timeout, quiet, help, programVersion});
+                       manifestName, strict, timeout, quiet, help, programVersion});
     parser.addPositionalArgument(QStringLiteral("FOLDER"),
                                  QStringLiteral("The folder with the files of the patch."),
                                  QStringLiteral("FOLDER"));
@@ -90,7 +91,7 @@ void CommandLine::readPublishing(Options *options, QString *error) const
         *error = QStringLiteral("which folder?");
         return;
     }
-    for (const QCommandLineOption &option : {manifestName, timeout}) {
+    for (const QCommandLineOption &option : {manifestName, strict, timeout}) {
         if (parser.isSet(option)) {
             *error = QStringLiteral("--%1 is for --base-url").arg(option.names().constFirst());
             return;
@@ -146,6 +147,7 @@ void CommandLine::readChecking(Options *options, QString *error) const
     }
     options->task = Options::Check;
     options->baseUrl = parser.value(baseUrl);
+    options->strict = parser.isSet(strict);
     if (options->baseUrl.trimmed().isEmpty()) {
         *error = QStringLiteral("the base URL is empty; launchers then look for no updates");
         return;

@@ -42,7 +42,8 @@ struct Options {
     // For Check.
     QString baseUrl;
     QString manifestName = QStringLiteral("manifest.json");
-    int timeout = 60; ///< Seconds.
+    int timeout = 60;    ///< Seconds.
+    bool strict = false; ///< Faulty answers are errors.
 };
 
 /// Parses the command line.
@@ -105,6 +106,10 @@ private:
                        "launcher asks for (default: %1).")
             .arg(Options().manifestName),
         QStringLiteral("NAME")};
+    const QCommandLineOption strict{
+        QStringLiteral("strict"),
+        QStringLiteral("With --base-url: let the check fail, with exit code 4, for what it else "
+                       "warns of in the server's answers.")};
     const QCommandLineOption timeout{
         QStringLiteral("timeout"),
         QStringLiteral(

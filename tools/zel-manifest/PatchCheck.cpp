@@ -5,6 +5,43 @@
 #include <algorithm>
 #include <utility>
 
+namespace
+{
+
+/// A fault and what it leads to.
+struct FaultText {
+    QString name;
+    QString effect;
+};
+
+FaultText faultText(AnswerFault fault)
+{
+    const QString unknownLength = QStringLiteral(
+        "without a length the launcher shows no progress and may keep a truncated file");
+    switch (fault) {
+    case AnswerFault::Plain:
+        return {QStringLiteral("over http"),
+                QStringLiteral("anyone on the network path can replace them")};
+    case AnswerFault::Redirected:
+        return {QStringLiteral("redirected"), QStringLiteral("each takes two requests")};
+    case AnswerFault::Compressed:
+        return {QStringLiteral("compressed"), unknownLength};
+    case AnswerFault::Chunked:
+        return {QStringLiteral("in chunks"), unknownLength};
+    case AnswerFault::WithoutLength:
+        return {QStringLiteral("without a length"), unknownLength};
+    case AnswerFault::Cacheable:
+        return {QStringLiteral("may be kept by caches"),
+                QStringLiteral("players then get an old manifest")};
+    case AnswerFault::WebPage:
+        return {QStringLiteral("a web page (text/html)"),
+                QStringLiteral("a missing file has to be answered with an error")};
+    }
+    return {};
+}
+
+} // namespace
+
 PatchCheck::PatchCheck(const QString &url, int timeout, Report findingReport)
     : baseUrl(url)
     , report(std::move(findingReport))
@@ -21,7 +58,14 @@ bool PatchCheck::fetchManifest(const QString &name)
         fail(manifestName, error);
         return false;
     }
+    judge(manifestName);
+    if (patch.answer().url == patch.answer().asked && patch.answer().isCacheable()) {
+        note(AnswerFault::Cacheable, manifestName);
+    }
     if (!Manifest::fromJson(json, &published)) {
+        if (patch.answer().isWebPage()) {
+            note(AnswerFault::WebPage, manifestName);
+        }
         fail(manifestName, QStringLiteral("is not a JSON object"));
         return false;
     }
@@ -47,12 +91,44 @@ void PatchCheck::compareFiles(const std::function<void(const FileAmount &)> &pro
         FileDigest file;
         QString error;
         if (patch.fetchFile(entry.url, &file, &error, fileProgress)) {
-            compare(entry, file);
+            judge(entry.path);
+            if (!isListed(entry, file) && patch.answer().isWebPage()) {
+                note(AnswerFault::WebPage, entry.path);
+            }
         } else {
             fail(entry.path, error);
         }
         ++done.files;
         done.bytes += std::max<qint64>(entry.size, 0);
+    }
+}
+
+void PatchCheck::reportFaults(Finding::Kind kind)
+{
+    for (auto it = faulty.cbegin(); it != faulty.cend(); ++it) {
+        const auto [name, effect] = faultText(it.key());
+        const QString text = QStringLiteral("%1: %2 of %3 answers, first %4; %5")
+                                 .arg(name, QString::number(it->count), QString::number(answers),
+                                      quoted(it->first), effect);
+        kind == Finding::Error ? fail({}, text) : warn({}, text);
+    }
+}
+
+/// Notes the faults of the newest answer, the one for @p path.
+void PatchCheck::judge(const QString &path)
+{
+    ++answers;
+    const QList<AnswerFault> faults = patch.answer().faults();
+    for (const AnswerFault fault : faults) {
+        note(fault, path);
+    }
+}
+
+void PatchCheck::note(AnswerFault fault, const QString &path)
+{
+    Faulty &noted = faulty[fault];
+    if (++noted.count == 1) {
+        noted.first = path;
     }
 }
 
@@ -71,16 +147,23 @@ void PatchCheck::checkBaseUrl()
     }
 }
 
-void PatchCheck::compare(const ManifestEntry &entry, const FileDigest &file)
+/// Reports an error and returns false unless the file is as listed.
+bool PatchCheck::isListed(const ManifestEntry &entry, const FileDigest &file)
 {
     if (entry.size >= 0 && file.size != entry.size) {
         fail(entry.path, QStringLiteral("%1 bytes are published, %2 are listed")
                              .arg(QString::number(file.size), QString::number(entry.size)));
-    } else if (entry.sha256.isEmpty()) {
-        warn(entry.path, QStringLiteral("the manifest has no digest to compare with"));
-    } else if (entry.sha256.compare(QString::fromLatin1(file.sha256), Qt::CaseInsensitive) != 0) {
-        fail(entry.path, QStringLiteral("the content is not what is listed"));
+        return false;
     }
+    if (entry.sha256.isEmpty()) {
+        warn(entry.path, QStringLiteral("the manifest has no digest to compare with"));
+        return true;
+    }
+    if (entry.sha256.compare(QString::fromLatin1(file.sha256), Qt::CaseInsensitive) != 0) {
+        fail(entry.path, QStringLiteral("the content is not what is listed"));
+        return false;
+    }
+    return true;
 }
 
 void PatchCheck::warn(const QString &path, const QString &text)

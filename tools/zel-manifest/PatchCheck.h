@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QMap>
 #include <QString>
 
 #include <functional>
@@ -43,12 +44,23 @@ public:
     /// @p progress is called with what is fetched so far.
     void compareFiles(const std::function<void(const FileAmount &done)> &progress = {});
 
+    /// Reports how the answers so far could be better, each kind of fault once.
+    void reportFaults(Finding::Kind kind);
+
     /// How many errors were reported.
     qsizetype errorCount() const { return errors; }
 
 private:
+    /// Answers of one fault.
+    struct Faulty {
+        qsizetype count = 0;
+        QString first; ///< Path of the first one.
+    };
+
     void checkBaseUrl();
-    void compare(const ManifestEntry &entry, const FileDigest &file);
+    void judge(const QString &path);
+    void note(AnswerFault fault, const QString &path);
+    bool isListed(const ManifestEntry &entry, const FileDigest &file);
     void warn(const QString &path, const QString &text);
     void fail(const QString &path, const QString &text);
 
@@ -58,5 +70,7 @@ private:
     QString manifestName;
     QByteArray json;
     Manifest published;
+    QMap<AnswerFault, Faulty> faulty;
+    qsizetype answers = 0;
     qsizetype errors = 0;
 };

@@ -8,6 +8,62 @@
 
 #include "patch/PatchContract.h"
 
+namespace
+{
+
+/// The value of a Cache-Control directive such as "max-age=60"; nothing without it.
+QByteArray valueOf(const QByteArray &name, const QByteArrayList &directives)
+{
+    for (const QByteArray &directive : directives) {
+        if (directive.startsWith(name + '=')) {
+            return directive.mid(name.size() + 1);
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+QList<AnswerFault> PatchAnswer::faults() const
+{
+    QList<AnswerFault> faults;
+    if (asked.scheme() == QLatin1String("http")) {
+        faults.append(AnswerFault::Plain);
+    }
+    if (url != asked) {
+        // The headers are then those of several answers.
+        faults.append(AnswerFault::Redirected);
+    } else if (isCompressed) {
+        faults.append(AnswerFault::Compressed);
+    } else if (isChunked) {
+        faults.append(AnswerFault::Chunked);
+    } else if (!hasLength) {
+        faults.append(AnswerFault::WithoutLength);
+    }
+    return faults;
+}
+
+bool PatchAnswer::isCacheable() const
+{
+    QByteArrayList directives = cacheControl.toLower().split(',');
+    for (QByteArray &directive : directives) {
+        directive = directive.trimmed();
+    }
+    for (const char *forbidding : {"no-cache", "no-store", "private"}) {
+        if (directives.contains(forbidding)) {
+            return false;
+        }
+    }
+    const QByteArray shared = valueOf("s-maxage", directives);
+    return (shared.isEmpty() ? valueOf("max-age", directives) : shared) != "0";
+}
+
+bool PatchAnswer::isWebPage() const
+{
+    // After a redirection there may be several types, the answer's own at the end.
+    return contentType.toLower().split(',').constLast().trimmed().startsWith("text/html");
+}
+
 PublishedPatch::PublishedPatch(const QString &baseUrl, int timeout)
     : base(PatchContract::normalizedBaseUrl(baseUrl))
     , transferTimeout(timeout)
@@ -54,6 +110,7 @@ bool PublishedPatch::fetch(const QString &address, const Take &take, QString *er
         *error = QStringLiteral("not a valid URL: ") + url.errorString();
         return false;
     }
+    newestAnswer.asked = url;
     QNetworkRequest request(url);
     request.setTransferTimeout(transferTimeout);
 
@@ -117,4 +174,7 @@ void PublishedPatch::record(const QNetworkReply &reply)
     newestAnswer.isCompressed =
         reply.attribute(QNetworkRequest::OriginalContentLengthAttribute).isValid() ||
         reply.hasRawHeader("Content-Encoding");
+    newestAnswer.isChunked = reply.rawHeader("Transfer-Encoding").toLower().contains("chunked");
+    newestAnswer.cacheControl = reply.rawHeader("Cache-Control");
+    newestAnswer.contentType = reply.rawHeader("Content-Type");
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QString>
@@ -10,13 +11,33 @@
 
 #include "zel-manifest/FileDigest.h"
 
+/// What is wrong with an answer that launchers accept.
+enum class AnswerFault {
+    Plain,         ///< It came over http.
+    Redirected,    ///< Another request was needed.
+    Compressed,    ///< The body travels compressed, so that its length is unknown.
+    Chunked,       ///< The body travels in chunks, so that its length is unknown.
+    WithoutLength, ///< Its length is unknown for another reason.
+    Cacheable,     ///< Caches may keep it without asking the server again.
+    WebPage,       ///< It is a web page.
+};
+
 /// How the server answered a request.
 struct PatchAnswer {
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
     int status = 0;            ///< HTTP status code; 0 without an answer.
+    QUrl asked;                ///< What was asked for.
     QUrl url;                  ///< Where redirections led.
     bool hasLength = false;    ///< The header announces the length of the body.
     bool isCompressed = false; ///< The body travels compressed.
+    bool isChunked = false;    ///< The body travels in chunks; never over HTTP/2.
+    QByteArray cacheControl;   ///< The Cache-Control header.
+    QByteArray contentType;    ///< The Content-Type header.
+
+    /// The faults, but Cacheable and WebPage, which are none in every answer.
+    QList<AnswerFault> faults() const;
+    bool isCacheable() const;
+    bool isWebPage() const;
 };
 
 /// Fetches a published patch like the launcher: by plain GET requests, one at a time, with paths
