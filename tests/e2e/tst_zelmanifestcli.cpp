@@ -1,6 +1,9 @@
 #include "support/files/Disk.h"
 
 #include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 #include <QSet>
 #include <QStandardPaths>
@@ -22,6 +25,21 @@ QSet<QString> optionsIn(const QString &text)
         options.insert(it.next().captured());
     }
     return options;
+}
+
+/// The messages without the program's name.
+QStringList linesOf(const Outcome &outcome)
+{
+    QStringList lines = outcome.messages.split(u'\n', Qt::SkipEmptyParts);
+    lines.replaceInStrings(u"zel-manifest: "_s, QString());
+    return lines;
+}
+
+/// The last message about small files.
+QString cost(const QString &files)
+{
+    return u"each start downloads the manifest and %1, 0.00 MiB; 1,000 starts 0.00 GiB"_s.arg(
+        files);
 }
 
 } // namespace
@@ -46,6 +64,13 @@ private slots:
     void withoutSha256NoManifestIsWritten();
     void aKilledRunLeavesTheOldManifest();
     void progressIsShownOnATerminalOnly();
+    void theProgressOnTheBaseIsShown();
+    void onlyWhatPlayersNeedIsListed_data();
+    void onlyWhatPlayersNeedIsListed();
+    void aPathInOtherLettersIsRefusedOrFixed();
+    void ofManyMissingFilesTheFirstAreNamed();
+    void patternsAreReadFromFiles();
+    void aLargeFileIsWarnedOf();
 
 private:
     Outcome manifest(const QString &arguments, const QMap<QString, QString> &variables = {}) const
@@ -58,6 +83,17 @@ private:
     }
     QString manifestPath() const { return at(u"patch/manifest.json"_s); }
     QStringList filesInPatch() const { return Disk::names(at(u"patch"_s)); }
+    /// Values of @p key in the manifest @p name.
+    QStringList listedIn(const QString &name, const QString &key) const
+    {
+        QStringList values;
+        const QJsonArray files =
+            QJsonDocument::fromJson(Disk::read(at(name))).object().value(u"files").toArray();
+        for (const auto &file : files) {
+            values.append(file.toObject().value(key).toString());
+        }
+        return values;
+    }
     /// A sparse file, slow to read.
     void makeLongFile(qint64 size) const
     {
@@ -120,7 +156,8 @@ void TestZelManifestCli::aManifestIsWritten()
     QCOMPARE(outcome.exitCode, 0);
     QCOMPARE(outcome.output, QString());
     QCOMPARE(outcome.messages, u"zel-manifest: written: \"patch/manifest.json\": "
-                               "version \"1.0\", 1 file, 1 byte\n"_s);
+                               "version \"1.0\", 1 file, 1 byte\nzel-manifest: "_s +
+                                   cost(u"1 file"_s) + u'\n');
     QCOMPARE(Disk::read(manifestPath()),
              "{\n\"version\": \"1.0\",\n\"files\": [\n{\"path\": \"a b\", \"url\": \"r/a%20b\", "
              "\"size\": 1, \"sha256\": "
@@ -135,8 +172,8 @@ void TestZelManifestCli::theManifestDoesNotDependOnTheLocale()
     for (const QString &locale : {u""_s, u"C"_s, u"C.UTF-8"_s, u"xx_XX"_s, u"pt_BR.ISO-8859-1"_s}) {
         const Outcome outcome =
             manifest(u"-p versão patch"_s, {{u"LC_ALL"_s, locale}, {u"LANG"_s, u"C"_s}});
-        QCOMPARE(outcome.messages, u"zel-manifest: written: \"patch/manifest.json\": version "
-                                   "\"versão\", 3 files, 3 bytes\n"_s);
+        QVERIFY(outcome.messages.startsWith(u"zel-manifest: written: \"patch/manifest.json\": "
+                                            "version \"versão\", 3 files, 3 bytes\n"_s));
         const QByteArray manifest = Disk::read(manifestPath());
         QVERIFY(manifest.contains("\"version\": \"vers\xC3\xA3o\""));
         QVERIFY(manifest.contains("\"url\": \"%C3%A7%C3%A3o\""));
@@ -149,7 +186,7 @@ void TestZelManifestCli::dryRunPrintsWhatWouldBeWritten()
 {
     const Outcome outcome = manifest(u"-p1 -n -o none/x.json patch"_s);
     QCOMPARE(outcome.exitCode, 0);
-    QVERIFY(outcome.messages.endsWith(u"zel-manifest: not written: \"none/x.json\": version \"1\", "
+    QVERIFY(outcome.messages.contains(u"zel-manifest: not written: \"none/x.json\": version \"1\", "
                                       "1 file, 1 byte\n"_s));
     QCOMPARE(Disk::read(manifestPath()), old);
     QCOMPARE(filesInPatch(), QStringList({u"a b"_s, u"manifest.json"_s}));
@@ -173,10 +210,10 @@ void TestZelManifestCli::everyRunShowsItsMessagesAndEndsWithItsCode_data()
     const QString absent =
         u"warning: \"manifest.json\": not listed; it is where the launcher looks for the manifest"_s;
     row(u"-p1 --output other.json patch"_s, 0,
-        {absent, u"written: \"other.json\": version \"1\", 1 file, 1 byte"_s});
+        {absent, u"written: \"other.json\": version \"1\", 1 file, 1 byte"_s, cost(u"1 file"_s)});
     // An older manifest may be replaced, a file of the patch must not be.
     row(u"-p1 -o more/old.json more"_s, 0,
-        {u"written: \"more/old.json\": version \"1\", 3 files, 3 bytes"_s});
+        {u"written: \"more/old.json\": version \"1\", 3 files, 3 bytes"_s, cost(u"3 files"_s)});
     const QString noManifest =
         u"error: \"c.tmp\": is no manifest, so --output shall not replace it"_s;
     row(u"-p1 -o more/c.tmp more"_s, 1, {noManifest});
@@ -184,7 +221,7 @@ void TestZelManifestCli::everyRunShowsItsMessagesAndEndsWithItsCode_data()
     row(u"-p1 -o link more"_s, 1, {noManifest});
     row(u"-p1 -x *.tmp --exclude=logs/ -x old.json more"_s, 0,
         {u"\"c.tmp\": excluded"_s, u"\"logs\": excluded"_s, u"\"old.json\": excluded"_s,
-         u"written: \"more/manifest.json\": version \"1\", 1 file, 1 byte"_s});
+         u"written: \"more/manifest.json\": version \"1\", 1 file, 1 byte"_s, cost(u"1 file"_s)});
     row(u"-q -p1 -x *.tmp --exclude=logs/ more"_s, 0, {});
     row(u"-q -p1 bad"_s, 1,
         {u"warning: \"con\": Windows keeps the name CON for a device"_s,
@@ -196,6 +233,22 @@ void TestZelManifestCli::everyRunShowsItsMessagesAndEndsWithItsCode_data()
         {u"error: there is no folder to write \"none/m.json\" in"_s});
     row(u"-p1 -o . patch"_s, 3,
         {absent, u"error: cannot write \".\": Filename refers to a directory"_s});
+    const QString none = u"error: \"none\": No such file or directory"_s;
+    row(u"-p1 --base-manifest none patch"_s, 3, {none});
+    row(u"-p1 --since none patch"_s, 3, {none});
+    row(u"-p1 --base more --since more/b patch"_s, 3, {u"error: \"more/b\": is no manifest"_s});
+    row(u"-p1 --base none patch"_s, 3, {none});
+    row(u"-q -p1 -o more/old.json --base bad -x A more"_s, 0,
+        {u"warning: in the base: \"nowhere\": is a symbolic link that leads nowhere"_s,
+         u"warning: in the base: \"a\": differs from \"A\" only in letter case, which Windows "
+         "ignores"_s,
+         u"warning: the pattern \"A\" excludes nothing"_s,
+         u"warning: \"a\": the base has it, the folder does not"_s,
+         u"warning: \"con\": the base has it, the folder does not"_s,
+         u"warning: 2 files in all: players keep them, as the launcher deletes nothing; to replace "
+         "one, put an empty or harmless file of its name into the folder"_s});
+    row(u"-p1 --exclude-from none patch"_s, 3, {none});
+    row(u"-p1 --exclude-from pattern patch"_s, 2, {u"error: \"pattern\": \"[b\" is no pattern"_s});
     row(u"-u http://127.0.0.1:1 -o none.json"_s, 3,
         {u"error: \"none.json\": No such file or directory"_s});
     row(u"-u http://127.0.0.1:1/"_s, 5, {u"error: \"manifest.json\": Connection refused"_s});
@@ -211,14 +264,12 @@ void TestZelManifestCli::everyRunShowsItsMessagesAndEndsWithItsCode()
         Disk::write(at(name), "x");
     }
     Disk::write(at(u"more/old.json"_s), old);
+    Disk::write(at(u"pattern"_s), "a\n[b\n");
     Disk::makeFolder(at(u"empty"_s));
     Disk::makeLink(at(u"bad/nowhere"_s), u"none"_s);
     Disk::makeLink(at(u"link"_s), u"more/c.tmp"_s);
     const Outcome outcome = manifest(arguments);
-    QStringList lines = outcome.messages.split(u"zel-manifest: "_s);
-    QCOMPARE(lines.takeFirst(), QString());
-    lines.replaceInStrings(u"\n"_s, QString());
-    QCOMPARE(lines, messages);
+    QCOMPARE(linesOf(outcome), messages);
     QCOMPARE(outcome.output, QString());
     QCOMPARE(outcome.exitCode, code);
     QCOMPARE(Disk::read(manifestPath()), old);
@@ -278,12 +329,192 @@ void TestZelManifestCli::progressIsShownOnATerminalOnly()
     // The line is gone when the result is there.
     static const QRegularExpression shown(
         u"\rreading \\d+ %, \\S+ (MiB|GiB) of 1\\.0 GiB, [01] of 2 files *\r +\r"
-        "zel-manifest: written: .*\r\n$"_s);
+        "zel-manifest: [^\r]*\r\nzel-manifest: written: "_s);
     QVERIFY2(shown.match(outcome.output).hasMatch(), qPrintable(outcome.output));
 
-    QCOMPARE(
-        manifest(u"-p1 patch"_s).messages,
-        u"zel-manifest: written: \"patch/manifest.json\": version \"1\", 2 files, 1.0 GiB\n"_s);
+    QCOMPARE(manifest(u"-p1 patch"_s).messages,
+             u"zel-manifest: warning: \"long\": has 1.0 GiB; the launcher holds a whole file in "
+             "memory\n"
+             "zel-manifest: written: \"patch/manifest.json\": version \"1\", 2 files, 1.0 GiB\n"
+             "zel-manifest: each start downloads the manifest and 2 files, 1024.00 MiB; 1,000 "
+             "starts 1000.00 GiB\n"_s);
+}
+
+void TestZelManifestCli::theProgressOnTheBaseIsShown()
+{
+    if (QStandardPaths::findExecutable(u"script"_s).isEmpty()) {
+        QSKIP("script, which makes a terminal, is not installed");
+    }
+    makeLongFile(qint64(1) << 30);
+    Disk::makeLink(at(u"client"_s), u"patch"_s);
+    const Outcome outcome =
+        shell(u"script --quiet --return --command \"'$0' -p1 --base client patch\" /dev/null"_s);
+    QCOMPARE(outcome.exitCode, 0);
+    static const QRegularExpression shown(
+        u"\rreading the base \\d+ %, \\S+ (MiB|GiB) of 1\\.0 GiB, [01] of 2 files *\r +\r"
+        "zel-manifest: warning: the manifest lists no file: .*\r\n"
+        "zel-manifest: left out, as the base has them: 2 files, 1.0 GiB\r\n"_s);
+    QVERIFY2(shown.match(outcome.output).hasMatch(), qPrintable(outcome.output));
+}
+
+void TestZelManifestCli::onlyWhatPlayersNeedIsListed_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QStringList>("messages");
+    QTest::addColumn<QStringList>("listed"); // path and URL
+    const auto row = [](const char *name, const QString &arguments, const QStringList &listed,
+                        const QStringList &messages) {
+        QTest::newRow(name) << arguments << messages << listed;
+    };
+    const QString release = u"warning: \"1.1\": an earlier release listed it, this one does not"_s;
+    const QString releaseAdvice =
+        u"warning: 1 file in all: players of that release keep theirs, as the launcher deletes "
+        "nothing; to give all players the same, put one into the folder, such as the base's"_s;
+    const QString gone = u"warning: \"gone\": the base has it, the folder does not"_s;
+    const QString goneAdvice =
+        u"warning: 1 file in all: players keep them, as the launcher deletes nothing; to replace "
+        "one, put an empty or harmless file of its name into the folder"_s;
+    const QStringList needed{u"changed"_s, u"d/new"_s};
+    const QStringList leftOut{gone, goneAdvice,
+                              u"left out, as the base has them: 2 files, 2 bytes"_s};
+    row("without a base", u"new"_s, {u"changed"_s, u"d/new"_s, u"d/same"_s, u"same"_s}, {});
+    row("a folder as base", u"--base client new"_s, needed, leftOut);
+    row("a manifest as base", u"--base-manifest client.json new"_s, needed, leftOut);
+    row("releases since then", u"--base client --since 1.1.json --since 1.2.json new"_s,
+        {u"changed"_s, u"d/new"_s, u"same"_s},
+        {release, releaseAdvice, gone, goneAdvice,
+         u"left out, as the base has them: 1 file, 1 byte"_s});
+    row("releases alone", u"--since 1.1.json new"_s,
+        {u"changed"_s, u"d/new"_s, u"d/same"_s, u"same"_s}, {release, releaseAdvice});
+    row("what is excluded is not missing", u"--base client -x gon? -x d/ new"_s, {u"changed"_s},
+        {u"\"d\": excluded"_s, u"warning: the pattern \"gon?\" excludes nothing"_s,
+         u"left out, as the base has them: 1 file, 1 byte"_s});
+    row("but a release's file is, excluded or not", u"--since 1.2.json -x same new"_s,
+        {u"changed"_s, u"d/new"_s},
+        {u"\"d/same\": excluded"_s, u"\"same\": excluded"_s,
+         u"warning: \"same\": an earlier release listed it, this one does not"_s, releaseAdvice});
+}
+
+void TestZelManifestCli::onlyWhatPlayersNeedIsListed()
+{
+    QFETCH(const QString, arguments);
+    QFETCH(const QStringList, messages);
+    QFETCH(const QStringList, listed);
+    for (const auto &[name, content] : {std::pair{u"client/same"_s, "1"},
+                                        {u"client/d/same"_s, "1"},
+                                        {u"client/changed"_s, "1"},
+                                        {u"client/gone"_s, "1"},
+                                        {u"client/Config.bin"_s, "1"},
+                                        {u"new/same"_s, "1"},
+                                        {u"new/d/same"_s, "1"},
+                                        {u"new/changed"_s, "2"},
+                                        {u"new/d/new"_s, "1"},
+                                        {u"1.1/1.1"_s, "1"},
+                                        {u"1.1/changed"_s, "3"},
+                                        {u"1.2/same"_s, "2"}}) {
+        Disk::write(at(name), content);
+    }
+    for (const QString &name : {u"client"_s, u"1.1"_s, u"1.2"_s}) {
+        QCOMPARE(manifest(u"-q -p0 -o %1.json %1"_s.arg(name)).exitCode, 0);
+    }
+    const Outcome outcome = manifest(u"-p2 -o out.json "_s + arguments);
+    QCOMPARE(outcome.exitCode, 0);
+    QStringList lines = linesOf(outcome);
+    QCOMPARE(lines.takeLast(),
+             cost(u"%1 file%2"_s.arg(listed.size()).arg(listed.size() == 1 ? u""_s : u"s"_s)));
+    QVERIFY(lines.takeLast().startsWith(u"written: \"out.json\": version \"2\", "_s));
+    QCOMPARE(lines, messages);
+    QCOMPARE(listedIn(u"out.json"_s, u"path"_s), listed);
+}
+
+void TestZelManifestCli::aPathInOtherLettersIsRefusedOrFixed()
+{
+    for (const QString &name : {u"client/Data/Map/a"_s, u"client/Data/Map/b"_s, u"client/x"_s}) {
+        Disk::write(at(name), "1");
+    }
+    for (const QString &name : {u"new/data/MAP/B"_s, u"new/data/c"_s, u"new/X"_s}) {
+        Disk::write(at(name), "2");
+    }
+    Disk::write(at(u"new/data/MAP/a"_s), "1");
+    Disk::write(at(u"out.json"_s), old);
+    const QString refused = u"error: \"%1\": differs from \"%2\", which players have, only in "
+                            "letter case, which Windows ignores; --fix-case publishes it under "
+                            "that name"_s;
+    Outcome outcome = manifest(u"-p2 -o out.json --base client new"_s);
+    QCOMPARE(linesOf(outcome),
+             QStringList({refused.arg(u"X"_s, u"x"_s), refused.arg(u"data"_s, u"Data"_s),
+                          refused.arg(u"data/MAP"_s, u"Data/Map"_s),
+                          refused.arg(u"data/MAP/B"_s, u"Data/Map/b"_s)}));
+    QCOMPARE(outcome.exitCode, 1);
+    QCOMPARE(Disk::read(at(u"out.json"_s)), old);
+
+    // The URL remains that of the file.
+    const QString fixed = u"\"%1\": published as \"%2\", which players have"_s;
+    outcome = manifest(u"-p2 -o out.json --base client --fix-case --url-prefix r new"_s);
+    QCOMPARE(linesOf(outcome).first(4),
+             QStringList({fixed.arg(u"X"_s, u"x"_s), fixed.arg(u"data"_s, u"Data"_s),
+                          fixed.arg(u"data/MAP"_s, u"Data/Map"_s),
+                          fixed.arg(u"data/MAP/B"_s, u"Data/Map/b"_s)}));
+    QVERIFY(linesOf(outcome).contains(u"left out, as the base has them: 1 file, 1 byte"_s));
+    QCOMPARE(outcome.exitCode, 0);
+    QCOMPARE(listedIn(u"out.json"_s, u"path"_s),
+             QStringList({u"Data/Map/b"_s, u"Data/c"_s, u"x"_s}));
+    QCOMPARE(listedIn(u"out.json"_s, u"url"_s),
+             QStringList({u"r/data/MAP/B"_s, u"r/data/c"_s, u"r/X"_s}));
+
+    // The manifest of a release has its letters from the base, too.
+    outcome = manifest(u"-p3 -n --base client --since out.json --fix-case new"_s);
+    QVERIFY2(!outcome.messages.contains(u"warning"_s), qPrintable(outcome.messages));
+
+    Disk::write(at(u"new/data/map/B"_s), "2");
+    outcome = manifest(u"-q -p2 -o none.json --base client --fix-case new"_s);
+    QCOMPARE(linesOf(outcome),
+             QStringList{u"error: \"data/map\": differs from \"data/MAP\" only in letter case, "
+                         "which Windows ignores"_s});
+    QCOMPARE(outcome.exitCode, 1);
+    QVERIFY(!QFile::exists(at(u"none.json"_s)));
+}
+
+void TestZelManifestCli::ofManyMissingFilesTheFirstAreNamed()
+{
+    for (int i = 10; i < 22; ++i) {
+        Disk::write(at(u"client/%1"_s.arg(i)), "1");
+    }
+    const QStringList lines = linesOf(manifest(u"-q -p1 --base client patch"_s));
+    QCOMPARE(lines.size(), 11);
+    QVERIFY(lines.first().startsWith(u"warning: \"10\": "_s));
+    QVERIFY(lines.at(9).startsWith(u"warning: \"19\": "_s));
+    QVERIFY(lines.last().startsWith(u"warning: 12 files in all: "_s));
+}
+
+void TestZelManifestCli::patternsAreReadFromFiles()
+{
+    for (const QString &name : {u"new/a.tmp"_s, u"new/#b"_s, u"new/ c"_s, u"new/d"_s, u"new/e"_s}) {
+        Disk::write(at(name), "1");
+    }
+    Disk::write(at(u"1"_s), "# temporary\r\n*.tmp\r\n\r\n \t\n c");
+    Disk::write(at(u"2"_s), "[#]b\n");
+    QCOMPARE(manifest(u"-q -p1 -o o.json --exclude-from 1 --exclude-from 2 -x d new"_s).exitCode,
+             0);
+    QCOMPARE(listedIn(u"o.json"_s, u"path"_s), QStringList{u"e"_s});
+}
+
+void TestZelManifestCli::aLargeFileIsWarnedOf()
+{
+    makeLongFile((qint64(256) << 20) + 1);
+    const QString warning =
+        u"warning: \"long\": has 256.0 MiB; the launcher holds a whole file in memory"_s;
+    QCOMPARE(linesOf(manifest(u"-q -p1 patch"_s)), QStringList{warning});
+    QCOMPARE(linesOf(manifest(u"-q -p1 --warn-size 257 patch"_s)), QStringList());
+    QCOMPARE(linesOf(manifest(u"-q -p1 --warn-size 0 patch"_s)),
+             QStringList({u"warning: \"a b\": has 1 byte; the launcher holds a whole file in "
+                          "memory"_s,
+                          warning}));
+    // Nobody downloads it.
+    Disk::makeLink(at(u"client"_s), u"patch"_s);
+    QCOMPARE(linesOf(manifest(u"-q -p1 --base client -x a* patch"_s)).size(), 1);
+    makeLongFile(qint64(256) << 20);
+    QCOMPARE(linesOf(manifest(u"-q -p1 patch"_s)), QStringList());
 }
 
 ZEL_TEST_MAIN(TestZelManifestCli)

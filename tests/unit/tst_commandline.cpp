@@ -95,6 +95,15 @@ void TestCommandLine::everyOptionIsTaken_data()
     row(u"--allow-empty-version --patch-version= patch"_s, empty);
     row(u"--allow-empty-version -p 1 patch"_s,
         u"publish patch in patch/manifest.json as 1, excluding"_s);
+    const QString plain = u"publish patch in patch/manifest.json as 1, excluding"_s;
+    row(u"-p 1 --exclude-from a --exclude-from=b patch"_s, plain + u" from a b"_s);
+    row(u"-p 1 --base c patch"_s, plain + u", base c"_s);
+    row(u"-p 1 --base=c --since 1 --since=2 --fix-case patch"_s,
+        plain + u", base c, since 1 2, fix case"_s);
+    row(u"-p 1 --base-manifest c --fix-case patch"_s, plain + u", base manifest c, fix case"_s);
+    row(u"-p 1 --since 1 --fix-case patch"_s, plain + u", since 1, fix case"_s);
+    row(u"-p 1 --warn-size 0 patch"_s, plain + u", warn above 0"_s);
+    row(u"-p 1 --warn-size=2147483647 patch"_s, plain + u", warn above 2147483647"_s);
     // The prefix is encoded and ends with a slash.
     for (const auto &[prefix, encoded] : {std::pair{u"1.0"_s, u"1.0/"_s},
                                           {u"1.0/"_s, u"1.0/"_s},
@@ -128,6 +137,15 @@ void TestCommandLine::everyOptionIsTaken()
         for (const ExcludePattern &pattern : options.excludes) {
             text += u' ' + pattern.text();
         }
+        const auto add = [&text](const QString &name, const QStringList &values) {
+            text += values.join(QString()).isEmpty() ? u""_s : name + values.join(u' ');
+        };
+        add(u" from "_s, options.excludeFiles);
+        add(u", base "_s, {options.base});
+        add(u", base manifest "_s, {options.baseManifest});
+        add(u", since "_s, options.since);
+        text += options.fixCase ? u", fix case"_s : u""_s;
+        text += options.warnSize == 256 ? u""_s : u", warn above %1"_s.arg(options.warnSize);
         text += options.dryRun ? u", dry"_s : u""_s;
     } else {
         QCOMPARE(options.task, Options::Check);
@@ -171,6 +189,20 @@ void TestCommandLine::wrongUsageHasAReason_data()
     row("a prefix without a name", u"-p 1 --url-prefix a//b patch"_s, u"\"a//b\""_s + noPrefix);
     row("an absolute prefix", u"-p 1 --url-prefix /a patch"_s, u"\"/a\""_s + noPrefix);
     row("an empty prefix", u"-p 1 --url-prefix= patch"_s, u"\"\""_s + noPrefix);
+    row("two bases", u"-p 1 --base a --base-manifest b patch"_s,
+        u"--base and --base-manifest exclude each other"_s);
+    row("a letter case of nothing", u"-p 1 --fix-case patch"_s,
+        u"--fix-case is for --base, --base-manifest and --since"_s);
+    for (const QString &option : {u"base"_s, u"base-manifest"_s, u"since"_s}) {
+        QTest::addRow("an empty name for --%s", qPrintable(option))
+            << u"-p 1 --since x --%1= patch"_s.arg(option)
+            << u"--%1 has an empty name"_s.arg(option);
+    }
+    for (const QString &size : {u"-1"_s, u"1.5"_s, u"2G"_s, u"2147483648"_s}) {
+        QTest::addRow("%s as size to warn of", qPrintable(size))
+            << u"-p 1 --warn-size=%1 patch"_s.arg(size)
+            << u"--warn-size takes a whole number of MiB"_s;
+    }
     row("a manifest's name for publishing", u"-p 1 --manifest-name x patch"_s,
         u"--manifest-name is for --base-url"_s);
     for (const QString &name : {u""_s, u"."_s, u".."_s, u"a/b"_s}) {
@@ -185,7 +217,8 @@ void TestCommandLine::wrongUsageHasAReason_data()
     row("an empty base URL", u"--base-url="_s, noBase);
     row("a base URL of white space", u"--base-url=\t"_s, noBase);
     for (const char *option : {"--patch-version=1", "--allow-empty-version", "--exclude=a",
-                               "--url-prefix=a", "--dry-run"}) {
+                               "--exclude-from=a", "--base=a", "--base-manifest=a", "--since=a",
+                               "--fix-case", "--warn-size=1", "--url-prefix=a", "--dry-run"}) {
         const QString text = QLatin1String(option);
         QTest::addRow("a check with %s", option)
             << u"-u http://host "_s + text

@@ -14,6 +14,7 @@ private slots:
     void sizesAreReadable_data();
     void sizesAreReadable();
     void oneFileIsSingular();
+    void aPathHasItsFoldersBeforeIt();
 };
 
 void TestText::quotedNamesCannotControlTheTerminal_data()
@@ -72,6 +73,12 @@ void TestText::oneFileIsSingular()
     QCOMPARE(filesText(0), u"0 files"_s);
     QCOMPARE(filesText(1), u"1 file"_s);
     QCOMPARE(filesText(2), u"2 files"_s);
+}
+
+void TestText::aPathHasItsFoldersBeforeIt()
+{
+    QCOMPARE(pathsTo("a"), QByteArrayList{"a"});
+    QCOMPARE(pathsTo("a/b c/d"), QByteArrayList({"a", "a/b c", "a/b c/d"}));
 }
 
 ZEL_TEST_MAIN(TestText)

@@ -30,6 +30,11 @@ What the launcher does with the version:
   version that it has after a download, but with no files in the manifest it
   stores the empty one.
 
+What a base leaves out:
+  With --base or --base-manifest, files that the base has are not listed. Name
+  the manifests of all releases since then with --since: players of such a
+  release may have another file where the new one equals the base again.
+
 Exit codes:
   0  the manifest is written; or, with --base-url, the published patch is right
   1  refused: FOLDER holds something that cannot be published
@@ -46,7 +51,8 @@ With any code but 0 an older manifest is left unchanged.
 CommandLine::CommandLine()
 {
     parser.setApplicationDescription(QString::fromLatin1(description));
-    parser.addOptions({patchVersion, exclude, output, urlPrefix, allowEmptyVersion, dryRun, baseUrl,
+    parser.addOptions({patchVersion, exclude, excludeFrom, base, baseManifest, since, fixCase,
+                       warnSize, output, urlPrefix, allowEmptyVersion, dryRun, baseUrl,
                        manifestName, strict, timeout, quiet, help, programVersion});
     parser.addPositionalArgument(QStringLiteral("FOLDER"),
                                  QStringLiteral("The folder with the files of the patch."),
@@ -116,6 +122,15 @@ void CommandLine::readPublishing(Options *options, QString *error) const
             return;
         }
     }
+    options->excludeFiles = parser.values(excludeFrom);
+    if (parser.isSet(warnSize)) {
+        bool isNumber = false;
+        options->warnSize = parser.value(warnSize).toInt(&isNumber);
+        if (!isNumber || options->warnSize < 0) {
+            *error = QStringLiteral("--warn-size takes a whole number of MiB");
+            return;
+        }
+    }
     if (parser.isSet(urlPrefix)) {
         QString path = parser.value(urlPrefix);
         if (!path.endsWith(u'/')) {
@@ -130,12 +145,35 @@ void CommandLine::readPublishing(Options *options, QString *error) const
         }
         options->urlPrefix = Manifest::urlOf(path.toUtf8());
     }
+    readBase(options, error);
+}
+
+void CommandLine::readBase(Options *options, QString *error) const
+{
+    // An empty name, such as that of an unset variable, must not list everything.
+    for (const QCommandLineOption &option : {base, baseManifest, since}) {
+        if (parser.values(option).contains(QString())) {
+            *error = QStringLiteral("--%1 has an empty name").arg(option.names().constFirst());
+            return;
+        }
+    }
+    options->base = parser.value(base);
+    options->baseManifest = parser.value(baseManifest);
+    options->since = parser.values(since);
+    options->fixCase = parser.isSet(fixCase);
+    if (parser.isSet(base) && parser.isSet(baseManifest)) {
+        *error = QStringLiteral("--base and --base-manifest exclude each other");
+    } else if (options->fixCase && !parser.isSet(base) && !parser.isSet(baseManifest) &&
+               !parser.isSet(since)) {
+        *error = QStringLiteral("--fix-case is for --base, --base-manifest and --since");
+    }
 }
 
 void CommandLine::readChecking(Options *options, QString *error) const
 {
     for (const QCommandLineOption &option :
-         {patchVersion, allowEmptyVersion, exclude, urlPrefix, dryRun}) {
+         {patchVersion, allowEmptyVersion, exclude, excludeFrom, base, baseManifest, since, fixCase,
+          warnSize, urlPrefix, dryRun}) {
         if (parser.isSet(option)) {
             *error = QStringLiteral("--%1 is not for --base-url, which writes no manifest")
                          .arg(option.names().constLast());

@@ -37,6 +37,12 @@ struct Options {
     QString version;
     QString urlPrefix; ///< Percent-encoded; empty or with "/" at its end.
     QList<ExcludePattern> excludes;
+    QStringList excludeFiles; ///< Files with more patterns.
+    QString base;             ///< The folder of the client that players have; may be empty.
+    QString baseManifest;     ///< A manifest of that client instead; may be empty.
+    QStringList since;        ///< Manifests of the releases that were published since.
+    bool fixCase = false;
+    int warnSize = 256; ///< MiB.
     bool dryRun = false;
 
     // For Check.
@@ -58,6 +64,7 @@ public:
 
 private:
     void readPublishing(Options *options, QString *error) const;
+    void readBase(Options *options, QString *error) const;
     void readChecking(Options *options, QString *error) const;
     QString helpText() const;
 
@@ -81,6 +88,35 @@ private:
                        "\"/\" in it by their path in FOLDER, otherwise by their name; with one at "
                        "its end folders only. Can be given many times."),
         QStringLiteral("GLOB")};
+    const QCommandLineOption excludeFrom{
+        QStringLiteral("exclude-from"),
+        QStringLiteral("Read patterns for --exclude from FILE, one a line; blank lines and those "
+                       "that begin with \"#\" are skipped. Can be given many times."),
+        QStringLiteral("FILE")};
+    const QCommandLineOption base{
+        QStringLiteral("base"),
+        QStringLiteral("List only the files that are missing in FOLDER, the client as players "
+                       "have it, or differ from it."),
+        QStringLiteral("FOLDER")};
+    const QCommandLineOption baseManifest{
+        QStringLiteral("base-manifest"),
+        QStringLiteral("The same with FILE, a manifest made from that client without --base."),
+        QStringLiteral("FILE")};
+    const QCommandLineOption since{
+        QStringLiteral("since"),
+        QStringLiteral("List also what MANIFEST lists, that of a release published since the "
+                       "base: players of it have other files. Can be given many times."),
+        QStringLiteral("MANIFEST")};
+    const QCommandLineOption fixCase{
+        QStringLiteral("fix-case"),
+        QStringLiteral("Publish a path that differs from one that players have only in letter "
+                       "case under theirs; without it such a path is refused.")};
+    const QCommandLineOption warnSize{
+        QStringLiteral("warn-size"),
+        QStringLiteral("Warn of listed files of more than so many MiB (default: %1): the launcher "
+                       "holds a whole file in memory.")
+            .arg(Options().warnSize),
+        QStringLiteral("MIB")};
     const QCommandLineOption output{
         {QStringLiteral("o"), QStringLiteral("output")},
         QStringLiteral(

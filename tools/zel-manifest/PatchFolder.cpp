@@ -34,17 +34,6 @@ QByteArray toBytes(const fs::path &path)
     return QByteArray::fromStdString(path.native());
 }
 
-/// @p text case-folded character by character, as Windows compares names.
-QString withoutCase(const QString &text)
-{
-    QString result;
-    const QList<uint> characters = text.toUcs4();
-    for (const char32_t character : characters) {
-        result += QChar::fromUcs4(QChar::toCaseFolded(character));
-    }
-    return result;
-}
-
 /// Why Windows does not allow this name of a file or folder; nothing if it does.
 std::optional<QString> windowsObjection(const QString &name)
 {
@@ -67,15 +56,6 @@ std::optional<QString> windowsObjection(const QString &name)
             .arg(match.captured(1).toUpper());
     }
     return std::nullopt;
-}
-
-/// True for files that the launcher writes from the player's settings.
-bool isPlayersOwn(const QString &path)
-{
-    static const QStringList names{QStringLiteral("Config.bin"), QStringLiteral("serverlist.txt"),
-                                   QStringLiteral("sn.bin"), QStringLiteral("server.txt"),
-                                   QStringLiteral("zel_login.ini")};
-    return names.contains(path, Qt::CaseInsensitive);
 }
 
 class Walk
@@ -244,7 +224,7 @@ private:
         if (const std::optional<QString> objection = windowsObjection(*text)) {
             warn(path, *objection);
         }
-        if (isFile && isPlayersOwn(QString::fromUtf8(path))) {
+        if (isFile && PatchFolder::isPlayersOwn(QString::fromUtf8(path))) {
             warn(path, QStringLiteral("the launcher writes this file from the player's settings; "
                                       "the patch will replace it at every start"));
         }
@@ -262,9 +242,7 @@ private:
         QHash<QString, QByteArray> known; // first path by case-folded path
         QSet<QByteArray> refused;
         for (const QByteArray &path : std::as_const(result.files)) {
-            for (qsizetype end = 0; end >= 0 && end < path.size();) {
-                end = path.indexOf('/', end + 1);
-                const QByteArray part = path.left(end < 0 ? path.size() : end);
+            for (const QByteArray &part : pathsTo(path)) {
                 QByteArray &first = known[withoutCase(QString::fromUtf8(part))];
                 if (first.isEmpty()) {
                     first = part;
@@ -355,4 +333,12 @@ QByteArray PatchFolder::realPath(const QString &path)
     }
     const fs::path folder = fs::canonical(fs::absolute(given, error).parent_path(), error);
     return error ? QByteArray() : toBytes(folder / given.filename());
+}
+
+bool PatchFolder::isPlayersOwn(const QString &path)
+{
+    static const QStringList names{QStringLiteral("Config.bin"), QStringLiteral("serverlist.txt"),
+                                   QStringLiteral("sn.bin"), QStringLiteral("server.txt"),
+                                   QStringLiteral("zel_login.ini")};
+    return names.contains(path, Qt::CaseInsensitive);
 }

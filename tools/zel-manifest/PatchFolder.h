@@ -57,4 +57,7 @@ public:
     /// The canonical path of @p path, whose last component need not exist. Empty if its folder does
     /// not exist.
     static QByteArray realPath(const QString &path);
+
+    /// True for files that the launcher writes from the player's settings.
+    static bool isPlayersOwn(const QString &path);
 };

@@ -3,10 +3,32 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "zel-manifest/Console.h"
 #include "zel-manifest/FileDigest.h"
+
+namespace
+{
+
+constexpr qint64 mebibyte = 1 << 20;
+
+/// How many missing files are named; the others are counted.
+constexpr qsizetype longestList = 10;
+
+/// True when a pattern matches @p path or a folder that it is in.
+bool isExcluded(const QByteArray &path, const QList<ExcludePattern> &excludes)
+{
+    const QByteArrayList parts = pathsTo(path);
+    return std::any_of(parts.begin(), parts.end(), [&](const QByteArray &part) {
+        return std::any_of(excludes.begin(), excludes.end(), [&](const ExcludePattern &pattern) {
+            return pattern.matches(QString::fromUtf8(part), part.size() < path.size());
+        });
+    });
+}
+
+} // namespace
 
 Publishing::Publishing(const Options &itsOptions, Console *itsConsole)
     : options(itsOptions)
@@ -25,18 +47,82 @@ ExitCode Publishing::run()
             QStringLiteral("there is no folder to write %1 in").arg(quoted(options.manifest)));
         return Failed;
     }
-    const PatchFolderScan scan =
-        PatchFolder::scan(options.folder, options.manifest, options.excludes);
-    if (const ExitCode code = report(scan); code != Done) {
+    if (const ExitCode code = readExcludes(); code != Done) {
         return code;
     }
-    Manifest manifest;
-    manifest.version = options.version;
-    if (!listFiles(scan, &manifest) || !deliver(manifest.toJson())) {
+    if (!readBase()) {
         return Failed;
     }
-    summarize(manifest);
+    const PatchFolderScan scan = PatchFolder::scan(options.folder, options.manifest, excludes);
+    const ExitCode code = report(scan);
+    if (!choosePaths(scan.files) || code != Done) {
+        return code == Done ? Refused : code;
+    }
+    reportMissing();
+    manifest.version = options.version;
+    if (!listFiles(scan.totalSize)) {
+        return Failed;
+    }
+    const QByteArray json = manifest.toJson();
+    if (!deliver(json)) {
+        return Failed;
+    }
+    summarize(json.size());
     return Done;
+}
+
+/// Collects the patterns of names that are not listed.
+ExitCode Publishing::readExcludes()
+{
+    excludes = options.excludes;
+    for (const QString &file : options.excludeFiles) {
+        QString error;
+        const std::optional<QByteArray> content = readWhole(file, &error);
+        if (!content) {
+            console->error(quoted(file) + QLatin1String(": ") + error);
+            return Failed;
+        }
+        const QStringList lines = QString::fromUtf8(*content).remove(u'\r').split(u'\n');
+        for (const QString &line : lines) {
+            if (line.trimmed().isEmpty() || line.startsWith(u'#')) {
+                continue;
+            }
+            excludes.append(ExcludePattern(line));
+            if (!excludes.constLast().isValid()) {
+                console->error(
+                    QStringLiteral("%1: %2 is no pattern").arg(quoted(file), quoted(line)));
+                return WrongUsage;
+            }
+        }
+    }
+    return Done;
+}
+
+/// Reads what players have already. Returns false, with the errors shown, when that failed.
+bool Publishing::readBase()
+{
+    if (!options.base.isEmpty()) {
+        const PatchFolderScan scan = base.setFolder(options.base);
+        for (const QString &problem : scan.problems) {
+            console->warning(QStringLiteral("in the base: ") + problem);
+        }
+        showErrors(scan.failures);
+        if (!scan.failures.isEmpty()) {
+            return false;
+        }
+    }
+    QString error;
+    if (!options.baseManifest.isEmpty() && !base.setManifest(options.baseManifest, &error)) {
+        console->error(quoted(options.baseManifest) + QLatin1String(": ") + error);
+        return false;
+    }
+    for (const QString &release : options.since) {
+        if (!base.addRelease(release, &error)) {
+            console->error(quoted(release) + QLatin1String(": ") + error);
+            return false;
+        }
+    }
+    return true;
 }
 
 /// Shows what the scan found. Returns Done when the folder can be published.
@@ -48,12 +134,8 @@ ExitCode Publishing::report(const PatchFolderScan &scan)
     for (const QString &warning : scan.warnings) {
         console->warning(warning);
     }
-    for (const QString &failure : scan.failures) {
-        console->error(failure);
-    }
-    for (const QString &problem : scan.problems) {
-        console->error(problem);
-    }
+    showErrors(scan.failures);
+    showErrors(scan.problems);
     const bool mayReplace = reportAbsent(scan.absent);
     if (!scan.failures.isEmpty()) {
         return Failed;
@@ -86,31 +168,131 @@ bool Publishing::reportAbsent(const QByteArrayList &absent)
     return true;
 }
 
-/// Adds the files with their sizes and digests to @p manifest. Returns false, with the errors
-/// shown, when one could not be read.
-bool Publishing::listFiles(const PatchFolderScan &scan, Manifest *manifest)
+/// Finds out where the launcher will store the files @p places: where players have them. Returns
+/// false, with the errors shown, when one differs from that in letter case and this is not to be
+/// fixed.
+bool Publishing::choosePaths(const QByteArrayList &places)
+{
+    QSet<QByteArray> shown;
+    for (const QByteArray &place : places) {
+        files.append({base.spelling(place), place});
+        if (files.constLast().path == place) {
+            continue;
+        }
+        const QByteArrayList own = pathsTo(place);
+        const QByteArrayList theirs = pathsTo(files.constLast().path);
+        for (qsizetype i = 0; i < own.size(); ++i) {
+            if (own.at(i).split('/').constLast() == theirs.at(i).split('/').constLast() ||
+                shown.contains(own.at(i))) {
+                continue;
+            }
+            shown.insert(own.at(i));
+            if (options.fixCase) {
+                console->note(QStringLiteral("%1: published as %2, which players have")
+                                  .arg(quoted(own.at(i)), quoted(theirs.at(i))));
+            } else {
+                console->error(QStringLiteral("%1: differs from %2, which players have, only in "
+                                              "letter case, which Windows ignores; --fix-case "
+                                              "publishes it under that name")
+                                   .arg(quoted(own.at(i)), quoted(theirs.at(i))));
+            }
+        }
+    }
+    std::sort(files.begin(), files.end(),
+              [](const PatchFile &a, const PatchFile &b) { return a.path < b.path; });
+    return options.fixCase || shown.isEmpty();
+}
+
+/// Warns of files that players have and the folder does not.
+void Publishing::reportMissing()
+{
+    QSet<QByteArray> known;
+    for (const PatchFile &file : std::as_const(files)) {
+        known.insert(file.path);
+    }
+    const auto takeMissing = [&](const QByteArrayList &paths, bool alsoExcluded) {
+        QByteArrayList missing;
+        for (const QByteArray &path : paths) {
+            if (!known.contains(path) && !PatchFolder::isPlayersOwn(QString::fromUtf8(path)) &&
+                (alsoExcluded || !isExcluded(path, excludes))) {
+                known.insert(path);
+                missing.append(path);
+            }
+        }
+        return missing;
+    };
+    warnOfMissing(takeMissing(base.releasedPaths(), true),
+                  QStringLiteral("an earlier release listed it, this one does not"),
+                  QStringLiteral("players of that release keep theirs, as the launcher deletes "
+                                 "nothing; to give all players the same, put one into the folder, "
+                                 "such as the base's"));
+    warnOfMissing(takeMissing(base.paths(), false),
+                  QStringLiteral("the base has it, the folder does not"),
+                  QStringLiteral("players keep them, as the launcher deletes nothing; to replace "
+                                 "one, put an empty or harmless file of its name into the folder"));
+}
+
+/// Names the first few of @p paths, says @p what of each, and gives @p advice.
+void Publishing::warnOfMissing(const QByteArrayList &paths, const QString &what,
+                               const QString &advice)
+{
+    for (const QByteArray &path : paths.first(std::min(paths.size(), longestList))) {
+        console->warning(quoted(path) + QLatin1String(": ") + what);
+    }
+    if (!paths.isEmpty()) {
+        console->warning(QStringLiteral("%1 in all: %2").arg(filesText(paths.size()), advice));
+    }
+}
+
+/// Puts the files that players need in the manifest. Returns false, with the errors shown, when one
+/// could not be read.
+bool Publishing::listFiles(qint64 totalSize)
 {
     QByteArrayList places;
-    for (const QByteArray &path : scan.files) {
-        places.append(QFile::encodeName(options.folder) + '/' + path);
+    QByteArrayList paths;
+    for (const PatchFile &file : std::as_const(files)) {
+        places.append(QFile::encodeName(options.folder) + '/' + file.place);
+        paths.append(file.path);
     }
-    const FileAmount all{scan.files.size(), scan.totalSize};
+    const FileAmount all{files.size(), totalSize};
     QList<FileDigest> digests;
+    QSet<QByteArray> equal;
     QStringList errors;
-    const bool isRead = digestFiles(places, &digests, &errors, [&](const FileAmount &done) {
-        console->progress(QStringLiteral("reading"), done, all);
-    });
+    const bool isRead =
+        digestFiles(places, &digests, &errors,
+                    [&](const FileAmount &done) {
+                        console->progress(QStringLiteral("reading"), done, all);
+                    }) &&
+        base.findEqual(paths, digests, &equal, &errors,
+                       [&](const FileAmount &done, const FileAmount &ofBase) {
+                           console->progress(QStringLiteral("reading the base"), done, ofBase);
+                       });
     console->endProgress();
+    showErrors(errors);
+    for (qsizetype i = 0; isRead && i < files.size(); ++i) {
+        const PatchFile &file = files.at(i);
+        const FileDigest &digest = digests.at(i);
+        if (equal.contains(file.path)) {
+            ++leftOut.files;
+            leftOut.bytes += digest.size;
+            continue;
+        }
+        manifest.files.append({textOf(file.path).value_or(QString()),
+                               options.urlPrefix + Manifest::urlOf(file.place), digest.size,
+                               QString::fromLatin1(digest.sha256)});
+        if (digest.size > options.warnSize * mebibyte) {
+            console->warning(QStringLiteral("%1: has %2; the launcher holds a whole file in memory")
+                                 .arg(quoted(file.path), sizeText(digest.size)));
+        }
+    }
+    return isRead;
+}
+
+void Publishing::showErrors(const QStringList &errors)
+{
     for (const QString &error : errors) {
         console->error(error);
     }
-    for (qsizetype i = 0; isRead && i < digests.size(); ++i) {
-        const QByteArray &path = scan.files.at(i);
-        manifest->files.append({textOf(path).value_or(QString()),
-                                options.urlPrefix + Manifest::urlOf(path), digests.at(i).size,
-                                QString::fromLatin1(digests.at(i).sha256)});
-    }
-    return isRead;
 }
 
 bool Publishing::deliver(const QByteArray &json)
@@ -131,11 +313,16 @@ bool Publishing::deliver(const QByteArray &json)
     return true;
 }
 
-void Publishing::summarize(const Manifest &manifest)
+/// Says what was written, and what it costs.
+void Publishing::summarize(qsizetype manifestSize)
 {
     if (manifest.files.isEmpty()) {
         console->warning(QStringLiteral("the manifest lists no file: launchers will take over "
                                         "the version and download nothing"));
+    }
+    if (!options.base.isEmpty() || !options.baseManifest.isEmpty()) {
+        console->note(QStringLiteral("left out, as the base has them: %1, %2")
+                          .arg(filesText(leftOut.files), sizeText(leftOut.bytes)));
     }
     const FileAmount amount = manifest.amount();
     console->note(
@@ -143,4 +330,9 @@ void Publishing::summarize(const Manifest &manifest)
             .arg(options.dryRun ? QStringLiteral("not written:") : QStringLiteral("written:"),
                  quoted(options.manifest), quoted(manifest.version), filesText(amount.files),
                  sizeText(amount.bytes)));
+    const double perStart = double(amount.bytes + manifestSize) / double(mebibyte);
+    console->note(QStringLiteral("each start downloads the manifest and %1, %2 MiB; 1,000 starts "
+                                 "%3 GiB")
+                      .arg(filesText(amount.files), QString::number(perStart, 'f', 2),
+                           QString::number(perStart * 1000 / 1024, 'f', 2)));
 }

@@ -2,7 +2,10 @@
 
 #include <QByteArray>
 #include <QByteArrayList>
+#include <QList>
+#include <QStringList>
 
+#include "zel-manifest/Base.h"
 #include "zel-manifest/CommandLine.h"
 #include "zel-manifest/Manifest.h"
 #include "zel-manifest/PatchFolder.h"
@@ -18,12 +21,29 @@ public:
     ExitCode run();
 
 private:
+    /// A file of the patch.
+    struct PatchFile {
+        QByteArray path;  ///< Where the launcher stores it.
+        QByteArray place; ///< Where it is below the folder.
+    };
+
+    ExitCode readExcludes();
+    bool readBase();
     ExitCode report(const PatchFolderScan &scan);
     bool reportAbsent(const QByteArrayList &absent);
-    bool listFiles(const PatchFolderScan &scan, Manifest *manifest);
+    bool choosePaths(const QByteArrayList &places);
+    void reportMissing();
+    void warnOfMissing(const QByteArrayList &paths, const QString &what, const QString &advice);
+    bool listFiles(qint64 totalSize);
+    void showErrors(const QStringList &errors);
     bool deliver(const QByteArray &json);
-    void summarize(const Manifest &manifest);
+    void summarize(qsizetype manifestSize);
 
     const Options &options;
     Console *const console;
+    QList<ExcludePattern> excludes;
+    Base base;
+    QList<PatchFile> files; // in bytewise order of the paths
+    Manifest manifest;
+    FileAmount leftOut; // because the base has it
 };

@@ -1,5 +1,6 @@
 #include "zel-manifest/Text.h"
 
+#include <QList>
 #include <QStringDecoder>
 
 namespace
@@ -64,6 +65,26 @@ QString quoted(const QString &name)
         appendEscaped(&result, c);
     }
     return result + u'"';
+}
+
+QString withoutCase(const QString &text)
+{
+    QString result;
+    const QList<uint> characters = text.toUcs4();
+    for (const char32_t character : characters) {
+        result += QChar::fromUcs4(QChar::toCaseFolded(character));
+    }
+    return result;
+}
+
+QByteArrayList pathsTo(const QByteArray &path)
+{
+    QByteArrayList paths;
+    for (qsizetype end = path.indexOf('/'); end >= 0; end = path.indexOf('/', end + 1)) {
+        paths.append(path.first(end));
+    }
+    paths.append(path);
+    return paths;
 }
 
 QString sizeText(qint64 bytes)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QString>
 
 #include <optional>
@@ -18,6 +19,12 @@ std::optional<QString> textOf(const QByteArray &bytes);
 /// "\xNN", so that no name sends control codes to the terminal and no two names look the same.
 QString quoted(const QByteArray &name);
 QString quoted(const QString &name);
+
+/// @p text case-folded character by character, as Windows compares names.
+QString withoutCase(const QString &text);
+
+/// The folders that @p path is in, from the outermost, and the path itself: "a/b" gives "a", "a/b".
+QByteArrayList pathsTo(const QByteArray &path);
 
 /// A human-readable size: "17 bytes", "1.5 MiB".
 QString sizeText(qint64 bytes);
