@@ -1,54 +1,5 @@
 #include "PatchTest.h"
-
-#include <QProcess>
-#include <QSslCertificate>
-#include <QSslConfiguration>
-#include <QSslKey>
-#include <QSslSocket>
-#include <QStandardPaths>
-
-namespace
-{
-
-/// A self-signed certificate and its key.
-struct Identity {
-    QSslCertificate certificate;
-    QSslKey key;
-
-    QSslConfiguration forServer() const
-    {
-        QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-        configuration.setLocalCertificate(certificate);
-        configuration.setPrivateKey(key);
-        return configuration;
-    }
-};
-
-/// Creates one with the subject alternative names @p subject, such as "IP:127.0.0.1".
-Identity makeIdentity(const QString &subject)
-{
-    const QTemporaryDir dir;
-    const QString keyPath = dir.filePath(u"key.pem"_s);
-    QProcess openssl;
-    openssl.start(u"openssl"_s, {u"req"_s, u"-x509"_s, u"-newkey"_s, u"rsa:2048"_s, u"-nodes"_s,
-                                 u"-days"_s, u"2"_s, u"-subj"_s, u"/CN=test"_s, u"-addext"_s,
-                                 u"subjectAltName="_s + subject, u"-keyout"_s, keyPath});
-    if (!openssl.waitForFinished() || openssl.exitCode() != 0) {
-        qFatal("openssl makes no certificate: %s", openssl.readAllStandardError().constData());
-    }
-    return {QSslCertificate(openssl.readAllStandardOutput()),
-            QSslKey(Disk::read(keyPath), QSsl::Rsa)};
-}
-
-/// Makes later requests trust @p certificates only.
-void trust(const QList<QSslCertificate> &certificates)
-{
-    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-    configuration.setCaCertificates(certificates);
-    QSslConfiguration::setDefaultConfiguration(configuration);
-}
-
-} // namespace
+#include "support/network/Identity.h"
 
 /// Updates over HTTPS.
 class TestPatchManagerTls : public PatchTest
@@ -76,13 +27,10 @@ private:
 void TestPatchManagerTls::initTestCase()
 {
     PatchTest::initTestCase();
-    if (!QSslSocket::supportsSsl()) {
-        QSKIP("the network library has no TLS here");
+    if (!Identity::obstacle().isEmpty()) {
+        QSKIP(qPrintable(Identity::obstacle()));
     }
-    if (QStandardPaths::findExecutable(u"openssl"_s).isEmpty()) {
-        QSKIP("there is no openssl");
-    }
-    own = makeIdentity(u"IP:127.0.0.1"_s);
+    own = Identity::make(u"IP:127.0.0.1"_s);
 }
 
 void TestPatchManagerTls::init()
@@ -126,7 +74,7 @@ void TestPatchManagerTls::aServerThatIsNotTrustedIsNotUsed()
 {
     QFETCH(const QString, subject);
     QFETCH(const bool, isTrusted);
-    const Identity other = makeIdentity(subject);
+    const Identity other = Identity::make(subject);
     useServer(other);
     trust({isTrusted ? other.certificate : own.certificate});
     QCOMPARE(runToEnd(), manifestFailed(serverError(u"/manifest.json"_s)));
