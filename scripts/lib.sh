@@ -1,6 +1,10 @@
 # shellcheck shell=bash
 # Functions for the scripts. Sourced, from the root of the tree, by scripts with "set -euo pipefail".
 
+# No script ends without saying why.
+set -E
+trap 'printf "%s, line %s: failed: %s\n" "${BASH_SOURCE[0]}" "$LINENO" "$BASH_COMMAND" >&2' ERR
+
 say() { printf '\n== %s\n' "$1"; }
 ok() { printf '   ok: %s\n' "$1"; }
 die() {

@@ -1,67 +1,114 @@
 # shellcheck shell=bash
-# Roots of other distributions, below $ZEL_ROOTS or build/roots; sourced as root, by scripts that have
-# their own mounts. A root is made once: remove its folder to have it made anew, with the packages
-# of that day.
+# Roots of other distributions, below $ZEL_ROOTS or build/roots; sourced as root, after lib.sh, by
+# scripts that have their own mounts. A root is kept, and brought up to date once a day.
+#
+# Packages come from the mirror in this machine's own package sources, Ubuntu's from the folder
+# "ubuntu" beside Debian's. ZEL_DEBIAN_MIRROR and ZEL_UBUNTU_MIRROR name others.
 
 roots=${ZEL_ROOTS:-$PWD/build/roots}
-
-# Ubuntu signs with keys that Debian does not have. This package of theirs brings them.
-ubuntu_keyring=http://archive.ubuntu.com/ubuntu/pool/main/u/ubuntu-keyring/ubuntu-keyring_2023.11.28.1_all.deb
-ubuntu_keyring_sha256=36de43b15853ccae0028e9a767613770c704833f82586f28eb262f0311adb8a8
 
 in_root() { # root, command
     local root=$1
     shift
-    chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 \
-        DEBIAN_FRONTEND=noninteractive "$@"
+    chroot "$root" env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin \
+        LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"
 }
 
 # Unmounts whatever is mounted below a folder, the innermost first.
 unmount_below() {
     awk -v below="$1/" 'index($2, below) == 1 { print $2 }' /proc/self/mounts | tac |
-        xargs --no-run-if-empty -n 1 umount
+        xargs --no-run-if-empty -n 1 umount --lazy
+}
+
+is_ubuntu() { # suite
+    case $1 in bookworm | trixie | sid) return 1 ;; esac
+}
+
+# The mirror of a suite.
+mirror_of() {
+    local sites debian ubuntu
+    # shellcheck disable=SC2016 # apt's fields
+    sites=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 2>/dev/null) || true
+    debian=${ZEL_DEBIAN_MIRROR:-$(grep -m 1 '/debian/$' <<<"$sites" || true)}
+    ubuntu=${ZEL_UBUNTU_MIRROR:-$(grep -m 1 '/ubuntu/$' <<<"$sites" || true)}
+    [[ -n $ubuntu || $debian != */debian/ ]] || ubuntu=${debian%debian/}ubuntu/
+    if is_ubuntu "$1"; then
+        echo "${ubuntu:?no mirror of Ubuntu is known: set ZEL_UBUNTU_MIRROR}"
+    else
+        echo "${debian:?no mirror of Debian is known: set ZEL_DEBIAN_MIRROR}"
+    fi
+}
+
+# Ubuntu signs with keys that Debian 12 does not have; a package of Debian 13 brings them.
+ubuntu_keyring() {
+    local keyring=usr/share/keyrings/ubuntu-archive-keyring.gpg
+    if [[ ! -f $roots/ubuntu/$keyring ]]; then
+        minimal_root trixie >&2
+        in_root "$roots/trixie-minimal" sh -ec 'cd /tmp && apt-get -q download ubuntu-keyring' >&2
+        dpkg-deb -x "$roots"/trixie-minimal/tmp/ubuntu-keyring_*.deb "$roots/ubuntu"
+    fi
+    echo "$roots/ubuntu/$keyring"
+}
+
+# bring_up_to_date ROOT: unless that was done within a day.
+bring_up_to_date() {
+    [[ -z $(find "$1.refreshed" -mmin -1440 2>/dev/null) ]] || return 0
+    mountpoint -q "$1/proc" || mount -t proc proc "$1/proc"
+    in_root "$1" apt-get -q update
+    in_root "$1" apt-get -qy dist-upgrade
+    in_root "$1" apt-get clean
+    umount "$1/proc"
+    touch "$1.refreshed"
+}
+
+# minimal_root SUITE: $roots/SUITE-minimal, what the distribution itself calls minimal.
+minimal_root() {
+    local suite=$1 root=$roots/$1-minimal mirror script
+    local -a signed=()
+    if [[ ! -d $root ]]; then
+        mirror=$(mirror_of "$suite")
+        # One script of debootstrap's serves all suites of Debian, another all of Ubuntu's, also those
+        # that it does not know.
+        script=sid
+        if is_ubuntu "$suite"; then
+            signed=(--keyring "$(ubuntu_keyring)")
+            script=gutsy
+        fi
+        rm -rf --one-file-system "$root.new"
+        mkdir -p "$roots"
+        debootstrap --variant=minbase --merged-usr "${signed[@]}" "$suite" "$root.new" "$mirror" \
+            "/usr/share/debootstrap/scripts/$script"
+        [[ $suite == sid ]] ||
+            echo "deb $mirror $suite-updates main" >>"$root.new/etc/apt/sources.list"
+        # No services; nothing of it has to survive a power cut.
+        echo force-unsafe-io >"$root.new/etc/dpkg/dpkg.cfg.d/zel"
+        printf '#!/bin/sh\nexit 101\n' >"$root.new/usr/sbin/policy-rc.d"
+        chmod +x "$root.new/usr/sbin/policy-rc.d"
+        mv "$root.new" "$root"
+    fi
+    bring_up_to_date "$root"
 }
 
 # make_root NAME SUITE PACKAGE...: the root $roots/NAME of that suite with those packages.
 make_root() {
-    local root=$roots/$1 suite=$2 new=$roots/$1.new mirror=http://deb.debian.org/debian
-    local -a with=(--variant=minbase)
+    local root=$roots/$1 suite=$2 new=$roots/$1.new
     shift 2
-    [[ ! -d $root ]] || return 0
-    unmount_below "$new"
-    rm -rf --one-file-system "$new"
-    mkdir -p "$roots"
-    case $suite in
-    bookworm | trixie)
-        debootstrap "${with[@]}" "$suite" "$new" "$mirror"
-        printf 'deb %s %s-updates main\ndeb %s-security %s-security main\n' \
-            "$mirror" "$suite" "$mirror" "$suite" >>"$new/etc/apt/sources.list"
-        ;;
-    *)
-        mirror=http://archive.ubuntu.com/ubuntu
-        if [[ ! -f $roots/ubuntu/usr/share/keyrings/ubuntu-archive-keyring.gpg ]]; then
-            curl -sSf -o "$roots/ubuntu-keyring.deb" "$ubuntu_keyring"
-            echo "$ubuntu_keyring_sha256  $roots/ubuntu-keyring.deb" | sha256sum --check --quiet
-            dpkg-deb -x "$roots/ubuntu-keyring.deb" "$roots/ubuntu"
-        fi
-        # One script of debootstrap's serves all of Ubuntu's suites, also those it does not know.
-        debootstrap "${with[@]}" --merged-usr --components=main,universe \
-            --keyring "$roots/ubuntu/usr/share/keyrings/ubuntu-archive-keyring.gpg" \
-            "$suite" "$new" "$mirror" /usr/share/debootstrap/scripts/gutsy
-        ;;
-    esac
-    # No recommended packages and no services; nothing of it has to survive a power cut.
-    printf 'APT::Install-Recommends "false";\n' >"$new/etc/apt/apt.conf.d/zel"
-    echo force-unsafe-io >"$new/etc/dpkg/dpkg.cfg.d/zel"
-    printf '#!/bin/sh\nexit 101\n' >"$new/usr/sbin/policy-rc.d"
-    chmod +x "$new/usr/sbin/policy-rc.d"
-    mountpoint -q "$new/proc" || mount -t proc proc "$new/proc"
-    in_root "$new" apt-get -q update
-    in_root "$new" apt-get -qy dist-upgrade
-    in_root "$new" apt-get -qy install "$@"
-    in_root "$new" apt-get clean
-    unmount_below "$new"
-    mv "$new" "$root"
+    if [[ ! -d $root ]]; then
+        minimal_root "$suite"
+        unmount_below "$new"
+        rm -rf --one-file-system "$new"
+        cp -a "$roots/$suite-minimal" "$new"
+        ! is_ubuntu "$suite" || sed -i 's/ main$/ main universe/' "$new/etc/apt/sources.list"
+        printf 'APT::Install-Recommends "false";\n' >"$new/etc/apt/apt.conf.d/zel"
+        mount -t proc proc "$new/proc"
+        in_root "$new" apt-get -q update
+        in_root "$new" apt-get -qy install "$@"
+        in_root "$new" apt-get clean
+        unmount_below "$new"
+        mv "$new" "$root"
+        touch "$root.refreshed"
+    fi
+    bring_up_to_date "$root"
 }
 
 # The root of that suite's name, with what a desktop without Qt has.

@@ -117,10 +117,7 @@ void TestEndToEnd::cleanupTestCase()
     reader.reset();
     web.stop();
     if (QFile::exists(work.filePath(u"prefix"_s))) {
-        const QString server = QStandardPaths::findExecutable(u"wineserver"_s);
-        const QString found = server.isEmpty() ? u"/usr/lib/wine/wineserver64"_s : server;
-        run(found, {u"-k"_s}, wineEnvironment);
-        run(found, {u"-w"_s}, wineEnvironment);
+        run(QStringLiteral(ZEL_END_WINE), {}, wineEnvironment);
     }
 }
 
