@@ -31,7 +31,7 @@ using Clock = std::chrono::steady_clock;
     std::_Exit(isWritten ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
-/// A pixel of @p window on the screen. The window system answers after all earlier drawing.
+/// A pixel of @p window on the screen. The window system replies after all earlier drawing.
 QColor pixelOnScreen(const QWidget &window)
 {
     const QPixmap pixel = QGuiApplication::primaryScreen()->grabWindow(
@@ -51,7 +51,7 @@ public:
         }
         const QWidget *window = static_cast<QWidget *>(watched)->window();
         const bool isDialog = qobject_cast<const QDialog *>(window) != nullptr;
-        // Queued: the window is flushed to the window system after all of it is painted.
+        // Queued: the window is flushed to the window system after its last paint event.
         if (isDialog && wantsDialog) {
             wantsDialog = false;
             QMetaObject::invokeMethod(

@@ -35,7 +35,8 @@ void WatchedProgram::setPicture(const QSize &size) const
 {
     QImage picture(size, QImage::Format_RGB888);
     picture.fill(QColor(pictureColour()));
-    Bench::require(picture.save(picturePath(), "BMP"), QStringLiteral("no picture was made"));
+    Bench::require(picture.save(picturePath(), "BMP"),
+                   QStringLiteral("the picture cannot be written"));
 }
 
 WatchedProgram::Run WatchedProgram::run(const QStringList &command, const QString &until) const
