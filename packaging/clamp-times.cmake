@@ -1,5 +1,5 @@
-# Gives every packaged file the time in SOURCE_DATE_EPOCH, if that is set, so that two builds of
-# the same sources make the same package.
+# Sets the time stamp of every packaged file to SOURCE_DATE_EPOCH, if that is set, so that packages
+# are reproducible.
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
     execute_process(
         COMMAND find ${CPACK_TEMPORARY_DIRECTORY} -exec

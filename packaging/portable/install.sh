@@ -1,5 +1,5 @@
 #!/bin/sh
-# Instala o ZEL Launcher sem direitos de administrador, ou troca o que ja esta instalado.
+# Instala ou atualiza o ZEL Launcher sem direitos de administrador.
 #
 #   ./install.sh                  na pasta pessoal, com entrada no menu
 #   ./install.sh --into PASTA     na pasta do jogo, sem entrada no menu
@@ -36,7 +36,7 @@ while read -r path; do
     [ -f "$here/$path" ] || refuse "Falta $path: descompacte o arquivo inteiro de novo."
 done <"$list"
 
-# ---- where to
+# ---- the target folder
 
 if [ -n "$into" ]; then
     [ -d "$into" ] || refuse "A pasta $into nao existe."
@@ -58,7 +58,7 @@ fi
 [ "$target" != "$here" ] || refuse "Esta e a pasta do proprio arquivo; escolha outra."
 [ -w "$target" ] || refuse "Nao ha permissao para gravar em $target."
 
-programs() { grep -v / "$1"; } # the list of a version
+programs() { grep -v / "$1"; } # in the list of a version
 
 # A file is ours if the list of an installed version names it.
 is_ours() { cat "$target"/zel-launcher.files/*/ARQUIVOS 2>/dev/null | grep -qxF "$1"; }
@@ -90,8 +90,8 @@ runs=true
 rm -f "$target/zel_launcher.novo"
 $runs || refuse "Em $target nao e permitido executar programas; escolha outra pasta."
 
-# ---- the libraries first, in a folder of their version; then the programs, which use that folder;
-# ---- remove earlier versions last: if interrupted, each program still has its libraries
+# ---- first the libraries, in a folder for their version, then the programs, which use that folder;
+# ---- earlier versions are removed last, so that an interruption leaves each program its libraries
 
 put "$list" "$target/zel-launcher.files/$new/ARQUIVOS"
 grep / "$list" | while read -r path; do
@@ -132,7 +132,7 @@ if [ -z "$into" ]; then
     (cd "$share/icons" && find . -type f) | while read -r icon; do
         put "$share/icons/$icon" "$data/icons/$icon"
     done
-    # Quoted for the desktop, whose entries escape a backslash once more.
+    # Desktop entries need a quoted command, and escape its backslashes once more.
     command=$(printf '%s' "$target/zel_launcher" | sed 's/[\\"`$]/\\&/g; s/%/%%/g; s/\\/\\\\/g')
     entry=$target/zel-launcher.files/$menu.novo
     {

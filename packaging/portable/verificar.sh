@@ -7,7 +7,7 @@
 set -u
 
 here=$(dirname "$(readlink -f "$0")")
-# In the archive the script stands beside the folder with the libraries, installed inside it.
+# In the archive, this script is beside zel-launcher.files; in an installation, inside it.
 [ "$(basename "$here")" = zel-launcher.files ] && here=$(dirname "$here")
 
 refuse() {
@@ -41,7 +41,7 @@ complain() {
 
 [ -x /bin/bash ] || complain "Falta o /bin/bash, que inicia o jogo."
 
-# The dynamic linker itself says whether it would find a library.
+# The dynamic linker knows all its search paths.
 linker=/lib64/ld-linux-x86-64.so.2
 [ -x "$linker" ] || refuse "Falta $linker: este sistema nao guarda as bibliotecas no lugar usual."
 while read -r kind name package; do
