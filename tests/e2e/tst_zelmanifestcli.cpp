@@ -130,9 +130,10 @@ void TestZelManifestCli::theManualPageAndTheGuideKnowEveryOption()
     const QSet<QString> options = optionsIn(manifest(u"--help"_s).output);
     QVERIFY(options.size() >= 11);
     QCOMPARE(optionsIn(page), options);
+    const QSet<QString> shown{u"--help"_s, u"--version"_s}; // by themselves
     const QSet<QString> missing =
         options - optionsIn(QString::fromUtf8(Disk::read(sources + u"/docs/operators.md"_s)));
-    QCOMPARE(missing, (QSet<QString>{u"--help"_s, u"--version"_s}));
+    QCOMPARE(missing - shown, QSet<QString>());
 }
 
 void TestZelManifestCli::theManualPageIsCorrect()
