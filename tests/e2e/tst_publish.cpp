@@ -95,6 +95,7 @@ private slots:
     void theLauncherWouldStoreARefusedColonElsewhere();
     void theCheckShowsWhatIsWrong();
     void theCheckShowsProgressOnATerminal();
+    void theSignatureIsCheckedFirst();
     void aBaseUrlWithALonePercentLosesNames();
 
 private:
@@ -325,6 +326,65 @@ void TestPublish::theCheckShowsProgressOnATerminal()
     static const QRegularExpression shown(
         u"\rfetching \\d+ %, .* of .*, \\d+ of 5000 files *\r +\r(zel-manifest: warning: .*\r\n)+zel-manifest: published as .*\r\n$"_s);
     QVERIFY2(shown.match(outcome.output).hasMatch(), qPrintable(outcome.output.right(500)));
+}
+
+void TestPublish::theSignatureIsCheckedFirst()
+{
+    const QString minisign = QStandardPaths::findExecutable(u"minisign"_s);
+    if (minisign.isEmpty()) {
+        QSKIP("minisign is not installed");
+    }
+    const auto makeKey = [&](const QString &name) {
+        const QString file = dir.filePath(name);
+        QCOMPARE(
+            run(minisign, {u"-G"_s, u"-W"_s, u"-p"_s, file, u"-s"_s, file + u".secret"_s}).exitCode,
+            0);
+    };
+    makeKey(u"own"_s);
+    makeKey(u"other"_s);
+    const QString folder = dir.filePath(u"signed"_s);
+    write(place(folder, "a"), "x");
+    QCOMPARE(runManifest({u"-p1"_s, folder}).exitCode, 0);
+    QCOMPARE(run(minisign, {u"-S"_s, u"-s"_s, dir.filePath(u"own.secret"_s), u"-m"_s,
+                            folder + u"/manifest.json"_s})
+                 .exitCode,
+             0);
+    const auto check = [&](const QString &key, const QMap<QString, QString> &variables = {}) {
+        return run(QStringLiteral(ZEL_MANIFEST),
+                   {u"-q"_s, u"-u"_s, nginx.url() + u"signed"_s, u"--key"_s, key}, {}, variables);
+    };
+    const QString own = dir.filePath(u"own"_s);
+    QCOMPARE(check(own).exitCode, 0);
+    const QByteArray keyText = read(own.toStdString()).trimmed().split('\n').constLast();
+    QCOMPARE(check(QString::fromLatin1(keyText)).exitCode, 0);
+
+    const QString wrong = u"zel-manifest: error: \"manifest.json\": is not signed by the key: "_s;
+    Outcome outcome = check(dir.filePath(u"other"_s));
+    QCOMPARE(outcome.exitCode, 4);
+    QVERIFY2(outcome.messages.startsWith(wrong + u"Signature key id in "_s),
+             qPrintable(outcome.messages));
+    outcome = check(u"nonsense"_s);
+    QCOMPARE(outcome.exitCode, 4);
+    QVERIFY2(outcome.messages.startsWith(wrong), qPrintable(outcome.messages));
+    write(place(folder, "manifest.json"), "[]");
+    outcome = check(own);
+    QCOMPARE(outcome.exitCode, 4);
+    QVERIFY2(outcome.messages.startsWith(wrong + u"Signature verification failed\n"_s),
+             qPrintable(outcome.messages));
+    QVERIFY2(!outcome.messages.contains(u"JSON"_s), qPrintable(outcome.messages));
+    fs::remove(place(folder, "manifest.json.minisig"));
+    outcome = check(own);
+    QCOMPARE(outcome.exitCode, 5);
+    QVERIFY2(outcome.messages.startsWith(u"zel-manifest: error: \"manifest.json.minisig\": "_s),
+             qPrintable(outcome.messages));
+    // Only the first two checks have asked for the file.
+    QTRY_COMPARE(nginx.requests().count("GET /signed/manifest.json HTTP/1.1"), 6);
+    QCOMPARE(nginx.requests().count("GET /signed/a HTTP/1.1"), 2);
+
+    outcome = check(own, {{u"PATH"_s, dir.path()}});
+    QCOMPARE(outcome.exitCode, 3);
+    QCOMPARE(outcome.messages, u"zel-manifest: error: --key needs the program minisign, which is "
+                               "not installed\n"_s);
 }
 
 void TestPublish::aBaseUrlWithALonePercentLosesNames()

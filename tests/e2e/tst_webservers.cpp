@@ -247,7 +247,7 @@ QString TestWebServers::check(const QString &baseUrl) const
     PatchCheck check(baseUrl, 30000, [&found](const Finding &finding) {
         found.append(finding.path.isEmpty() ? finding.text.section(u": "_s, 0, 0) : finding.text);
     });
-    if (check.fetchManifest()) {
+    if (check.fetchManifest() && check.readManifest()) {
         check.compareFiles();
     }
     check.reportFaults(Finding::Warning);

@@ -117,6 +117,7 @@ void TestCommandLine::everyOptionIsTaken_data()
     row(u"--base-url=http://host --timeout 1 -q"_s, u"check http://host for 1 s, quiet"_s);
     row(u"-u http://host --timeout 86400"_s, u"check http://host for 86400 s"_s);
     row(u"-u http://host --manifest-name new.json"_s, u"check http://host/new.json for 60 s"_s);
+    row(u"-u http://host --key k.pub"_s, u"check http://host for 60 s, key k.pub"_s);
     row(u"-u http://host --strict"_s, u"check http://host for 60 s, strict"_s);
     // The published manifest is compared with FILE, or with that of the folder.
     row(u"-u http://host patch"_s, u"check http://host for 60 s with patch/manifest.json"_s);
@@ -153,6 +154,7 @@ void TestCommandLine::everyOptionIsTaken()
             options.manifestName == u"manifest.json"_s ? QString() : u'/' + options.manifestName;
         text = u"check %1 for %2 s"_s.arg(options.baseUrl + name).arg(options.timeout);
         text += options.manifest.isEmpty() ? u""_s : u" with "_s + options.manifest;
+        text += options.key.isEmpty() ? u""_s : u", key "_s + options.key;
         text += options.strict ? u", strict"_s : u""_s;
     }
     QCOMPARE(text + (options.quiet ? u", quiet"_s : u""_s), taken);
@@ -209,6 +211,8 @@ void TestCommandLine::wrongUsageHasAReason_data()
         QTest::addRow("\"%s\" as name of the manifest", qPrintable(name))
             << u"-u x --manifest-name="_s + name << u"\"%1\" is no file name"_s.arg(name);
     }
+    row("an empty key", u"-u x --key="_s, u"the key is empty"_s);
+    row("a key for publishing", u"-p 1 --key x patch"_s, u"--key is for --base-url"_s);
     row("a strict publishing", u"-p 1 --strict patch"_s, u"--strict is for --base-url"_s);
     row("a timeout for publishing", u"-p 1 --timeout 5 patch"_s, u"--timeout is for --base-url"_s);
     row("a timeout of 0", u"-u x --timeout 0"_s, timeouts);

@@ -149,6 +149,8 @@ void TestPatchFolder::aFolderIsJudged_data()
     row("manifests of subfolders are files like others",
         {"mods/manifest.json", "manifest.json.old"},
         {"file manifest.json.old", "file mods/manifest.json"});
+    row("the manifest's signature", {"manifest.json.minisig", "mods/manifest.json.minisig"},
+        {"file mods/manifest.json.minisig", "excluded manifest.json.minisig"});
     row("an empty folder", {"logs/old/"},
         {"warning \"logs/old\": the folder is empty; the launcher will not make it"});
     row("nothing", {}, {});

@@ -1,8 +1,7 @@
 #include "zel-manifest/Checking.h"
 
-#include <optional>
-
 #include "zel-manifest/Console.h"
+#include "zel-manifest/Signature.h"
 
 Checking::Checking(const Options &itsOptions, Console *itsConsole)
     : options(itsOptions)
@@ -22,23 +21,52 @@ ExitCode Checking::run()
         }
     }
 
+    if (!options.key.isEmpty() && !Signature::canBeChecked()) {
+        console->error(QStringLiteral("--key needs the program minisign, which is not installed"));
+        return Failed;
+    }
+
     PatchCheck check(options.baseUrl, options.timeout * 1000,
                      [this](const Finding &finding) { show(finding); });
-    const Finding::Kind faultKind = options.strict ? Finding::Error : Finding::Warning;
-    if (!check.fetchManifest(options.manifestName)) {
-        check.reportFaults(faultKind);
-        return Unpublished;
+    const ExitCode code = fetchManifest(&check);
+    if (code == Done) {
+        compare(&check, expected);
     }
-    if (expected) {
-        check.compareManifest(*expected, options.manifest);
+    check.reportFaults(options.strict ? Finding::Error : Finding::Warning);
+    if (code != Done) {
+        return code;
     }
-    check.compareFiles([&](const FileAmount &done) {
-        console->progress(QStringLiteral("fetching"), done, check.manifest().amount());
-    });
-    console->endProgress();
-    check.reportFaults(faultKind);
     summarize(check);
     return check.errorCount() == 0 ? Done : Different;
+}
+
+/// Fetches the manifest, checks its signature and reads it. Returns Done when it can be used.
+ExitCode Checking::fetchManifest(PatchCheck *check)
+{
+    if (!check->fetchManifest(options.manifestName)) {
+        return Unpublished;
+    }
+    if (!options.key.isEmpty()) {
+        QByteArray signature;
+        if (!check->fetchSignature(&signature)) {
+            return Unpublished;
+        }
+        if (!check->checkSignature(signature, options.key)) {
+            return Different;
+        }
+    }
+    return check->readManifest() ? Done : Unpublished;
+}
+
+void Checking::compare(PatchCheck *check, const std::optional<QByteArray> &expected)
+{
+    if (expected) {
+        check->compareManifest(*expected, options.manifest);
+    }
+    check->compareFiles([&](const FileAmount &done) {
+        console->progress(QStringLiteral("fetching"), done, check->manifest().amount());
+    });
+    console->endProgress();
 }
 
 void Checking::show(const Finding &finding)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "zel-manifest/CommandLine.h"
 #include "zel-manifest/PatchCheck.h"
 
@@ -14,6 +16,8 @@ public:
     ExitCode run();
 
 private:
+    ExitCode fetchManifest(PatchCheck *check);
+    void compare(PatchCheck *check, const std::optional<QByteArray> &expected);
     void show(const Finding &finding);
     void summarize(const PatchCheck &check);
 

@@ -40,9 +40,9 @@ Exit codes:
   1  refused: FOLDER holds something that cannot be published
   2  wrong usage
   3  something could not be read or written
-  4  with --base-url: a published file or manifest is not what it should be, or
-     with --strict an answer has a fault
-  5  with --base-url: no manifest could be fetched
+  4  with --base-url: a published file, the manifest or its signature is wrong,
+     or with --strict an answer has a fault
+  5  with --base-url: no manifest could be fetched, or with --key no signature
 With any code but 0 an older manifest is left unchanged.
 )";
 
@@ -51,9 +51,11 @@ With any code but 0 an older manifest is left unchanged.
 CommandLine::CommandLine()
 {
     parser.setApplicationDescription(QString::fromLatin1(description));
-    parser.addOptions({patchVersion, exclude, excludeFrom, base, baseManifest, since, fixCase,
-                       warnSize, output, urlPrefix, allowEmptyVersion, dryRun, baseUrl,
-                       manifestName, strict, timeout, quiet, help, programVersion});
+    parser.addOptions(
+        {patchVersion, exclude,       excludeFrom, base,      baseManifest,      since,
+         fixCase,      warnSize,      output,      urlPrefix, allowEmptyVersion, dryRun,
+         baseUrl,      manifestName,  key,         strict,    timeout,           quiet,
+         help,         programVersion});
     parser.addPositionalArgument(QStringLiteral("FOLDER"),
                                  QStringLiteral("The folder with the files of the patch."),
                                  QStringLiteral("FOLDER"));
@@ -97,7 +99,7 @@ void CommandLine::readPublishing(Options *options, QString *error) const
         *error = QStringLiteral("which folder?");
         return;
     }
-    for (const QCommandLineOption &option : {manifestName, strict, timeout}) {
+    for (const QCommandLineOption &option : {manifestName, key, strict, timeout}) {
         if (parser.isSet(option)) {
             *error = QStringLiteral("--%1 is for --base-url").arg(option.names().constFirst());
             return;
@@ -186,6 +188,11 @@ void CommandLine::readChecking(Options *options, QString *error) const
     options->task = Options::Check;
     options->baseUrl = parser.value(baseUrl);
     options->strict = parser.isSet(strict);
+    options->key = parser.value(key);
+    if (parser.isSet(key) && options->key.isEmpty()) {
+        *error = QStringLiteral("the key is empty");
+        return;
+    }
     if (options->baseUrl.trimmed().isEmpty()) {
         *error = QStringLiteral("the base URL is empty; launchers then look for no updates");
         return;

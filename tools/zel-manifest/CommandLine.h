@@ -47,6 +47,7 @@ struct Options {
 
     // For Check.
     QString baseUrl;
+    QString key; ///< Of the manifest's signature; empty without a check of it.
     QString manifestName = QStringLiteral("manifest.json");
     int timeout = 60;    ///< Seconds.
     bool strict = false; ///< Faulty answers are errors.
@@ -142,6 +143,12 @@ private:
                        "launcher asks for (default: %1).")
             .arg(Options().manifestName),
         QStringLiteral("NAME")};
+    const QCommandLineOption key{
+        QStringLiteral("key"),
+        QStringLiteral("With --base-url: check first, with the program minisign, that the manifest "
+                       "is signed by KEY, which is a public key or a file with one. The signature "
+                       "is beside the manifest, with \".minisig\" at the end of its name."),
+        QStringLiteral("KEY")};
     const QCommandLineOption strict{
         QStringLiteral("strict"),
         QStringLiteral("With --base-url: let the check fail, with exit code 4, for what it else "

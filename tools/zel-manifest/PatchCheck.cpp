@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "zel-manifest/Signature.h"
+
 namespace
 {
 
@@ -62,8 +64,35 @@ bool PatchCheck::fetchManifest(const QString &name)
     if (patch.answer().url == patch.answer().asked && patch.answer().isCacheable()) {
         note(AnswerFault::Cacheable, manifestName);
     }
+    isWebPage = patch.answer().isWebPage();
+    return true;
+}
+
+bool PatchCheck::fetchSignature(QByteArray *signature)
+{
+    const QString name = manifestName + QStringLiteral(".minisig");
+    QString error;
+    if (!patch.fetchWhole(Manifest::urlOf(name.toUtf8()), signature, &error)) {
+        fail(name, error);
+        return false;
+    }
+    return true;
+}
+
+bool PatchCheck::checkSignature(const QByteArray &signature, const QString &key)
+{
+    QString error;
+    if (!Signature::check(signature, json, key, &error)) {
+        fail(manifestName, QStringLiteral("is not signed by the key: ") + error);
+        return false;
+    }
+    return true;
+}
+
+bool PatchCheck::readManifest()
+{
     if (!Manifest::fromJson(json, &published)) {
-        if (patch.answer().isWebPage()) {
+        if (isWebPage) {
             note(AnswerFault::WebPage, manifestName);
         }
         fail(manifestName, QStringLiteral("is not a JSON object"));

@@ -33,8 +33,17 @@ public:
     PatchCheck(const QString &baseUrl, int timeout, Report findingReport);
 
     /// Checks the base URL and fetches the manifest, which is published as @p name. Returns false,
-    /// with the reason reported, when launchers could not use the manifest.
+    /// with the reason reported, when launchers could not fetch it.
     bool fetchManifest(const QString &name = QStringLiteral("manifest.json"));
+    /// Fetches the signature of the manifest, which is beside it. Returns false, with the reason
+    /// reported, when that failed.
+    bool fetchSignature(QByteArray *signature);
+    /// Returns false, with the reason reported, unless @p signature is one of the manifest by the
+    /// key @p key (see Signature).
+    bool checkSignature(const QByteArray &signature, const QString &key);
+    /// Reads the manifest. Returns false, with the reason reported, when launchers could not use
+    /// it.
+    bool readManifest();
     const Manifest &manifest() const { return published; }
 
     /// Reports an error unless the manifest is byte for byte @p expected, the content of the file
@@ -69,6 +78,7 @@ private:
     PublishedPatch patch;
     QString manifestName;
     QByteArray json;
+    bool isWebPage = false; // the manifest
     Manifest published;
     QMap<AnswerFault, Faulty> faulty;
     qsizetype answers = 0;

@@ -28,6 +28,7 @@ constexpr qsizetype longestFileName = 255 - 7;
 constexpr qsizetype longestWindowsPath = 256;
 
 constexpr const char *manifestName = "manifest.json";
+constexpr const char *signatureName = "manifest.json.minisig";
 
 QByteArray toBytes(const fs::path &path)
 {
@@ -129,7 +130,8 @@ private:
         }
         const bool isFolder = S_ISDIR(status.st_mode);
         const bool isFile = S_ISREG(status.st_mode);
-        if (isExcluded(textOf(path).value_or(QString::fromUtf8(path)), isFolder)) {
+        if (isExcluded(textOf(path).value_or(QString::fromUtf8(path)), isFolder) ||
+            (path == signatureName && isFile)) {
             result.excluded.append(path);
             return;
         }
