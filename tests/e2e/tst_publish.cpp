@@ -91,6 +91,8 @@ private slots:
     void cleanupTestCase();
     void launchersGetThePatchAndTheCheckAsksForTheSame();
     void launchersGetAPatchBelowAUrlPrefix();
+    void playersOfEveryReleaseGetTheSame();
+    void aPathInOtherLettersIsStoredWherePlayersHaveIt();
     void theLauncherCouldNotReplaceAFileWithARefusedLongName();
     void theLauncherWouldStoreARefusedColonElsewhere();
     void theCheckShowsWhatIsWrong();
@@ -246,6 +248,63 @@ void TestPublish::launchersGetAPatchBelowAUrlPrefix()
     for (const QByteArray &file : files) {
         QCOMPARE(read(place(client, file)), file);
     }
+}
+
+void TestPublish::playersOfEveryReleaseGetTheSame()
+{
+    const QString store = dir.filePath(u"many"_s);
+    const auto at = [&store](const QString &name) { return store + u'/' + name; };
+    const auto publish = [&](const QString &release, const QStringList &since) {
+        QStringList arguments{u"-q"_s,       u"-p"_s + release,      u"--base"_s,
+                              at(u"base"_s), u"--url-prefix"_s,      release,
+                              u"-o"_s,       at(u"manifest.json"_s), at(release)};
+        for (const QString &earlier : since) {
+            arguments += {u"--since"_s, at(earlier + u".json"_s)};
+        }
+        const Outcome outcome = runManifest(arguments);
+        QVERIFY2(outcome.exitCode == 0 && outcome.messages.isEmpty(), qPrintable(outcome.messages));
+        fs::copy_file(place(store, "manifest.json"), place(store, (release + u".json"_s).toUtf8()));
+    };
+    const auto copy = [&](const QString &from, const QString &to) {
+        fs::copy(at(from).toStdString(), at(to).toStdString(), fs::copy_options::recursive);
+    };
+    write(place(store, "base/changes back"), "1");
+    write(place(store, "base/changes"), "1");
+    write(place(store, "base/d/stays"), "1");
+    copy(u"base"_s, u"1.1"_s);
+    write(place(store, "1.1/changes back"), "2");
+    write(place(store, "1.1/d/new"), "1");
+    copy(u"1.1"_s, u"1.2"_s);
+    write(place(store, "1.2/changes back"), "1");
+    write(place(store, "1.2/changes"), "2");
+
+    for (const QString &player : {u"met all"_s, u"met the second"_s}) {
+        copy(u"base"_s, player);
+    }
+    publish(u"1.1"_s, {});
+    QCOMPARE(update(at(u"met all"_s), u"many"_s), u"Atualizacao concluida."_s);
+    publish(u"1.2"_s, {u"1.1"_s});
+    const qsizetype before = nginx.requests().size();
+    for (const QString &player : {u"met all"_s, u"met the second"_s}) {
+        QCOMPARE(update(at(player), u"many"_s), u"Atualizacao concluida."_s);
+        QCOMPARE(Disk::files(at(player)), Disk::files(at(u"1.2"_s)));
+    }
+    // The manifest and three files for each: nobody asks for what the base has.
+    QTRY_COMPARE(nginx.requests().size(), before + 8);
+}
+
+void TestPublish::aPathInOtherLettersIsStoredWherePlayersHaveIt()
+{
+    const QString store = dir.filePath(u"letters"_s);
+    write(place(store, "client/Data/Map.pak"), "1");
+    write(place(store, "patch/data/map.pak"), "2");
+    const Outcome outcome = runManifest({u"-p1"_s, u"--base"_s, store + u"/client"_s,
+                                         u"--fix-case"_s, u"--url-prefix=patch"_s, u"-o"_s,
+                                         store + u"/manifest.json"_s, store + u"/patch"_s});
+    QVERIFY2(outcome.exitCode == 0, qPrintable(outcome.messages));
+    QCOMPARE(update(store + u"/client"_s, u"letters"_s), u"Atualizacao concluida."_s);
+    QCOMPARE(Disk::files(store + u"/client"_s),
+             (QMap<QString, QByteArray>{{u"Data/Map.pak"_s, "2"}}));
 }
 
 void TestPublish::theLauncherCouldNotReplaceAFileWithARefusedLongName()

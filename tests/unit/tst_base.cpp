@@ -37,7 +37,8 @@ private:
     QString writeManifest(const QString &name, const QMap<QByteArray, QByteArray> &files) const;
 };
 
-/// Writes a manifest that lists @p files, contents by path.
+/// Writes a manifest that lists @p files, contents by path, with digests in upper case, as another
+/// program may write them.
 QString TestPatchBase::writeManifest(const QString &name,
                                      const QMap<QByteArray, QByteArray> &files) const
 {
@@ -45,7 +46,7 @@ QString TestPatchBase::writeManifest(const QString &name,
     for (auto it = files.begin(); it != files.end(); ++it) {
         const FileDigest digest = digestOf(it.value());
         manifest.files.append({QString::fromUtf8(it.key()), u"unused"_s, digest.size,
-                               QString::fromLatin1(digest.sha256)});
+                               QString::fromLatin1(digest.sha256).toUpper()});
     }
     Disk::write(at(name), manifest.toJson());
     return at(name);
