@@ -70,6 +70,7 @@ private slots:
     void aPathInOtherLettersIsRefusedOrFixed();
     void ofManyMissingFilesTheFirstAreNamed();
     void patternsAreReadFromFiles();
+    void theManifestIsDownloadedToo();
     void aLargeFileIsWarnedOf();
 
 private:
@@ -367,10 +368,14 @@ void TestZelManifestCli::onlyWhatPlayersNeedIsListed_data()
                         const QStringList &messages) {
         QTest::newRow(name) << arguments << messages << listed;
     };
-    const QString release = u"warning: \"1.1\": an earlier release listed it, this one does not"_s;
-    const QString releaseAdvice =
-        u"warning: 1 file in all: players of that release keep theirs, as the launcher deletes "
-        "nothing; to give all players the same, put one into the folder, such as the base's"_s;
+    const auto unlisted = [](const QString &path) {
+        return u"warning: \"%1\": an earlier release listed it, this one does not"_s.arg(path);
+    };
+    const QString keptFromReleases =
+        u" in all: players of that release keep theirs, as the launcher deletes nothing; to give "
+        "all players the same, put one into the folder, such as the base's"_s;
+    const QStringList ofReleases{unlisted(u"1.1"_s), unlisted(u"gone"_s),
+                                 u"warning: 2 files"_s + keptFromReleases};
     const QString gone = u"warning: \"gone\": the base has it, the folder does not"_s;
     const QString goneAdvice =
         u"warning: 1 file in all: players keep them, as the launcher deletes nothing; to replace "
@@ -383,17 +388,16 @@ void TestZelManifestCli::onlyWhatPlayersNeedIsListed_data()
     row("a manifest as base", u"--base-manifest client.json new"_s, needed, leftOut);
     row("releases since then", u"--base client --since 1.1.json --since 1.2.json new"_s,
         {u"changed"_s, u"d/new"_s, u"same"_s},
-        {release, releaseAdvice, gone, goneAdvice,
-         u"left out, as the base has them: 1 file, 1 byte"_s});
+        ofReleases + QStringList{u"left out, as the base has them: 1 file, 1 byte"_s});
     row("releases alone", u"--since 1.1.json new"_s,
-        {u"changed"_s, u"d/new"_s, u"d/same"_s, u"same"_s}, {release, releaseAdvice});
+        {u"changed"_s, u"d/new"_s, u"d/same"_s, u"same"_s}, ofReleases);
     row("what is excluded is not missing", u"--base client -x gon? -x d/ new"_s, {u"changed"_s},
         {u"\"d\": excluded"_s, u"warning: the pattern \"gon?\" excludes nothing"_s,
          u"left out, as the base has them: 1 file, 1 byte"_s});
     row("but a release's file is, excluded or not", u"--since 1.2.json -x same new"_s,
         {u"changed"_s, u"d/new"_s},
-        {u"\"d/same\": excluded"_s, u"\"same\": excluded"_s,
-         u"warning: \"same\": an earlier release listed it, this one does not"_s, releaseAdvice});
+        {u"\"d/same\": excluded"_s, u"\"same\": excluded"_s, unlisted(u"same"_s),
+         u"warning: 1 file"_s + keptFromReleases});
 }
 
 void TestZelManifestCli::onlyWhatPlayersNeedIsListed()
@@ -412,6 +416,7 @@ void TestZelManifestCli::onlyWhatPlayersNeedIsListed()
                                         {u"new/d/new"_s, "1"},
                                         {u"1.1/1.1"_s, "1"},
                                         {u"1.1/changed"_s, "3"},
+                                        {u"1.1/gone"_s, "2"},
                                         {u"1.2/same"_s, "2"}}) {
         Disk::write(at(name), content);
     }
@@ -467,11 +472,14 @@ void TestZelManifestCli::aPathInOtherLettersIsRefusedOrFixed()
     outcome = manifest(u"-p3 -n --base client --since out.json --fix-case new"_s);
     QVERIFY2(!outcome.messages.contains(u"warning"_s), qPrintable(outcome.messages));
 
+    // Everything that is wrong is said at once; two paths of the patch cannot be fixed.
     Disk::write(at(u"new/data/map/B"_s), "2");
+    const QString twin = u"error: \"data/map\": differs from \"data/MAP\" only in letter case, "
+                         "which Windows ignores"_s;
+    const QStringList lines = linesOf(manifest(u"-q -p2 -o none.json --base client new"_s));
+    QCOMPARE(lines.first(2), QStringList({twin, refused.arg(u"X"_s, u"x"_s)}));
     outcome = manifest(u"-q -p2 -o none.json --base client --fix-case new"_s);
-    QCOMPARE(linesOf(outcome),
-             QStringList{u"error: \"data/map\": differs from \"data/MAP\" only in letter case, "
-                         "which Windows ignores"_s});
+    QCOMPARE(linesOf(outcome), QStringList{twin});
     QCOMPARE(outcome.exitCode, 1);
     QVERIFY(!QFile::exists(at(u"none.json"_s)));
 }
@@ -498,6 +506,20 @@ void TestZelManifestCli::patternsAreReadFromFiles()
     QCOMPARE(manifest(u"-q -p1 -o o.json --exclude-from 1 --exclude-from 2 -x d new"_s).exitCode,
              0);
     QCOMPARE(listedIn(u"o.json"_s, u"path"_s), QStringList{u"e"_s});
+}
+
+void TestZelManifestCli::theManifestIsDownloadedToo()
+{
+    for (int i = 0; i < 100; ++i) {
+        Disk::write(at(u"new/"_s + QString::number(i).rightJustified(200, u'0')), {});
+    }
+    const QString last = linesOf(manifest(u"-p1 new"_s)).constLast();
+    const double bytes = double(QFileInfo(at(u"new/manifest.json"_s)).size());
+    QVERIFY(bytes > 50000);
+    QCOMPARE(last,
+             u"each start downloads the manifest and 100 files, %1 MiB; 1,000 starts %2 GiB"_s.arg(
+                 QString::number(bytes / 1024 / 1024, 'f', 2),
+                 QString::number(1000 * bytes / 1024 / 1024 / 1024, 'f', 2)));
 }
 
 void TestZelManifestCli::aLargeFileIsWarnedOf()

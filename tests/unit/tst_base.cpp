@@ -62,8 +62,11 @@ void TestPatchBase::whatTheBaseHasIsEqual_data()
 void TestPatchBase::whatTheBaseHasIsEqual()
 {
     QFETCH(const bool, fromManifest);
-    const QMap<QByteArray, QByteArray> client{
-        {"d/same", "12345"}, {"d/longer", "12345"}, {"d/other", "12345"}, {"empty", ""}};
+    const QMap<QByteArray, QByteArray> client{{"d/same", "12345"},
+                                              {"d/longer", "12345"},
+                                              {"d/other", "12345"},
+                                              {"empty", ""},
+                                              {"size", "12345"}};
     Base base;
     QString error;
     if (fromManifest) {
@@ -76,9 +79,14 @@ void TestPatchBase::whatTheBaseHasIsEqual()
     }
     QSet<QByteArray> equal;
     QStringList errors;
-    QVERIFY(base.findEqual({"d/longer", "d/other", "d/same", "empty", "new", "same"},
-                           {digestOf("123456"), digestOf("54321"), digestOf("12345"), digestOf(""),
-                            digestOf("12345"), digestOf("12345")},
+    QVERIFY(base.findEqual({"d/longer", "d/other", "d/same", "empty", "new", "same", "size"},
+                           {digestOf("123456"),
+                            digestOf("54321"),
+                            digestOf("12345"),
+                            digestOf(""),
+                            digestOf("12345"),
+                            digestOf("12345"),
+                            {4, digestOf("12345").sha256}},
                            &equal, &errors));
     QCOMPARE(equal, (QSet<QByteArray>{"d/same", "empty"}));
     QCOMPARE(errors, QStringList());
