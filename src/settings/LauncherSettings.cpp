@@ -9,7 +9,7 @@
 #include "client/Files.h"
 #include "client/ServerList.h"
 #include "client/SnBin.h"
-#include "settings/SettingsStore.h"
+#include "settings/SettingsFile.h"
 
 namespace
 {
@@ -29,17 +29,6 @@ constexpr QStringView serverChannelCount = u"server/channelCount";
 constexpr QStringView linksWebsite = u"links/website";
 constexpr QStringView linksNews = u"links/news";
 } // namespace Key
-
-/// The launcher's settings file, open for the lifetime of the object.
-class SettingsFile : public SettingsStore
-{
-public:
-    SettingsFile()
-        : SettingsStore(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Orvandale"),
-                        QStringLiteral("zel_launcher"))
-    {
-    }
-};
 
 QString absolutePath(const QString &path)
 {

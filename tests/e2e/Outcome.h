@@ -2,6 +2,8 @@
 
 #include <QMap>
 #include <QProcess>
+#include <QRegularExpression>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -28,4 +30,15 @@ inline Outcome run(const QString &program, const QStringList &arguments, const Q
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
             QString::fromUtf8(process.readAllStandardOutput()),
             QString::fromUtf8(process.readAllStandardError())};
+}
+
+/// The long options that @p text names.
+inline QSet<QString> optionsIn(const QString &text)
+{
+    static const QRegularExpression option(QStringLiteral("--[a-z-]+"));
+    QSet<QString> options;
+    for (auto it = option.globalMatch(text); it.hasNext();) {
+        options.insert(it.next().captured());
+    }
+    return options;
 }

@@ -5,7 +5,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
-#include <QSet>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -16,16 +15,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-QSet<QString> optionsIn(const QString &text)
-{
-    static const QRegularExpression option(u"--[a-z-]+"_s);
-    QSet<QString> options;
-    for (auto it = option.globalMatch(text); it.hasNext();) {
-        options.insert(it.next().captured());
-    }
-    return options;
-}
 
 /// The messages without the program's name.
 QStringList linesOf(const Outcome &outcome)

@@ -31,7 +31,7 @@ protected:
     /// The report's lines, with all names in clear.
     static QString lines(const Results &results)
     {
-        Report report({});
+        Report report;
         QString text;
         for (const Result &result : results) {
             text += report.add(result);

@@ -1,5 +1,7 @@
 #include <QElapsedTimer>
 
+#include <sys/stat.h>
+
 #include "support/Timeouts.h"
 #include "support/files/Disk.h"
 #include "zel-doctor/CheckProcess.h"
@@ -15,8 +17,11 @@ private slots:
     void standardErrorIsDropped();
     void standardInputIsEmpty();
     void aProgramThatIsMissingHasNoOutput();
+    void aChildHasNoTerminal();
     void aChildThatHangsIsGivenUp();
-    void whatAChildThatHangsHasStartedEnds();
+    void aChildThatPrintsForEverIsGivenUp();
+    void whatAChildHasStartedEnds_data();
+    void whatAChildHasStartedEnds();
     void theTableOfChecksIsConsistent();
 };
 
@@ -56,6 +61,14 @@ void TestCheckProcess::aProgramThatIsMissingHasNoOutput()
     QCOMPARE(outcome.output, ""_ba);
 }
 
+void TestCheckProcess::aChildHasNoTerminal()
+{
+    // The number of its session is its own.
+    const QByteArrayList numbers =
+        shell("echo $$; cut -d ' ' -f 6 /proc/$$/stat").output.split('\n');
+    QCOMPARE(numbers.value(0), numbers.value(1));
+}
+
 void TestCheckProcess::aChildThatHangsIsGivenUp()
 {
     QElapsedTimer timer;
@@ -65,12 +78,29 @@ void TestCheckProcess::aChildThatHangsIsGivenUp()
     QVERIFY(timer.elapsed() >= 300);
 }
 
-void TestCheckProcess::whatAChildThatHangsHasStartedEnds()
+void TestCheckProcess::aChildThatPrintsForEverIsGivenUp()
 {
+    QVERIFY(!shell("while :; do echo; done", 300).isInTime);
+}
+
+void TestCheckProcess::whatAChildHasStartedEnds_data()
+{
+    QTest::addColumn<bool>("hangs");
+    QTest::newRow("it hangs") << true;
+    QTest::newRow("it ends") << false;
+}
+
+void TestCheckProcess::whatAChildHasStartedEnds()
+{
+    QFETCH(const bool, hangs);
     const QByteArray file = at(u"pid"_s).toUtf8();
-    const QByteArray fifo = at(u"fifo"_s).toUtf8();
-    // The limit is long enough for the shell to write both files.
-    shell("mkfifo '" + fifo + "'; sleep 1000 & echo $! >'" + file + "'; cat '" + fifo + "'", 3000);
+    const QByteArray wait = hangs ? "exec cat '" + at(u"fifo"_s).toUtf8() + "'"_ba : "exit"_ba;
+    QCOMPARE(::mkfifo(qPrintable(at(u"fifo"_s)), 0600), 0);
+    // The limit is long enough for the shell to write the file.
+    const CheckProcess::Outcome outcome =
+        shell("sleep 1000 >/dev/null & echo $! >'" + file + "'; " + wait,
+              hangs ? 3000 : Timeouts::programMs);
+    QCOMPARE(outcome.isInTime, !hangs);
     const int pid = Disk::read(at(u"pid"_s)).trimmed().toInt();
     QVERIFY(pid > 0);
     const auto isGone = [pid] {

@@ -40,6 +40,7 @@ private slots:
     void serverTxtIsJudged();
     void loginIniIsJudged_data();
     void loginIniIsJudged();
+    void whatTheLauncherWritesIsGood();
     void nothingIsWritten();
 
 private:
@@ -98,7 +99,7 @@ void TestClientChecks::theSettingsFileHasAnotherFormat()
 {
     Disk::write(TestEnvironment::settingsFile(), "[client\nno key\n");
     QCOMPARE(lines(ClientChecks::settingsFile()),
-             u"erro  configuracoes: %1 nao tem o formato de configuracoes. Apague o arquivo e "
+             u"erro  configuracoes: %1 nao esta no formato esperado. Apague o arquivo e "
              "configure o launcher de novo.\n"_s.arg(TestEnvironment::settingsFile()));
 }
 
@@ -131,8 +132,12 @@ void TestClientChecks::noClientFolderIsChosen()
 {
     set(u"client/dir"_s, QString());
     QCOMPARE(lines(ClientChecks::folder()),
-             u"aviso pasta do cliente: nenhuma foi escolhida; vale a pasta do proprio programa: "
-             "%1. Escolha a pasta do jogo em Configuracao.\n"_s.arg(
+             u"erro  pasta do cliente: nenhuma foi escolhida. Escolha a pasta do jogo em "
+             "Configuracao.\n"_s);
+    // A launcher that is installed in the client folder needs no choice.
+    set(u"client/exe"_s, QFileInfo(QCoreApplication::applicationFilePath()).fileName());
+    QCOMPARE(lines(ClientChecks::folder()),
+             u"ok    pasta do cliente: %1 pode ser lida e gravada.\n"_s.arg(
                  QCoreApplication::applicationDirPath()));
 }
 
@@ -168,16 +173,15 @@ void TestClientChecks::theExecutableIsFoundByARule()
 {
     Disk::write(client(u"ZELmarind.exe"_s), program64());
     QCOMPARE(lines(ClientChecks::executable()),
-             u"aviso executavel: %1, 64 bits (em lugar de ZEL.exe, que nao existe). Escolha o "
+             u"aviso executavel: %1, 64 bits (no lugar de ZEL.exe, que nao existe). Escolha o "
              "executavel do jogo em Configuracao.\n"_s.arg(client(u"ZELmarind.exe"_s)));
     Disk::write(client(u"ZEL.exe"_s), program32());
     QCOMPARE(lines(ClientChecks::executable()),
              u"ok    executavel: %1, 32 bits (na pasta do cliente).\n"_s.arg(client(u"ZEL.exe"_s)));
     Disk::write(at(u"other.exe"_s), program64());
     set(u"client/exe"_s, at(u"other.exe"_s));
-    QCOMPARE(
-        lines(ClientChecks::executable()),
-        u"ok    executavel: %1, 64 bits (pelo caminho escolhido).\n"_s.arg(at(u"other.exe"_s)));
+    QCOMPARE(lines(ClientChecks::executable()),
+             u"ok    executavel: %1, 64 bits (o caminho escolhido).\n"_s.arg(at(u"other.exe"_s)));
 }
 
 void TestClientChecks::theExecutableIsMissing()
@@ -208,8 +212,8 @@ void TestClientChecks::withoutWineTheExecutableMustRunOnLinux()
     set(u"client/useWine"_s, false);
     Disk::write(client(u"ZEL.exe"_s), program32());
     QCOMPARE(lines(ClientChecks::executable()),
-             u"erro  executavel: o Wine esta desligado e o Linux nao pode executar %1. Marque Usar "
-             "Wine no Linux em Configuracao.\n"_s.arg(client(u"ZEL.exe"_s)));
+             u"erro  executavel: o Wine esta desligado e o Linux nao pode executar %1. Marque "
+             "\"Usar Wine no Linux\" em Configuracao.\n"_s.arg(client(u"ZEL.exe"_s)));
     Disk::writeExecutable(client(u"ZEL.exe"_s), "#!/bin/sh\n");
     QCOMPARE(lines(ClientChecks::executable()),
              u"ok    executavel: %1 (na pasta do cliente).\n"_s.arg(client(u"ZEL.exe"_s)));
@@ -218,39 +222,39 @@ void TestClientChecks::withoutWineTheExecutableMustRunOnLinux()
 void TestClientChecks::namesDifferInLetterCaseAlone()
 {
     Disk::write(client(u"Data/a"_s), "");
-    QCOMPARE(lines(ClientChecks::names()), u"ok    nomes de arquivos: nenhum difere de outro so em "
-                                           "maiusculas e minusculas.\n"_s);
+    QCOMPARE(lines(ClientChecks::names()), u"ok    nomes de arquivos: nenhum difere de outro so "
+                                           "em maiusculas e minusculas.\n"_s);
     Disk::write(client(u"data/b"_s), "");
     const QString remedy = u"Para o Windows sao o mesmo arquivo: apague os que sobram.\n"_s;
     QCOMPARE(
         lines(ClientChecks::names()),
-        u"aviso nomes de arquivos: um difere de outro so em maiusculas e minusculas, a comecar "
-        "por \"data\". "_s +
+        u"aviso nomes de arquivos: 1 nome(s) so diferem de outro em maiusculas e minusculas; o "
+        "primeiro: \"data\". "_s +
             remedy);
     Disk::write(client(u"data/B"_s), "");
     QCOMPARE(
         lines(ClientChecks::names()),
-        u"aviso nomes de arquivos: um difere de outro so em maiusculas e minusculas, a comecar "
-        "por \"data\". "_s +
+        u"aviso nomes de arquivos: 1 nome(s) so diferem de outro em maiusculas e minusculas; o "
+        "primeiro: \"data\". "_s +
             remedy);
     Disk::write(client(u"X"_s), "");
     Disk::write(client(u"x"_s), "");
     QCOMPARE(
         lines(ClientChecks::names()),
-        u"aviso nomes de arquivos: 2 diferem de outro so em maiusculas e minusculas, a comecar "
-        "por \"data\". "_s +
+        u"aviso nomes de arquivos: 2 nome(s) so diferem de outro em maiusculas e minusculas; o "
+        "primeiro: \"data\". "_s +
             remedy);
 }
 
 void TestClientChecks::clientFilesMayBeMissing()
 {
-    const QString atStart = u": ainda nao existe; o launcher o grava ao iniciar o jogo.\n"_s;
+    const QString atStart = u": ainda nao existe; o launcher o cria ao iniciar o jogo.\n"_s;
     QCOMPARE(lines(ClientChecks::serverList()), u"ok    serverlist.txt"_s + atStart);
     QCOMPARE(lines(ClientChecks::snBin()), u"ok    sn.bin"_s + atStart);
     QCOMPARE(lines(ClientChecks::serverTxt()), u"ok    server.txt"_s + atStart);
     QCOMPARE(lines(ClientChecks::configBin()),
-             u"ok    Config.bin: ainda nao existe; OK em Configuracao o grava com os valores "
-             "iniciais.\n"_s);
+             u"ok    Config.bin: ainda nao existe; o launcher o cria quando voce clica em OK em "
+             "Configuracao.\n"_s);
     QCOMPARE(lines(ClientChecks::loginIni()),
              u"ok    zel_login.ini: nao existe; nem todo cliente precisa dele.\n"_s);
 }
@@ -316,10 +320,10 @@ void TestClientChecks::configBinHoldsWhatTheLauncherWouldCorrect()
 void TestClientChecks::serverListIsJudged()
 {
     const QString path = client(u"serverlist.txt"_s);
-    const QString start = u"Clique em Iniciar: o launcher o grava de novo.\n"_s;
+    const QString start = u"Clique em Iniciar: o launcher grava o arquivo de novo.\n"_s;
     Disk::write(path, "# nothing\n");
     QCOMPARE(lines(ClientChecks::serverList()),
-             u"aviso serverlist.txt: nao nomeia nenhum servidor. "_s + start);
+             u"aviso serverlist.txt: nao indica nenhum servidor. "_s + start);
     Disk::write(path, serverListOf("10.0.0.1"));
     QCOMPARE(lines(ClientChecks::serverList()),
              u"ok    serverlist.txt: 10.0.0.1, 1 canal(is).\n"_s);
@@ -334,13 +338,13 @@ void TestClientChecks::serverListIsJudged()
     set(u"server/ip"_s, u" 10.0.0.1 "_s);
     set(u"server/channelCount"_s, 3);
     QCOMPARE(lines(ClientChecks::serverList()),
-             u"aviso serverlist.txt: 10.0.0.1, 1 canal(is); as configuracoes gravadas dizem "
+             u"aviso serverlist.txt: 10.0.0.1, 1 canal(is); as configuracoes salvas dizem "
              "10.0.0.1, 3 canal(is). "_s +
                  save);
     set(u"server/ip"_s, u"10.0.0.9"_s);
     set(u"server/channelCount"_s, 0); // counts as 1
     QCOMPARE(lines(ClientChecks::serverList()),
-             u"aviso serverlist.txt: 10.0.0.1, 1 canal(is); as configuracoes gravadas dizem "
+             u"aviso serverlist.txt: 10.0.0.1, 1 canal(is); as configuracoes salvas dizem "
              "10.0.0.9, 1 canal(is). "_s +
                  save);
     set(u"server/ip"_s, u"10.0.0.1"_s);
@@ -353,14 +357,15 @@ void TestClientChecks::snBinIsJudged()
     const QString path = client(u"sn.bin"_s);
     Disk::write(path, "0 Alpha\n");
     QCOMPARE(lines(ClientChecks::snBin()),
-             u"aviso sn.bin: nao e valido. Clique em Iniciar: o launcher o grava de novo.\n"_s);
+             u"aviso sn.bin: nao e valido. Clique em Iniciar: o launcher grava o arquivo de "
+             "novo.\n"_s);
     Disk::write(path, "3 Alpha\n");
     QCOMPARE(lines(ClientChecks::snBin()), u"ok    sn.bin: \"Alpha\".\n"_s);
     set(u"server/name"_s, u" ALPHA "_s);
     QCOMPARE(lines(ClientChecks::snBin()), u"ok    sn.bin: \"Alpha\".\n"_s);
     set(u"server/name"_s, u"Beta"_s);
     QCOMPARE(lines(ClientChecks::snBin()),
-             u"aviso sn.bin: \"Alpha\"; as configuracoes gravadas dizem \"Beta\". Vale o arquivo. "
+             u"aviso sn.bin: \"Alpha\"; as configuracoes salvas dizem \"Beta\". Vale o arquivo. "
              "Confira o servidor em Configuracao e clique em OK.\n"_s);
 }
 
@@ -372,8 +377,8 @@ void TestClientChecks::serverTxtIsJudged()
     QCOMPARE(lines(ClientChecks::serverTxt()), u"ok    server.txt: 10.0.0.1.\n"_s);
     Disk::write(path, "10.0.0.10\n");
     QCOMPARE(lines(ClientChecks::serverTxt()),
-             u"aviso server.txt: nao diz 10.0.0.1. Clique em Iniciar: o launcher o grava de "
-             "novo.\n"_s);
+             u"aviso server.txt: nao contem 10.0.0.1. Clique em Iniciar: o launcher grava o "
+             "arquivo de novo.\n"_s);
 }
 
 void TestClientChecks::loginIniIsJudged_data()
@@ -382,7 +387,7 @@ void TestClientChecks::loginIniIsJudged_data()
     QTest::addColumn<QString>("line");
     const QString good = u"ok    zel_login.ini: 10.0.0.1.\n"_s;
     const QString other = u"aviso zel_login.ini: server_ip nao e 10.0.0.1. Clique em Iniciar: o "
-                          "launcher o grava de novo.\n"_s;
+                          "launcher grava o arquivo de novo.\n"_s;
     QTest::newRow("right") << "a=1\nserver_ip=10.0.0.1\nb=2\n"_ba << good;
     QTest::newRow("right, Windows line ends") << "server_ip=10.0.0.1\r\n"_ba << good;
     QTest::newRow("right, byte order mark") << "\xEF\xBB\xBFserver_ip=10.0.0.1\n"_ba << good;
@@ -390,7 +395,7 @@ void TestClientChecks::loginIniIsJudged_data()
     QTest::newRow("the second one other") << "server_ip=10.0.0.1\nserver_ip=x\n"_ba << other;
     QTest::newRow("without the line")
         << "a=1\n xserver_ip=1\n"_ba
-        << u"aviso zel_login.ini: nao tem a linha server_ip=. Se o jogo nao conecta, reponha o "
+        << u"aviso zel_login.ini: nao tem a linha server_ip=. Se o jogo nao conectar, restaure o "
            "arquivo original.\n"_s;
 }
 
@@ -401,6 +406,25 @@ void TestClientChecks::loginIniIsJudged()
     set(u"server/ip"_s, u"10.0.0.1"_s);
     Disk::write(client(u"zel_login.ini"_s), content);
     QCOMPARE(lines(ClientChecks::loginIni()), line);
+}
+
+void TestClientChecks::whatTheLauncherWritesIsGood()
+{
+    Disk::write(client(u"zel_login.ini"_s), "server_ip=1\n");
+    LauncherSettings &launcher = LauncherSettings::instance();
+    launcher.clientDir = client();
+    launcher.serverName = u"Some server"_s;
+    launcher.serverIp = u"10.0.0.7"_s;
+    launcher.channelCount = 3;
+    launcher.save();
+    QVERIFY(launcher.syncClientFiles(nullptr));
+    QCOMPARE(lines(ClientChecks::serverList() + ClientChecks::snBin() + ClientChecks::serverTxt() +
+                   ClientChecks::loginIni() + ClientChecks::configBin()),
+             u"ok    serverlist.txt: 10.0.0.7, 3 canal(is).\n"
+             "ok    sn.bin: \"Some server\".\n"
+             "ok    server.txt: 10.0.0.7.\n"
+             "ok    zel_login.ini: 10.0.0.7.\n"
+             "ok    Config.bin: valido.\n"_s);
 }
 
 void TestClientChecks::nothingIsWritten()

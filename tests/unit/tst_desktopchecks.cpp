@@ -34,7 +34,8 @@ void TestDesktopChecks::theFontsAreJudged()
         }
     }
     const QString good = u"ok    fontes: Inter e JetBrains Mono.\n"_s;
-    const QString bad = u"aviso fontes: sem %1; o launcher usa outra. Debian e Ubuntu: sudo apt "
+    const QString bad = u"aviso fontes: falta %1; o launcher usa outra fonte. Debian e Ubuntu: "
+                        "sudo apt "
                         "install fonts-inter fonts-jetbrains-mono\n"_s.arg(missing.join(u" e "_s));
     QCOMPARE(lines(DesktopChecks::fonts()), missing.isEmpty() ? good : bad);
 }

@@ -19,6 +19,7 @@ private slots:
     void theServerIsDown();
     void theServerIsUnknown();
     void theServerAnswersAnError();
+    void theServerSendsNothing();
     void theServerClosesTheConnection();
     void theServerRedirects();
     void theServerRedirectsForEver();
@@ -51,10 +52,10 @@ private:
 
     const QString noProxy = u"ok    proxy: nenhum.\n"_s;
     const QString noHttps =
-        u"aviso servidor de atualizacoes: sem https, outros na rede podem trocar os arquivos do "
-        "jogo. Pergunte a quem mantem o servidor pelo endereco https.\n"_s;
+        u"aviso servidor de atualizacoes: sem https, outras pessoas na rede podem trocar os "
+        "arquivos do jogo. Pergunte a quem mantem o servidor qual e o endereco https.\n"_s;
     const QString oneFile = u"ok    manifest.json: versao \"1.1\"; cada inicio baixa 1 arquivo(s), "
-                            "1.5 MiB.\n"_s;
+                            "1,5 MiB.\n"_s;
     const QByteArray entry = R"({"path":"a.bin","url":"f/a.bin","size":1572864})";
     std::optional<HttpServer> server;
 };
@@ -85,10 +86,10 @@ void TestPatchChecks::withoutAnAddressNothingIsAsked()
 
 void TestPatchChecks::theAddressIsNotValid()
 {
-    set(u"patch/baseUrl"_s, u"http://[bad"_s);
+    set(u"patch/baseUrl"_s, u"http://eva:secret@[bad"_s);
     QCOMPARE(lines(PatchChecks::server()),
-             u"erro  servidor de atualizacoes: o endereco nao e valido: http://[bad/. Corrija URL "
-             "base do patch em Configuracao.\n"_s);
+             u"erro  servidor de atualizacoes: o endereco nao e valido. Confira \"URL base do "
+             "patch\" em Configuracao.\n"_s);
 }
 
 void TestPatchChecks::theServerIsGood()
@@ -96,12 +97,12 @@ void TestPatchChecks::theServerIsGood()
     publish({});
     QCOMPARE(lines(PatchChecks::server()),
              firstLines() + u"ok    manifest.json: versao \"1.1\"; cada inicio baixa 0 arquivo(s), "
-                            "0.0 MiB.\n"_s);
+                            "0,0 MiB.\n"_s);
     publish(entry + ',' + entry);
     server->answer("/f/a.bin", HttpAnswer::withLength("x"));
     QCOMPARE(lines(PatchChecks::server()),
              firstLines() + u"ok    manifest.json: versao \"1.1\"; cada inicio baixa 2 arquivo(s), "
-                            "3.0 MiB.\n"_s);
+                            "3,0 MiB.\n"_s);
     QCOMPARE(server->paths(), QByteArrayList({"/manifest.json", "/manifest.json", "/f/a.bin"}));
 }
 
@@ -109,9 +110,9 @@ void TestPatchChecks::theServerIsDown()
 {
     set(u"patch/baseUrl"_s, u"http://127.0.0.1:1/"_s);
     QCOMPARE(lines(PatchChecks::server()),
-             noProxy +
-                 u"erro  servidor de atualizacoes: manifest.json: o servidor nao atende "
-                 "(Connection refused). Tente mais tarde ou avise quem mantem o servidor.\n"_s);
+             noProxy + u"erro  servidor de atualizacoes: manifest.json: a conexao foi recusada ou "
+                       "interrompida (Connection refused). Tente mais tarde ou avise quem mantem o "
+                       "servidor.\n"_s);
 }
 
 void TestPatchChecks::theServerIsUnknown()
@@ -119,11 +120,12 @@ void TestPatchChecks::theServerIsUnknown()
     set(u"patch/baseUrl"_s, u"http://no-such-host.invalid/"_s);
     QCOMPARE(lines(PatchChecks::server()),
              noProxy + u"erro  servidor de atualizacoes: manifest.json: o nome do servidor nao foi "
-                       "encontrado. Confira a internet e URL base do patch em Configuracao.\n"_s);
+                       "encontrado. Confira a conexao com a internet e \"URL base do patch\" em "
+                       "Configuracao.\n"_s);
     set(u"patch/baseUrl"_s, u"unknown://host/"_s);
     QCOMPARE(lines(PatchChecks::server()),
              noProxy + u"erro  servidor de atualizacoes: manifest.json: Protocol \"unknown\" is "
-                       "unknown. Confira URL base do patch em Configuracao e o proxy.\n"_s);
+                       "unknown. Confira \"URL base do patch\" em Configuracao e o proxy.\n"_s);
 }
 
 void TestPatchChecks::theServerAnswersAnError()
@@ -133,18 +135,32 @@ void TestPatchChecks::theServerAnswersAnError()
         QCOMPARE(lines(PatchChecks::server()),
                  noProxy +
                      u"erro  servidor de atualizacoes: manifest.json: o servidor respondeu com o "
-                     "codigo %1. Confira URL base do patch em Configuracao, ou avise quem mantem o "
+                     "codigo %1. Confira \"URL base do patch\" em Configuracao ou avise quem "
+                     "mantem o "
                      "servidor.\n"_s.arg(QString::fromLatin1(status).left(3)));
     }
+}
+
+void TestPatchChecks::theServerSendsNothing()
+{
+    const QString line =
+        u"erro  servidor de atualizacoes: %1: o servidor nao enviou nada em 1 s. O "
+        "launcher esperaria para sempre: tente mais tarde.\n"_s;
+    server->answer("/manifest.json", HttpAnswer::withLength("{}").heldAt(HttpAnswer::beforeHeader));
+    QCOMPARE(lines(PatchChecks::answersWithin(1000)), noProxy + line.arg(u"manifest.json"_s));
+    publish(entry);
+    server->answer("/f/a.bin", HttpAnswer::withLength("x").heldAt(HttpAnswer::beforeHeader));
+    QCOMPARE(lines(PatchChecks::answersWithin(1000)),
+             firstLines() + line.arg(u"a.bin"_s) + oneFile);
 }
 
 void TestPatchChecks::theServerClosesTheConnection()
 {
     server->answer("/manifest.json", HttpAnswer::withLength("{}").cutAt(HttpAnswer::beforeHeader));
     QCOMPARE(lines(PatchChecks::server()),
-             noProxy +
-                 u"erro  servidor de atualizacoes: manifest.json: o servidor nao atende "
-                 "(Connection closed). Tente mais tarde ou avise quem mantem o servidor.\n"_s);
+             noProxy + u"erro  servidor de atualizacoes: manifest.json: a conexao foi recusada ou "
+                       "interrompida (Connection closed). Tente mais tarde ou avise quem mantem o "
+                       "servidor.\n"_s);
 }
 
 void TestPatchChecks::theServerRedirects()
@@ -155,7 +171,7 @@ void TestPatchChecks::theServerRedirects()
     const QString found = lines(PatchChecks::server());
     QVERIFY2(
         found.contains(u"aviso servidor de atualizacoes: manifest.json: o servidor redireciona "
-                       "para %1. Use o endereco novo em URL base do patch.\n"_s.arg(
+                       "para %1. Use o endereco novo em \"URL base do patch\".\n"_s.arg(
                            QString::fromLatin1(target))),
         qPrintable(found));
 }
@@ -166,7 +182,7 @@ void TestPatchChecks::theServerRedirectsForEver()
     const QString found = lines(PatchChecks::server());
     QVERIFY2(found.startsWith(noProxy +
                               u"erro  servidor de atualizacoes: manifest.json: o servidor "
-                              "redireciona para onde o launcher nao segue ("_s),
+                              "redireciona para um endereco que o launcher nao aceita ("_s),
              qPrintable(found));
     QVERIFY2(found.endsWith(u"). Avise quem mantem o servidor.\n"_s), qPrintable(found));
 }
@@ -175,14 +191,15 @@ void TestPatchChecks::theManifestIsNone()
 {
     server->answer("/manifest.json", HttpAnswer::withLength("[]"));
     QCOMPARE(lines(PatchChecks::server()),
-             noProxy + u"erro  servidor de atualizacoes: o que %1 responde nao e um manifest.json. "
-                       "Confira URL base do patch em Configuracao.\n"_s.arg(manifestUrl()));
+             noProxy + u"erro  servidor de atualizacoes: a resposta de %1 nao e um manifest.json. "
+                       "Confira \"URL base do patch\" em Configuracao.\n"_s.arg(manifestUrl()));
 }
 
 void TestPatchChecks::answersHaveNoLength()
 {
-    const QString line = u"aviso servidor de atualizacoes: %1: a resposta vem sem tamanho; a barra "
-                         "de progresso fica parada e um arquivo cortado pode passar despercebido. "
+    const QString line = u"aviso servidor de atualizacoes: %1: a resposta vem sem o tamanho: a "
+                         "barra de progresso fica parada, e um download incompleto pode passar "
+                         "despercebido. "
                          "Avise quem mantem o servidor.\n"_s;
     publish(entry);
     server->answer("/f/a.bin", HttpAnswer::withoutLength("x"));
@@ -199,8 +216,9 @@ void TestPatchChecks::answersAreCompressed()
     server->answer("/f/a.bin", HttpAnswer::gzipped(QByteArray(1000, 'x')));
     QCOMPARE(lines(PatchChecks::server()),
              firstLines() +
-                 u"aviso servidor de atualizacoes: a.bin: a resposta vem comprimida; a barra de "
-                 "progresso fica parada e um arquivo cortado pode passar despercebido. Avise quem "
+                 u"aviso servidor de atualizacoes: a.bin: a resposta vem comprimida: a barra de "
+                 "progresso fica parada, e um download incompleto pode passar despercebido. Avise "
+                 "quem "
                  "mantem o servidor.\n"_s +
                  oneFile);
 }
@@ -208,11 +226,12 @@ void TestPatchChecks::answersAreCompressed()
 void TestPatchChecks::aFileIsMissing()
 {
     publish(entry);
-    QCOMPARE(lines(PatchChecks::server()),
-             firstLines() +
-                 u"erro  servidor de atualizacoes: a.bin: o servidor respondeu com o codigo 404. "
-                 "Confira URL base do patch em Configuracao, ou avise quem mantem o servidor.\n"_s +
-                 oneFile);
+    QCOMPARE(
+        lines(PatchChecks::server()),
+        firstLines() +
+            u"erro  servidor de atualizacoes: a.bin: o servidor respondeu com o codigo 404. "
+            "Confira \"URL base do patch\" em Configuracao ou avise quem mantem o servidor.\n"_s +
+            oneFile);
 }
 
 void TestPatchChecks::aFileIsEmpty()
@@ -235,7 +254,7 @@ void TestPatchChecks::theCertificateIsNotAccepted()
     const QString refused = lines(PatchChecks::server());
     QVERIFY2(refused.startsWith(noProxy + u"erro  servidor de atualizacoes: manifest.json: o "
                                           "certificado nao e aceito ("_s) &&
-                 refused.endsWith(u"). Confira a data do computador; instale ca-certificates; se "
+                 refused.endsWith(u"). Confira a data do computador e instale ca-certificates; se "
                                   "nao ajudar, avise quem mantem o servidor.\n"_s),
              qPrintable(refused));
 
@@ -249,9 +268,9 @@ void TestPatchChecks::theCertificateIsNotAccepted()
     QSslConfiguration::setDefaultConfiguration(before);
     QCOMPARE(accepted,
              noProxy + u"ok    servidor de atualizacoes: %1 responde.\n"
-                       "ok    manifest.json: versao \"1.1\"; cada inicio baixa 0 arquivo(s), 0.0 "
+                       "ok    manifest.json: versao \"1.1\"; cada inicio baixa 0 arquivo(s), 0,0 "
                        "MiB.\n"_s.arg(manifestUrl()));
-    QVERIFY2(redirected.contains(u"redireciona para onde o launcher nao segue ("_s),
+    QVERIFY2(redirected.contains(u"redireciona para um endereco que o launcher nao aceita ("_s),
              qPrintable(redirected));
 }
 
@@ -269,10 +288,10 @@ void TestPatchChecks::aFileLeavesTheClientFolder()
     publish(entry + R"(,{"path":"../x","size":0},{"path":"/etc/y","size":0})");
     server->answer("/f/a.bin", HttpAnswer::withLength("x"));
     QCOMPARE(lines(PatchChecks::server()),
-             firstLines() + u"erro  manifest.json: 2 arquivo(s) sairiam da pasta do cliente, a "
-                            "comecar por \"../x\". Nao atualize a partir deste servidor.\n"
+             firstLines() + u"erro  manifest.json: 2 arquivo(s) seriam gravados fora da pasta do "
+                            "cliente; o primeiro: \"../x\". Nao atualize a partir deste servidor.\n"
                             "ok    manifest.json: versao \"1.1\"; cada inicio baixa 3 arquivo(s), "
-                            "1.5 MiB.\n"_s);
+                            "1,5 MiB.\n"_s);
 }
 
 void TestPatchChecks::aPathLeavesTheClientFolder_data()
@@ -301,7 +320,7 @@ void TestPatchChecks::aFileHasNoSize()
     publish(entry + R"(,{"path":"b"})");
     server->answer("/f/a.bin", HttpAnswer::withLength("x"));
     QVERIFY(lines(PatchChecks::server())
-                .endsWith(u"cada inicio baixa 2 arquivo(s), 1.5 MiB e 1 de tamanho "
+                .endsWith(u"cada inicio baixa 2 arquivo(s), 1,5 MiB sem contar 1 de tamanho "
                           "desconhecido.\n"_s));
 }
 
@@ -322,9 +341,20 @@ void TestPatchChecks::aProxyIsUsed()
     qputenv("http_proxy", "http://127.0.0.1:1");
     QCOMPARE(lines(PatchChecks::server()),
              line.arg(1) +
-                 u"erro  servidor de atualizacoes: manifest.json: o servidor nao atende "
-                 "(Connection refused). Tente mais tarde ou avise quem mantem o servidor.\n"_s);
+                 u"erro  servidor de atualizacoes: manifest.json: a conexao foi recusada ou "
+                 "interrompida (Connection refused). Tente mais tarde ou avise quem mantem o "
+                 "servidor.\n"_s);
     qunsetenv("http_proxy");
+
+    // With https, the proxy is asked for a connection.
+    qputenv("https_proxy", server->url().toLatin1());
+    set(u"patch/baseUrl"_s, u"https://patch.invalid/"_s);
+    const QString refused = lines(PatchChecks::server());
+    qunsetenv("https_proxy");
+    QVERIFY2(refused.startsWith(line.arg(QUrl(server->url()).port()) +
+                                u"erro  servidor de atualizacoes: manifest.json: "_s),
+             qPrintable(refused));
+    QVERIFY(server->paths().constLast() == "patch.invalid:443");
 }
 
 void TestPatchChecks::namesAndPasswordsAreNotShown()

@@ -30,12 +30,15 @@ private slots:
     void thePrefixIsNoFolder();
     void thePrefixIsOwnedByAnotherUser();
     void thePrefixHasAnotherArchitecture();
+    void thePrefixIsOf32Bits();
+    void thePrefixLacksWhat32BitProgramsNeed();
     void thePrefixComesFromTheProfile();
     void theProfileIsGood();
     void theProfileEndsTheShell_data();
     void theProfileEndsTheShell();
     void theProfilePrints();
     void theProfileIsSlow();
+    void theProfileDoesNotEnd();
     void theLogIsShown();
     void theLogIsMissing();
     void theLogCannotBeRead();
@@ -51,10 +54,18 @@ private:
         Disk::writeExecutable(wine(), "#!/bin/sh\n" + script + '\n');
         set(u"client/wine"_s, wine());
     }
+    /// Chooses zel-wine, with these settings of its own.
+    void chooseScript(const QByteArray &conf) const
+    {
+        Disk::writeExecutable(at(u"zel-wine"_s), "#!/bin/sh\n");
+        set(u"client/wine"_s, at(u"zel-wine"_s));
+        Disk::write(TestEnvironment::configHome() + u"/Orvandale/wine.conf"_s, conf);
+    }
     /// The prefix of the following checks.
     void choosePrefix(const QByteArray &registry) const
     {
         Disk::write(at(u"prefix/system.reg"_s), registry);
+        Disk::write(at(u"prefix/drive_c/windows/syswow64/ntdll.dll"_s), "");
         profile("export WINEPREFIX='" + at(u"prefix"_s).toUtf8() + "'\n");
     }
 };
@@ -77,7 +88,7 @@ void TestWineChecks::withoutWineNothingOfItIsLookedAt()
 {
     set(u"client/useWine"_s, false);
     profile("exit 1\n");
-    const QString text = u": nao e usado: Usar Wine no Linux esta desmarcado.\n"_s;
+    const QString text = u": nao e usado: \"Usar Wine no Linux\" esta desmarcado.\n"_s;
     QCOMPARE(lines(WineChecks::wine()), u"ok    wine"_s + text);
     QCOMPARE(lines(WineChecks::prefix()), u"ok    prefixo do wine"_s + text);
     QCOMPARE(lines(WineChecks::profile()), u"ok    perfil do bash"_s + text);
@@ -91,7 +102,8 @@ void TestWineChecks::wineRunsTheExecutable_data()
     const QString remedy32 = u"Debian e Ubuntu: sudo dpkg --add-architecture i386 && sudo apt "
                              "update && sudo apt install wine32:i386\n"_s;
     const QString remedy64 = u"Debian e Ubuntu: sudo apt install wine64\n"_s;
-    const QString unknown = u"Se o jogo terminar com o codigo 53, instale esse Wine. "_s;
+    const QString unknown = u"nao foi possivel saber se executa programas de %2 bits, como o jogo. "
+                            "Se o jogo fechar logo ao abrir, instale o Wine de %2 bits. "_s;
     QTest::newRow("32 bits") << u"i386-unix"_s << true
                              << u"ok    wine: %1, wine-9.9; executa programas de 32 bits.\n"_s;
     QTest::newRow("no 32 bits")
@@ -106,12 +118,10 @@ void TestWineChecks::wineRunsTheExecutable_data()
                remedy64;
     QTest::newRow("perhaps 32 bits")
         << u"x"_s << true
-        << u"aviso wine: %1, wine-9.9; nao se sabe se executa programas de 32 bits, como o jogo. "_s +
-               unknown + remedy32;
+        << u"aviso wine: %1, wine-9.9; "_s + QString(unknown).replace(u"%2"_s, u"32"_s) + remedy32;
     QTest::newRow("perhaps 64 bits")
         << u"x"_s << false
-        << u"aviso wine: %1, wine-9.9; nao se sabe se executa programas de 64 bits, como o jogo. "_s +
-               unknown + remedy64;
+        << u"aviso wine: %1, wine-9.9; "_s + QString(unknown).replace(u"%2"_s, u"64"_s) + remedy64;
 }
 
 void TestWineChecks::wineRunsTheExecutable()
@@ -151,23 +161,28 @@ void TestWineChecks::theChosenWineCannotBeRun()
 
 void TestWineChecks::theScriptFindsNoWine()
 {
-    Disk::writeExecutable(at(u"zel-wine"_s), "#!/bin/sh\n");
-    set(u"client/wine"_s, at(u"zel-wine"_s));
-    Disk::write(TestEnvironment::configHome() + u"/Orvandale/wine.conf"_s, "WINE=/none\n");
+    chooseScript("WINE=/none\n");
     QCOMPARE(lines(WineChecks::wine()),
-             u"erro  wine: nao foi encontrado. Debian e Ubuntu: sudo apt "
-             "install wine\n"_s);
+             u"erro  wine: nao foi encontrado: /none. Confira WINE em wine.conf. Debian e Ubuntu: "
+             "sudo apt install wine\n"_s);
+    Disk::write(at(u"no program"_s), "");
+    chooseScript("WINE=" + at(u"no program"_s).toUtf8() + '\n');
+    QCOMPARE(lines(WineChecks::wine()),
+             u"erro  wine: nao pode ser executado: %1. Confira WINE em wine.conf.\n"_s.arg(
+                 at(u"no program"_s)));
 }
 
 void TestWineChecks::theScriptStartsAWine()
 {
-    Disk::writeExecutable(at(u"zel-wine"_s), "#!/bin/sh\n");
-    set(u"client/wine"_s, at(u"zel-wine"_s));
-    Disk::write(TestEnvironment::configHome() + u"/Orvandale/wine.conf"_s,
-                "WINE=" + wine().toUtf8() + '\n');
+    const QString line =
+        u"ok    wine: %1, wine-9.9, iniciado pelo zel-wine; executa programas de 32 bits.\n"_s.arg(
+            wine());
     Disk::write(at(u"lib/wine/i386-unix/ntdll.so"_s), "");
-    QCOMPARE(lines(WineChecks::wine()), u"ok    wine: %1, wine-9.9, por meio do zel-wine; executa "
-                                        "programas de 32 bits.\n"_s.arg(wine()));
+    chooseScript("WINE=" + wine().toUtf8() + '\n');
+    QCOMPARE(lines(WineChecks::wine()), line);
+    chooseScript({});
+    profile("export WINE='" + wine().toUtf8() + "'\n");
+    QCOMPARE(lines(WineChecks::wine()), line);
 }
 
 void TestWineChecks::wineTellsNoVersion_data()
@@ -185,27 +200,28 @@ void TestWineChecks::wineTellsNoVersion()
     QFETCH(const QByteArray, script);
     chooseWine(script);
     QCOMPARE(lines(WineChecks::wine()),
-             u"erro  wine: %1 nao diz a sua versao. Escolha outro em Configuracao ou instale-o de "
-             "novo. Debian e Ubuntu: sudo apt install wine\n"_s.arg(wine()));
+             u"erro  wine: %1 nao informa a sua versao. Escolha outro em Configuracao ou "
+             "instale-o de novo. Debian e Ubuntu: sudo apt install wine\n"_s.arg(wine()));
 }
 
 void TestWineChecks::thePrefixIsJudged()
 {
     QCOMPARE(
         lines(WineChecks::prefix()),
-        u"ok    prefixo do wine: %1 ainda nao existe; o Wine o cria no primeiro inicio.\n"_s.arg(
+        u"ok    prefixo do wine: %1 ainda nao foi usado; o Wine o prepara na primeira vez.\n"_s.arg(
             home(u".wine"_s)));
     choosePrefix("WINE REGISTRY Version 2\n;; text\n\n#arch=win64\n");
     const QString path = at(u"prefix"_s);
     QCOMPARE(lines(WineChecks::prefix()), u"ok    prefixo do wine: %1, win64.\n"_s.arg(path));
     choosePrefix("WINE REGISTRY Version 2\n");
     QCOMPARE(lines(WineChecks::prefix()),
-             u"aviso prefixo do wine: %1 nao diz a sua arquitetura. Se o jogo nao abrir, use outro "
-             "WINEPREFIX.\n"_s.arg(path));
+             u"aviso prefixo do wine: %1 nao informa a sua arquitetura. Se o jogo nao abrir, "
+             "escolha outro WINEPREFIX.\n"_s.arg(path));
     QFile::remove(path + u"/system.reg"_s);
-    QCOMPARE(lines(WineChecks::prefix()),
-             u"ok    prefixo do wine: %1 ainda nao foi usado; o Wine o prepara no primeiro "
-             "inicio.\n"_s.arg(path));
+    QCOMPARE(
+        lines(WineChecks::prefix()),
+        u"ok    prefixo do wine: %1 ainda nao foi usado; o Wine o prepara na primeira vez.\n"_s.arg(
+            path));
 }
 
 void TestWineChecks::thePrefixIsNoFolder()
@@ -227,38 +243,76 @@ void TestWineChecks::thePrefixIsOwnedByAnotherUser()
     }
     profile("export WINEPREFIX='" + path.toUtf8() + "'\n");
     QCOMPARE(lines(WineChecks::prefix()),
-             u"erro  prefixo do wine: %1 pertence a outro usuario; o Wine o recusa. Escolha outro "
-             "WINEPREFIX, ou tome posse com sudo chown -R.\n"_s.arg(path));
+             u"erro  prefixo do wine: %1 pertence a outro usuario; o Wine nao o aceita. Mude o "
+             "dono da pasta com sudo chown -R, ou escolha outro WINEPREFIX.\n"_s.arg(path));
 }
 
 void TestWineChecks::thePrefixHasAnotherArchitecture()
 {
     const QString path = at(u"prefix"_s);
-    choosePrefix("#arch=win32\n");
-    QCOMPARE(lines(WineChecks::prefix()), u"ok    prefixo do wine: %1, win32.\n"_s.arg(path));
-    Disk::write(client(u"ZEL.exe"_s), program64());
-    QCOMPARE(lines(WineChecks::prefix()),
-             u"erro  prefixo do wine: %1 e win32 e nao executa programas de 64 bits, como o jogo. "
-             "Escolha outro WINEPREFIX, que o Wine criara como win64.\n"_s.arg(path));
-
     const QByteArray variable = "export WINEPREFIX='" + path.toUtf8() + "' WINEARCH=";
     const QString refusal =
-        u"erro  prefixo do wine: %1 e %2, mas WINEARCH pede %3; o Wine o recusa. "
-        "Retire WINEARCH ou escolha outro WINEPREFIX.\n"_s;
+        u"erro  prefixo do wine: %1 e %2, mas WINEARCH pede %3; o Wine nao o aceita. Remova "
+        "WINEARCH ou escolha outro WINEPREFIX.\n"_s;
+    choosePrefix("#arch=win32\n");
     profile(variable + "win64\n");
     QCOMPARE(lines(WineChecks::prefix()), refusal.arg(path, u"win32"_s, u"win64"_s));
-    Disk::write(path + u"/system.reg"_s, "#arch=win64\n");
+    choosePrefix("#arch=win64\n");
     QCOMPARE(lines(WineChecks::prefix()), u"ok    prefixo do wine: %1, win64.\n"_s.arg(path));
     profile(variable + "win32\n");
     QCOMPARE(lines(WineChecks::prefix()), refusal.arg(path, u"win64"_s, u"win32"_s));
     profile(variable + "wow64\n");
+    QCOMPARE(lines(WineChecks::prefix()), u"ok    prefixo do wine: %1, win64.\n"_s.arg(path));
+    chooseScript("PREFIX=" + path.toUtf8() + "\nWINEARCH=win32\n");
+    QCOMPARE(lines(WineChecks::prefix()), refusal.arg(path, u"win64"_s, u"win32"_s)
+                                              .replace(u"WINEPREFIX"_s, u"PREFIX em wine.conf"_s));
+}
+
+void TestWineChecks::thePrefixIsOf32Bits()
+{
+    const QString path = at(u"prefix"_s);
+    const QString remedy = u" Remova WINEARCH, se houver, e escolha outro WINEPREFIX.\n"_s;
+    choosePrefix("#arch=win32\n");
+    QCOMPARE(lines(WineChecks::prefix()), u"ok    prefixo do wine: %1, win32.\n"_s.arg(path));
+    Disk::write(client(u"ZEL.exe"_s), program64());
+    QCOMPARE(lines(WineChecks::prefix()),
+             u"erro  prefixo do wine: %1 e win32; nele nao rodam programas de 64 bits, como o "
+             "jogo."_s.arg(path) +
+                 remedy);
+    Disk::write(at(u"lib/wine/x86_64-unix/ntdll.so"_s), "");
+    QCOMPARE(lines(WineChecks::prefix()),
+             u"erro  prefixo do wine: %1 e win32; este Wine nao aceita prefixos de 32 bits."_s.arg(
+                 path) +
+                 remedy);
+    QFile::remove(path + u"/system.reg"_s);
+    QCOMPARE(lines(WineChecks::prefix()),
+             u"ok    prefixo do wine: %1 ainda nao foi usado; o Wine o prepara na primeira "
+             "vez.\n"_s.arg(path));
+    profile("export WINEPREFIX='" + path.toUtf8() + "' WINEARCH=win32\n");
+    QCOMPARE(lines(WineChecks::prefix()),
+             u"erro  prefixo do wine: %1 seria win32 por causa de WINEARCH; este Wine nao aceita "
+             "prefixos de 32 bits. Remova WINEARCH.\n"_s.arg(path));
+}
+
+void TestWineChecks::thePrefixLacksWhat32BitProgramsNeed()
+{
+    const QString path = at(u"prefix"_s);
+    const QString line =
+        u"aviso prefixo do wine: %1 nao tem os arquivos de 32 bits de que o jogo precisa. Com o "
+        "Wine de 32 bits instalado, inicie o jogo; se ele fechar logo, "_s.arg(path);
+    choosePrefix("#arch=win64\n");
+    QFile::remove(path + u"/drive_c/windows/syswow64/ntdll.dll"_s);
+    QCOMPARE(lines(WineChecks::prefix()), line + u"renomeie essa pasta.\n"_s);
+    chooseScript("PREFIX=" + path.toUtf8() + '\n');
+    QCOMPARE(lines(WineChecks::prefix()), line + u"execute zel-wine --reset.\n"_s);
+    Disk::write(client(u"ZEL.exe"_s), program64());
     QCOMPARE(lines(WineChecks::prefix()), u"ok    prefixo do wine: %1, win64.\n"_s.arg(path));
 }
 
 void TestWineChecks::thePrefixComesFromTheProfile()
 {
     profile("export WINEPREFIX=/from/profile\n");
-    QVERIFY(lines(WineChecks::prefix()).contains(u"/from/profile ainda nao existe"_s));
+    QVERIFY(lines(WineChecks::prefix()).contains(u"/from/profile ainda nao foi usado"_s));
 }
 
 void TestWineChecks::theProfileIsGood()
@@ -283,9 +337,9 @@ void TestWineChecks::theProfileEndsTheShell()
     QFETCH(const int, code);
     profile(text);
     QCOMPARE(lines(WineChecks::profile()),
-             u"erro  perfil do bash: termina o shell com o codigo %1 antes que o jogo comece. Veja "
-             "~/.bash_profile, ~/.bash_login ou ~/.profile, e /etc/profile. Procure exit, exec e "
-             "set -e.\n"_s.arg(code));
+             u"erro  perfil do bash: encerra o shell com o codigo %1 antes de o jogo iniciar. Veja "
+             "~/.bash_profile, ~/.bash_login ou ~/.profile, e /etc/profile. Procure por exit, "
+             "exec e set -e.\n"_s.arg(code));
 }
 
 void TestWineChecks::theProfilePrints()
@@ -302,11 +356,19 @@ void TestWineChecks::theProfileIsSlow()
     profile("sleep 2.1; echo hello\n");
     const QStringList found = lines(WineChecks::profile()).split(u'\n');
     static const QRegularExpression slow(
-        u"^aviso perfil do bash: leva [0-9]+\\.[0-9] s; cada inicio espera por ele, e a busca do "
+        u"^aviso perfil do bash: leva [0-9]+,[0-9] s; cada inicio espera por ele, e a busca do "
         "Wine desiste depois de 2 s\\. Veja ~/\\.bash_profile, ~/\\.bash_login ou ~/\\.profile, e "
         "/etc/profile\\.$"_s);
     QVERIFY2(slow.match(found.value(0)).hasMatch(), qPrintable(found.value(0)));
     QVERIFY(found.value(1).startsWith(u"aviso perfil do bash: escreve na tela: \"hello\"."_s));
+}
+
+void TestWineChecks::theProfileDoesNotEnd()
+{
+    profile("sleep 1000\n");
+    QCOMPARE(lines(WineChecks::profile()),
+             u"erro  perfil do bash: nao termina em 8 s, e o jogo so inicia depois. Veja "
+             "~/.bash_profile, ~/.bash_login ou ~/.profile, e /etc/profile.\n"_s);
 }
 
 void TestWineChecks::theLogIsShown()
@@ -322,7 +384,7 @@ void TestWineChecks::theLogIsShown()
     QCOMPARE(results.constFirst().lines.constFirst(), u"2"_s);
     QCOMPARE(results.constFirst().lines.constLast(), u"201"_s);
     results[0].lines.clear();
-    QCOMPARE(lines(results), u"ok    registro: o fim de %1:\n"_s.arg(log()));
+    QCOMPARE(lines(results), u"ok    registro: as ultimas linhas de %1:\n"_s.arg(log()));
     Disk::write(log(), "a\n\nb");
     QCOMPARE(WineChecks::log().constFirst().lines, QStringList({u"a"_s, QString(), u"b"_s}));
     Disk::write(log(), "");

@@ -16,12 +16,15 @@ private slots:
     void theLoginShellGivesItsEnvironment();
     void theLoginShellMayPrint();
     void theLoginShellMayEndEarly();
+    void theLoginShellMayNotEnd();
     void withoutAScriptTheEnvironmentCounts();
     void theScriptHasItsOwnDefaults();
     void theScriptTakesTheEnvironment();
     void theScriptsSettingsComeFirst();
+    void theScriptsInvalidLinesDoNotCount();
     void theScriptsSettingsMayBeUnreadable();
     void theScriptIsKnownThroughALink();
+    void commandsAreFoundOnThePathOfTheEnvironment();
     void aProgramThatCannotRunIsNoWine();
     void theLogIsWhereTheScriptWritesIt();
     void supportFollowsFromTheFilesBesideWine_data();
@@ -69,6 +72,7 @@ void TestWineSetup::theLoginShellGivesItsEnvironment()
 {
     profile("export WINEPREFIX=/x=y\nexport LINES2=$'a\\nb'\n");
     const WineSetup::LoginShell shell = WineSetup::runLoginShell();
+    QVERIFY(shell.isInTime);
     QVERIFY(shell.isReached);
     QCOMPARE(shell.exitCode, 0);
     QCOMPARE(shell.printed, ""_ba);
@@ -93,7 +97,16 @@ void TestWineSetup::theLoginShellMayEndEarly()
     QCOMPARE(shell.exitCode, 7);
     QCOMPARE(shell.printed, "bye\n"_ba);
     QVERIFY(shell.elapsedMs >= 200);
-    QVERIFY(shell.environment.isEmpty());
+    QCOMPARE(shell.environment, QProcessEnvironment::systemEnvironment());
+}
+
+void TestWineSetup::theLoginShellMayNotEnd()
+{
+    profile("sleep 1000\n");
+    const WineSetup::LoginShell shell = WineSetup::runLoginShell(300);
+    QVERIFY(!shell.isInTime);
+    QVERIFY(!shell.isReached);
+    QCOMPARE(shell.environment, QProcessEnvironment::systemEnvironment());
 }
 
 void TestWineSetup::withoutAScriptTheEnvironmentCounts()
@@ -147,6 +160,16 @@ void TestWineSetup::theScriptsSettingsComeFirst()
     QCOMPARE(choice.arch, u"win32"_s);
 }
 
+void TestWineSetup::theScriptsInvalidLinesDoNotCount()
+{
+    const QString wine = program(u"wine"_s);
+    conf("WINE=" + wine.toUtf8() + "\nWINE=\nPREFIX=/a\nPREFIX=b\nPREFIX\n");
+    const WineSetup::Choice choice =
+        WineSetup::choiceFor(program(u"zel-wine"_s), environment({{u"WINEPREFIX"_s, u"/p"_s}}));
+    QCOMPARE(choice.wine, wine);
+    QCOMPARE(choice.prefix, u"/a"_s);
+}
+
 void TestWineSetup::theScriptsSettingsMayBeUnreadable()
 {
     Disk::makeFolder(TestEnvironment::configHome() + u"/Orvandale/wine.conf"_s);
@@ -159,6 +182,15 @@ void TestWineSetup::theScriptIsKnownThroughALink()
     program(u"zel-wine"_s);
     Disk::makeLink(at(u"link"_s), at(u"zel-wine"_s));
     QVERIFY(WineSetup::choiceFor(at(u"link"_s), environment()).isScript);
+}
+
+void TestWineSetup::commandsAreFoundOnThePathOfTheEnvironment()
+{
+    program(u"bin/some-wine"_s);
+    const WineSetup::Choice choice = WineSetup::choiceFor(
+        u"some-wine"_s, environment({{u"PATH"_s, u"/none:"_s + at(u"bin"_s)}}));
+    QCOMPARE(choice.wanted, u"some-wine"_s);
+    QCOMPARE(choice.wine, at(u"bin/some-wine"_s));
 }
 
 void TestWineSetup::aProgramThatCannotRunIsNoWine()
@@ -181,20 +213,32 @@ void TestWineSetup::supportFollowsFromTheFilesBesideWine_data()
     QTest::addColumn<QStringList>("files");
     QTest::addColumn<Support>("bits32");
     QTest::addColumn<Support>("bits64");
+    QTest::addColumn<Support>("win32Prefix");
     const QString unix64 = u"x86_64-unix/ntdll.so"_s;
     const QString unix32 = u"i386-unix/ntdll.so"_s;
     const QString windows32 = u"i386-windows/ntdll.dll"_s;
     const QString wow64 = u"x86_64-windows/wow64.dll"_s;
-    QTest::newRow("nothing") << QStringList() << Support::Unknown << Support::Unknown;
+    const Support yes = Support::Yes;
+    const Support no = Support::No;
+    const Support unknown = Support::Unknown;
+    QTest::newRow("nothing") << QStringList() << unknown << unknown << unknown;
     QTest::newRow("only Windows libraries")
-        << QStringList{windows32, wow64} << Support::Unknown << Support::Unknown;
-    QTest::newRow("64 bits") << QStringList{unix64, wow64} << Support::No << Support::Yes;
-    QTest::newRow("64 bits, no wow64")
-        << QStringList{unix64, windows32} << Support::No << Support::Yes;
+        << QStringList{windows32, wow64} << unknown << unknown << unknown;
+    QTest::newRow("64 bits") << QStringList{unix64, wow64} << no << yes << no;
+    QTest::newRow("64 bits, no wow64") << QStringList{unix64, windows32} << no << yes << no;
     QTest::newRow("64 bits with wow64")
-        << QStringList{unix64, windows32, wow64} << Support::Yes << Support::Yes;
-    QTest::newRow("32 bits") << QStringList{unix32} << Support::Yes << Support::No;
-    QTest::newRow("both") << QStringList{unix32, unix64} << Support::Yes << Support::Yes;
+        << QStringList{unix64, windows32, wow64} << yes << yes << no;
+    QTest::newRow("32 bits") << QStringList{unix32} << yes << no << yes;
+    QTest::newRow("both") << QStringList{unix32, unix64} << yes << yes << yes;
+    QTest::newRow("64 bits, wow64 elsewhere")
+        << QStringList{unix64, u"../lib64/wine/"_s + windows32, u"../lib64/wine/"_s + wow64} << no
+        << yes << no;
+    QTest::newRow("both with Debian's loaders")
+        << QStringList{unix32, unix64, u"wine"_s, u"wine64"_s} << yes << yes << yes;
+    QTest::newRow("both, no 32-bit loader")
+        << QStringList{unix32, unix64, u"wine64"_s} << no << yes << no;
+    QTest::newRow("both, no 64-bit loader")
+        << QStringList{unix32, unix64, u"wine"_s} << yes << no << yes;
 }
 
 void TestWineSetup::supportFollowsFromTheFilesBesideWine()
@@ -202,12 +246,14 @@ void TestWineSetup::supportFollowsFromTheFilesBesideWine()
     QFETCH(const QStringList, files);
     QFETCH(const WineSetup::Support, bits32);
     QFETCH(const WineSetup::Support, bits64);
+    QFETCH(const WineSetup::Support, win32Prefix);
     const QString wine = program(u"bin/wine"_s);
     for (const QString &file : files) {
         Disk::write(at(u"lib/wine/"_s + file), "");
     }
     QCOMPARE(WineSetup::support(wine, ProgramKind::Bits32), bits32);
     QCOMPARE(WineSetup::support(wine, ProgramKind::Bits64), bits64);
+    QCOMPARE(WineSetup::win32PrefixSupport(wine), win32Prefix);
     QCOMPARE(WineSetup::support(wine, ProgramKind::Foreign), WineSetup::Support::Unknown);
     QCOMPARE(WineSetup::support({}, ProgramKind::Bits64), WineSetup::Support::Unknown);
 }

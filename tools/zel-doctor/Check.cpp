@@ -7,13 +7,13 @@
 
 const QList<Check> &Checks::all()
 {
-    // The manual pages name the sum of the limits.
+    // The manual pages name these limits and their sum.
     static const QList<Check> checks{
         {"configuracoes", 5'000, ClientChecks::settingsFile},
         {"pasta do cliente", 5'000, ClientChecks::folder},
         {"espaco em disco", 5'000, ClientChecks::room},
         {"executavel", 5'000, ClientChecks::executable},
-        {"wine", 15'000, WineChecks::wine},
+        {"wine", 20'000, WineChecks::wine},
         {"prefixo do wine", 10'000, WineChecks::prefix},
         {"perfil do bash", 10'000, WineChecks::profile},
         {"nomes de arquivos", 30'000, ClientChecks::names},
@@ -26,7 +26,7 @@ const QList<Check> &Checks::all()
         {"tela", 15'000, DesktopChecks::screen, Check::Display},
         {"fontes", 10'000, DesktopChecks::fonts, Check::Fonts},
         {"versoes", 5'000, DesktopChecks::versions},
-        {"registro", 10'000, WineChecks::log, Check::LogWish},
+        {"registro", 10'000, WineChecks::log, Check::Log},
     };
     return checks;
 }

@@ -10,12 +10,12 @@ struct Check {
     enum Need {
         Nothing,
         Network, ///< Left out by --offline.
-        Display, ///< Runs in an application with windows, which aborts without a display.
-        Fonts,   ///< Runs in such an application that needs no display.
-        LogWish, ///< Runs with --log only.
+        Display, ///< Needs a QGuiApplication on a display; without one the process aborts.
+        Fonts,   ///< Needs a QGuiApplication, but no display.
+        Log,     ///< Runs with --log only.
     };
-    const char *name = nullptr; ///< What the report calls it when it does not answer.
-    int limitMs = 0;            ///< It is given up after this time.
+    const char *name = nullptr; ///< What the report calls it when it gives no results.
+    int limitMs = 0;            ///< After this time it is given up.
     Results (*run)() = nullptr;
     Need need = Nothing;
 };

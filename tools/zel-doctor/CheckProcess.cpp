@@ -19,32 +19,34 @@
 #include <unistd.h>
 #include <vector>
 
+#include "zel-doctor/PrivateNames.h"
 #include "zel-doctor/Report.h"
 
 namespace
 {
 
-/// What @p check makes of a child that gave no results.
+/// What is said of @p check when its child gave no results.
 Result withoutAnswer(const Check &check, bool isInTime)
 {
     const QString subject = QLatin1String(check.name);
     if (!isInTime) {
-        return {Result::Error, subject,
-                QStringLiteral("nao respondeu em %1 s.").arg(check.limitMs / 1000),
-                QStringLiteral("Verifique se o disco ou a rede onde isso fica esta respondendo.")};
+        return Result::error(subject,
+                             QStringLiteral("nao respondeu em %1 s.").arg(check.limitMs / 1000),
+                             QStringLiteral("Verifique se o disco ou a rede esta respondendo."));
     }
     if (check.need == Check::Display) {
-        return {Result::Error, subject,
-                QStringLiteral("nem Wayland nem X podem ser alcancados a partir daqui."),
-                QStringLiteral("Execute o zel-doctor num terminal da area de trabalho; se isso nao "
-                               "ajudar, instale qt6-wayland e libxcb-cursor0.")};
+        return Result::error(
+            subject, QStringLiteral("nao foi possivel acessar nem o Wayland nem o X daqui."),
+            QStringLiteral("Execute o zel-doctor num terminal da area de trabalho; se isso nao "
+                           "ajudar, instale qt6-wayland e libxcb-cursor0."));
     }
-    return {Result::Warning, subject, QStringLiteral("a verificacao terminou sem resultado."),
-            QStringLiteral("Execute o zel-doctor de novo.")};
+    return Result::warning(subject, QStringLiteral("a verificacao terminou sem resultado."),
+                           QStringLiteral("Execute o zel-doctor de novo."));
 }
 
-/// Starts @p program in a process group of its own, with its standard output in @p out. Returns 0
-/// when that fails.
+/// Starts @p program with its standard output in @p out, in a session of its own: without a
+/// terminal, as from a menu, and with a process group that can be killed. Returns 0 when that
+/// fails.
 pid_t spawn(const QByteArray &program, const QByteArrayList &arguments, int out)
 {
     QByteArrayList words = QByteArrayList{program} + arguments;
@@ -62,8 +64,7 @@ pid_t spawn(const QByteArray &program, const QByteArrayList &arguments, int out)
     posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
     // A child that is left behind must not keep this program's own output open.
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
-    posix_spawnattr_setpgroup(&attributes, 0);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
     pid_t pid = 0;
     const int error =
         posix_spawn(&pid, program.constData(), &actions, &attributes, argv.data(), environ);
@@ -76,14 +77,10 @@ pid_t spawn(const QByteArray &program, const QByteArrayList &arguments, int out)
 bool readToEnd(int in, const QDeadlineTimer &deadline, QByteArray *output)
 {
     std::array<char, 65536> block{};
-    for (;;) {
+    while (!deadline.hasExpired()) {
         pollfd waiting{in, POLLIN, 0};
-        const int ready = ::poll(&waiting, 1, int(deadline.remainingTime()));
-        if (ready < 0 && errno == EINTR) {
-            continue;
-        }
-        if (ready <= 0) {
-            return false;
+        if (::poll(&waiting, 1, int(deadline.remainingTime())) <= 0) {
+            continue; // a signal, or the deadline
         }
         const ssize_t length = ::read(in, block.data(), block.size());
         if (length <= 0) {
@@ -91,6 +88,7 @@ bool readToEnd(int in, const QDeadlineTimer &deadline, QByteArray *output)
         }
         output->append(block.data(), length);
     }
+    return false;
 }
 
 } // namespace
@@ -110,9 +108,7 @@ CheckProcess::Outcome CheckProcess::outputOf(const QByteArray &program,
     outcome.isInTime = readToEnd(ends[0], deadline, &outcome.output);
     ::close(ends[0]);
     if (pid > 0) {
-        if (!outcome.isInTime) {
-            ::kill(-pid, SIGKILL); // what it has started, too
-        }
+        ::kill(-pid, SIGKILL); // what it has started, too
         ::waitpid(pid, nullptr, WNOHANG);
     }
     return outcome;
@@ -142,13 +138,18 @@ int CheckProcess::runHere(const Check &check, int argc, char *argv[])
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
     const bool needsWindows = check.need == Check::Display || check.need == Check::Fonts;
+    if (needsWindows) {
+        qputenv("TMPDIR", "/dev/null"); // without XDG_RUNTIME_DIR Qt would make a folder there
+    }
     const std::unique_ptr<QCoreApplication> application(
         needsWindows ? new QGuiApplication(argc, argv) : new QCoreApplication(argc, argv));
 
-    QJsonArray array;
+    // Here, because the home folder may hang, too.
+    const PrivateNames names = PrivateNames::own();
     const Results results = check.run();
+    QJsonArray array;
     for (const Result &result : results) {
-        array.append(Report::toJson(result));
+        array.append(Report::toJson(names.hiddenIn(result)));
     }
     const QByteArray json = QJsonDocument(array).toJson(QJsonDocument::Compact);
     std::fwrite(json.constData(), 1, size_t(json.size()), stdout);

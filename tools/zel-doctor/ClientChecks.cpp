@@ -1,6 +1,5 @@
 #include "zel-doctor/ClientChecks.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -14,31 +13,14 @@
 #include "client/ConfigBin.h"
 #include "client/ServerList.h"
 #include "client/SnBin.h"
-#include "settings/LauncherSettings.h"
-#include "settings/SettingsStore.h"
+#include "settings/SettingsFile.h"
+#include "zel-doctor/LoadedSettings.h"
 #include "zel-doctor/ProgramFile.h"
 #include "zel-manifest/PatchFolder.h"
 #include "zel-manifest/Text.h"
 
 namespace
 {
-
-const LauncherSettings &loadedSettings()
-{
-    LauncherSettings::instance().load();
-    return LauncherSettings::instance();
-}
-
-/// The launcher's settings file. Use it to read: isWritable() would try to write.
-class SavedSettings : public SettingsStore
-{
-public:
-    SavedSettings()
-        : SettingsStore(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Orvandale"),
-                        QStringLiteral("zel_launcher"))
-    {
-    }
-};
 
 /// Whether a file can be made at @p path, whose folders may be missing.
 bool canBeMade(const QString &path)
@@ -63,11 +45,6 @@ QByteArray writtenBy(const std::function<bool(const QString &path)> &write)
     return memory.readAll();
 }
 
-QString permissionRemedy()
-{
-    return QStringLiteral("Corrija as permissoes, por exemplo com chmod u+rw.");
-}
-
 /// One of the client's files, with what is the same for all of them.
 class ClientFile
 {
@@ -78,8 +55,7 @@ public:
     {
     }
 
-    /// What there is to say about a file that is missing, or cannot be read or written; nothing
-    /// about any other.
+    /// What is said of a file that is missing, or cannot be read or written; nothing of others.
     Results obstacles(const QString &whenMissing) const
     {
         const QFileInfo info(path);
@@ -102,14 +78,14 @@ public:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
-    Result ok(const QString &text) const { return {Result::Ok, name, text, {}}; }
+    Result ok(const QString &text) const { return Result::ok(name, text); }
     Result warning(const QString &text, const QString &remedy) const
     {
-        return {Result::Warning, name, text, remedy};
+        return Result::warning(name, text, remedy);
     }
     Result error(const QString &text, const QString &remedy) const
     {
-        return {Result::Error, name, text, remedy};
+        return Result::error(name, text, remedy);
     }
 
     const QString name;
@@ -118,12 +94,12 @@ public:
 
 QString writtenAtStart()
 {
-    return QStringLiteral("ainda nao existe; o launcher o grava ao iniciar o jogo.");
+    return QStringLiteral("ainda nao existe; o launcher o cria ao iniciar o jogo.");
 }
 
 QString startRemedy()
 {
-    return QStringLiteral("Clique em Iniciar: o launcher o grava de novo.");
+    return QStringLiteral("Clique em Iniciar: o launcher grava o arquivo de novo.");
 }
 
 QString saveRemedy()
@@ -131,68 +107,73 @@ QString saveRemedy()
     return QStringLiteral("Confira o servidor em Configuracao e clique em OK.");
 }
 
+QString chooseExeRemedy()
+{
+    return QStringLiteral("Escolha o executavel do jogo em Configuracao.");
+}
+
 } // namespace
 
 Results ClientChecks::settingsFile()
 {
     const QString subject = QStringLiteral("configuracoes");
-    const SavedSettings store;
+    const SettingsFile store; // for reading alone: its isWritable() would make a file
     const QString path = store.fileName();
     const QFileInfo info(path);
     if (!info.exists()) {
-        if (!canBeMade(path)) {
-            return {{Result::Error, subject, QStringLiteral("%1 nao pode ser criado.").arg(path),
-                     QStringLiteral("Corrija as permissoes da pasta.")}};
-        }
-        return {{Result::Ok,
-                 subject,
-                 QStringLiteral("%1 ainda nao existe; valem os valores iniciais.").arg(path),
-                 {}}};
+        return {
+            canBeMade(path)
+                ? Result::ok(
+                      subject,
+                      QStringLiteral("%1 ainda nao existe; valem os valores iniciais.").arg(path))
+                : Result::error(subject, QStringLiteral("%1 nao pode ser criado.").arg(path),
+                                QStringLiteral("Corrija as permissoes da pasta."))};
     }
     if (!info.isFile() || !info.isReadable()) {
-        return {{Result::Error, subject, QStringLiteral("%1 nao pode ser lido.").arg(path),
-                 permissionRemedy()}};
+        return {Result::error(subject, QStringLiteral("%1 nao pode ser lido.").arg(path),
+                              permissionRemedy())};
     }
     if (store.status() != QSettings::NoError) {
-        return {{Result::Error, subject,
-                 QStringLiteral("%1 nao tem o formato de configuracoes.").arg(path),
-                 QStringLiteral("Apague o arquivo e configure o launcher de novo.")}};
+        return {Result::error(subject, QStringLiteral("%1 nao esta no formato esperado.").arg(path),
+                              QStringLiteral("Apague o arquivo e configure o launcher de novo."))};
     }
     // It is replaced whole, by a new file in its folder.
     if (!info.isWritable() || !QFileInfo(info.canonicalPath()).isWritable()) {
-        return {{Result::Error, subject, QStringLiteral("%1 nao pode ser gravado.").arg(path),
-                 permissionRemedy()}};
+        return {Result::error(subject, QStringLiteral("%1 nao pode ser gravado.").arg(path),
+                              permissionRemedy())};
     }
-    return {{Result::Ok, subject, QStringLiteral("%1 pode ser lido e gravado.").arg(path), {}}};
+    return {Result::ok(subject, QStringLiteral("%1 pode ser lido e gravado.").arg(path))};
 }
 
 Results ClientChecks::folder()
 {
     const QString subject = QStringLiteral("pasta do cliente");
     const QString choose = QStringLiteral("Escolha a pasta do jogo em Configuracao.");
-    const QString dir = loadedSettings().clientDir;
+    const LauncherSettings &settings = loadedSettings();
+    const QString dir = settings.clientDir;
     const QFileInfo info(dir);
+    // Without a choice the launcher takes its own folder, which may be the client's.
+    if (SettingsFile().value(u"client/dir").toString().isEmpty() &&
+        !QFileInfo::exists(settings.resolvedClientExe())) {
+        return {Result::error(subject, QStringLiteral("nenhuma foi escolhida."), choose)};
+    }
     if (!info.exists()) {
-        return {{Result::Error, subject, QStringLiteral("nao existe: %1.").arg(dir), choose}};
+        return {Result::error(subject, QStringLiteral("nao existe: %1.").arg(dir), choose)};
     }
     if (!info.isDir()) {
-        return {{Result::Error, subject, QStringLiteral("nao e uma pasta: %1.").arg(dir), choose}};
+        return {Result::error(subject, QStringLiteral("nao e uma pasta: %1.").arg(dir), choose)};
     }
     if (!info.isReadable() || !info.isExecutable()) {
-        return {{Result::Error, subject, QStringLiteral("nao pode ser lida: %1.").arg(dir),
-                 QStringLiteral("Corrija as permissoes, por exemplo com chmod u+rwx.")}};
+        return {
+            Result::error(subject, QStringLiteral("nao pode ser lida: %1.").arg(dir),
+                          QStringLiteral("Corrija as permissoes, por exemplo com chmod u+rwx."))};
     }
     if (!info.isWritable()) {
-        return {{Result::Error, subject, QStringLiteral("nao pode ser gravada: %1.").arg(dir),
-                 QStringLiteral("Copie o jogo para uma pasta sua ou corrija as permissoes.")}};
+        return {Result::error(
+            subject, QStringLiteral("nao pode ser gravada: %1.").arg(dir),
+            QStringLiteral("Copie o jogo para uma pasta sua ou corrija as permissoes."))};
     }
-    if (dir == QCoreApplication::applicationDirPath()) {
-        return {{Result::Warning, subject,
-                 QStringLiteral("nenhuma foi escolhida; vale a pasta do proprio programa: %1.")
-                     .arg(dir),
-                 choose}};
-    }
-    return {{Result::Ok, subject, QStringLiteral("%1 pode ser lida e gravada.").arg(dir), {}}};
+    return {Result::ok(subject, QStringLiteral("%1 pode ser lida e gravada.").arg(dir))};
 }
 
 Result ClientChecks::roomResult(qint64 bytes)
@@ -202,12 +183,12 @@ Result ClientChecks::roomResult(qint64 bytes)
     const QString text = QStringLiteral("%1 MiB livres.").arg(bytes / MiB);
     const QString remedy = QStringLiteral("Libere espaco no disco da pasta do cliente.");
     if (bytes < 64 * MiB) {
-        return {Result::Error, subject, text, remedy};
+        return Result::error(subject, text, remedy);
     }
     if (bytes < 1024 * MiB) {
-        return {Result::Warning, subject, text, remedy};
+        return Result::warning(subject, text, remedy);
     }
-    return {Result::Ok, subject, text, {}};
+    return Result::ok(subject, text);
 }
 
 Results ClientChecks::room()
@@ -222,26 +203,27 @@ Results ClientChecks::room()
 Results ClientChecks::executable()
 {
     const QString subject = QStringLiteral("executavel");
-    const QString choose = QStringLiteral("Escolha o executavel do jogo em Configuracao.");
     const LauncherSettings &settings = loadedSettings();
     const QString exe = settings.resolvedClientExe();
     if (!QFileInfo::exists(exe)) {
-        return {{Result::Error, subject, QStringLiteral("nao foi encontrado: %1.").arg(exe),
-                 QStringLiteral("Confira a pasta do cliente e o executavel em Configuracao.")}};
+        return {Result::error(
+            subject, QStringLiteral("nao foi encontrado: %1.").arg(exe),
+            QStringLiteral("Confira a pasta do cliente e o executavel em Configuracao."))};
     }
     const ProgramKind kind = programKind(exe);
     if (kind == ProgramKind::Unreadable) {
-        return {{Result::Error, subject, QStringLiteral("nao pode ser lido: %1.").arg(exe),
-                 permissionRemedy()}};
+        return {Result::error(subject, QStringLiteral("nao pode ser lido: %1.").arg(exe),
+                              permissionRemedy())};
     }
     if (settings.useWine && kind == ProgramKind::Foreign) {
-        return {{Result::Error, subject,
-                 QStringLiteral("nao e um programa do Windows: %1.").arg(exe), choose}};
+        return {Result::error(subject, QStringLiteral("nao e um programa do Windows: %1.").arg(exe),
+                              chooseExeRemedy())};
     }
     if (!settings.useWine && !QFileInfo(exe).isExecutable()) {
-        return {{Result::Error, subject,
-                 QStringLiteral("o Wine esta desligado e o Linux nao pode executar %1.").arg(exe),
-                 QStringLiteral("Marque Usar Wine no Linux em Configuracao.")}};
+        return {Result::error(
+            subject,
+            QStringLiteral("o Wine esta desligado e o Linux nao pode executar %1.").arg(exe),
+            QStringLiteral("Marque \"Usar Wine no Linux\" em Configuracao."))};
     }
     QString text = exe;
     if (kind == ProgramKind::Bits32) {
@@ -249,16 +231,17 @@ Results ClientChecks::executable()
     } else if (kind == ProgramKind::Bits64) {
         text += QStringLiteral(", 64 bits");
     }
-    const auto absolute = [](const QString &path) { return QFileInfo(path).absoluteFilePath(); };
     if (QFileInfo::exists(settings.clientExe)) {
-        return {{Result::Ok, subject, text + QStringLiteral(" (pelo caminho escolhido)."), {}}};
+        return {Result::ok(subject, text + QStringLiteral(" (o caminho escolhido)."))};
     }
-    if (exe == absolute(QDir(settings.clientDir).filePath(settings.clientExe))) {
-        return {{Result::Ok, subject, text + QStringLiteral(" (na pasta do cliente)."), {}}};
+    const QString inFolder = QDir(settings.clientDir).filePath(settings.clientExe);
+    if (exe == QFileInfo(inFolder).absoluteFilePath()) {
+        return {Result::ok(subject, text + QStringLiteral(" (na pasta do cliente)."))};
     }
-    return {{Result::Warning, subject,
-             text + QStringLiteral(" (em lugar de %1, que nao existe).").arg(settings.clientExe),
-             choose}};
+    return {Result::warning(
+        subject,
+        text + QStringLiteral(" (no lugar de %1, que nao existe).").arg(settings.clientExe),
+        chooseExeRemedy())};
 }
 
 Results ClientChecks::names()
@@ -266,28 +249,25 @@ Results ClientChecks::names()
     const QString subject = QStringLiteral("nomes de arquivos");
     const QString dir = loadedSettings().clientDir;
     if (!QFileInfo(dir).isDir()) {
-        return {};
+        return {}; // which is said elsewhere
     }
     const QByteArrayList twins = PatchFolder::scan(dir, {}).caseTwins;
     if (twins.isEmpty()) {
-        return {{Result::Ok,
-                 subject,
-                 QStringLiteral("nenhum difere de outro so em maiusculas e minusculas."),
-                 {}}};
+        return {Result::ok(
+            subject, QStringLiteral("nenhum difere de outro so em maiusculas e minusculas."))};
     }
-    return {{Result::Warning, subject,
-             QStringLiteral("%1 de outro so em maiusculas e minusculas, a comecar por %2.")
-                 .arg(twins.size() == 1 ? QStringLiteral("um difere")
-                                        : QStringLiteral("%1 diferem").arg(twins.size()),
-                      quoted(twins.constFirst())),
-             QStringLiteral("Para o Windows sao o mesmo arquivo: apague os que sobram.")}};
+    return {Result::warning(
+        subject,
+        QStringLiteral("%1 nome(s) so diferem de outro em maiusculas e minusculas; o primeiro: %2.")
+            .arg(QString::number(twins.size()), quoted(twins.constFirst())),
+        QStringLiteral("Para o Windows sao o mesmo arquivo: apague os que sobram."))};
 }
 
 Results ClientChecks::configBin()
 {
     const ClientFile file(QStringLiteral("Config.bin"));
-    Results results = file.obstacles(
-        QStringLiteral("ainda nao existe; OK em Configuracao o grava com os valores iniciais."));
+    Results results = file.obstacles(QStringLiteral(
+        "ainda nao existe; o launcher o cria quando voce clica em OK em Configuracao."));
     if (!results.isEmpty()) {
         return results;
     }
@@ -300,7 +280,7 @@ Results ClientChecks::configBin()
     const QByteArray content = writtenBy([&](const QString &path) {
         return ConfigBin::save(path, stored) && ConfigBin::load(path, &corrected);
     });
-    // The words that the launcher does not know may differ: the client writes them its own way.
+    // The other words may differ: the client writes them its own way.
     if (content.isEmpty() || stored.modelQuality != corrected.modelQuality ||
         stored.soundLevel != corrected.soundLevel || stored.musicLevel != corrected.musicLevel ||
         stored.brightness != corrected.brightness) {
@@ -321,18 +301,18 @@ Results ClientChecks::serverList()
     QString ip;
     int channels = 0;
     if (!ServerList::detectPrimary(file.path, &ip, &channels)) {
-        return {file.warning(QStringLiteral("nao nomeia nenhum servidor."), startRemedy())};
+        return {file.warning(QStringLiteral("nao indica nenhum servidor."), startRemedy())};
     }
     channels = ClientSync::clampChannelCount(channels);
     const QString text = QStringLiteral("%1, %2 canal(is)").arg(ip).arg(channels);
-    // The launcher takes over what this file says, so compare with what it has saved.
-    const SavedSettings saved;
+    // Loading takes this file's values over, so compare with the saved ones.
+    const SettingsFile saved;
     const QString savedIp = saved.value(u"server/ip", ip).toString().trimmed();
     const int savedChannels =
         ClientSync::clampChannelCount(saved.value(u"server/channelCount", channels).toInt());
     if (ip != savedIp || channels != savedChannels) {
         return {file.warning(
-            QStringLiteral("%1; as configuracoes gravadas dizem %2, %3 canal(is). Vale o arquivo.")
+            QStringLiteral("%1; as configuracoes salvas dizem %2, %3 canal(is). Vale o arquivo.")
                 .arg(text, savedIp, QString::number(savedChannels)),
             saveRemedy())};
     }
@@ -357,12 +337,11 @@ Results ClientChecks::snBin()
         return {file.warning(QStringLiteral("nao e valido."), startRemedy())};
     }
     const QString saved =
-        SnBin::preparedName(SavedSettings().value(u"server/name", name).toString());
+        SnBin::preparedName(SettingsFile().value(u"server/name", name).toString());
     if (saved.trimmed().compare(name.trimmed(), Qt::CaseInsensitive) != 0) {
-        return {
-            file.warning(QStringLiteral("%1; as configuracoes gravadas dizem %2. Vale o arquivo.")
-                             .arg(quoted(name), quoted(saved)),
-                         saveRemedy())};
+        return {file.warning(QStringLiteral("%1; as configuracoes salvas dizem %2. Vale o arquivo.")
+                                 .arg(quoted(name), quoted(saved)),
+                             saveRemedy())};
     }
     return {file.ok(quoted(name) + u'.')};
 }
@@ -376,7 +355,7 @@ Results ClientChecks::serverTxt()
     }
     const QString ip = LauncherSettings::instance().serverIp.trimmed();
     if (file.content() != ip.toUtf8() + '\n') {
-        return {file.warning(QStringLiteral("nao diz %1.").arg(ip), startRemedy())};
+        return {file.warning(QStringLiteral("nao contem %1.").arg(ip), startRemedy())};
     }
     return {file.ok(ip + u'.')};
 }
@@ -411,8 +390,9 @@ Results ClientChecks::loginIni()
         }
     }
     if (!isNamed) {
-        return {file.warning(QStringLiteral("nao tem a linha server_ip=."),
-                             QStringLiteral("Se o jogo nao conecta, reponha o arquivo original."))};
+        return {
+            file.warning(QStringLiteral("nao tem a linha server_ip=."),
+                         QStringLiteral("Se o jogo nao conectar, restaure o arquivo original."))};
     }
     return {file.ok(QString::fromUtf8(ip) + u'.')};
 }

@@ -14,7 +14,7 @@ Results folder();
 Results room();
 /// Which file a start runs, by which rule, and whether it is a program.
 Results executable();
-/// Names in the client folder that are one to Windows.
+/// No names in the client folder differ only in letter case: to Windows they are the same.
 Results names();
 
 // The client's own files: readable, writable, valid and what the settings would write.

@@ -26,20 +26,21 @@ Results DesktopChecks::screen()
     const QString subject = QStringLiteral("tela");
     const QScreen *const screen = QGuiApplication::primaryScreen();
     if (screen == nullptr) {
-        return {{Result::Error, subject, QStringLiteral("nenhuma tela foi encontrada."),
-                 QStringLiteral("Ligue uma tela.")}};
+        return {Result::error(subject, QStringLiteral("nenhuma tela foi encontrada."),
+                              QStringLiteral("Conecte um monitor."))};
     }
     const QString text = QStringLiteral("%1, %2, escala %3")
                              .arg(QGuiApplication::platformName(), sizeTextOf(screen->size()),
                                   QString::number(screen->devicePixelRatio()));
     const QSize room = screen->availableSize();
     if (room.width() < windowSize.width() || room.height() < windowSize.height()) {
-        return {{Result::Warning, subject,
-                 QStringLiteral("%1; a janela do launcher precisa de %2.")
-                     .arg(text, sizeTextOf(windowSize)),
-                 QStringLiteral("Escolha uma resolucao maior ou uma escala menor.")}};
+        return {
+            Result::warning(subject,
+                            QStringLiteral("%1; a janela do launcher precisa de %2.")
+                                .arg(text, sizeTextOf(windowSize)),
+                            QStringLiteral("Escolha uma resolucao maior ou uma escala menor."))};
     }
-    return {{Result::Ok, subject, text + u'.', {}}};
+    return {Result::ok(subject, text + u'.')};
 }
 
 Results DesktopChecks::fonts()
@@ -53,12 +54,13 @@ Results DesktopChecks::fonts()
         }
     }
     if (missing.isEmpty()) {
-        return {{Result::Ok, subject, QStringLiteral("Inter e JetBrains Mono."), {}}};
+        return {Result::ok(subject, QStringLiteral("Inter e JetBrains Mono."))};
     }
-    return {
-        {Result::Warning, subject,
-         QStringLiteral("sem %1; o launcher usa outra.").arg(missing.join(QLatin1String(" e "))),
-         QStringLiteral("Debian e Ubuntu: sudo apt install fonts-inter fonts-jetbrains-mono")}};
+    return {Result::warning(
+        subject,
+        QStringLiteral("falta %1; o launcher usa outra fonte.")
+            .arg(missing.join(QLatin1String(" e "))),
+        QStringLiteral("Debian e Ubuntu: sudo apt install fonts-inter fonts-jetbrains-mono"))};
 }
 
 QStringList DesktopChecks::graphicsDrivers(const QString &sys)
@@ -85,12 +87,10 @@ QStringList DesktopChecks::graphicsDrivers(const QString &sys)
 Results DesktopChecks::versions()
 {
     const QStringList drivers = graphicsDrivers(QStringLiteral("/sys"));
-    return {{Result::Ok,
-             QStringLiteral("versoes"),
-             QStringLiteral("launcher %1; Qt %2; %3; Linux %4; driver grafico: %5.")
-                 .arg(QStringLiteral(ZEL_VERSION), QLatin1String(qVersion()),
-                      QSysInfo::prettyProductName(), QSysInfo::kernelVersion(),
-                      drivers.isEmpty() ? QStringLiteral("desconhecido")
-                                        : drivers.join(QStringLiteral(", "))),
-             {}}};
+    return {Result::ok(QStringLiteral("versoes"),
+                       QStringLiteral("launcher %1; Qt %2; %3; Linux %4; driver grafico: %5.")
+                           .arg(QStringLiteral(ZEL_VERSION), QLatin1String(qVersion()),
+                                QSysInfo::prettyProductName(), QSysInfo::kernelVersion(),
+                                drivers.isEmpty() ? QStringLiteral("desconhecido")
+                                                  : drivers.join(QStringLiteral(", "))))};
 }

@@ -5,7 +5,7 @@
 #include <QUrl>
 
 #include "patch/PatchContract.h"
-#include "settings/LauncherSettings.h"
+#include "zel-doctor/LoadedSettings.h"
 #include "zel-manifest/Manifest.h"
 #include "zel-manifest/PublishedPatch.h"
 #include "zel-manifest/Text.h"
@@ -13,7 +13,7 @@
 namespace
 {
 
-/// Shorter than half of the check's limit: it makes two requests.
+/// Two requests end within the check's limit.
 constexpr int transferTimeoutMs = 20'000;
 
 QString serverSubject()
@@ -32,80 +32,84 @@ QString shownUrl(const QUrl &url)
     return url.toDisplayString(QUrl::RemoveUserInfo);
 }
 
+QString addressRemedy()
+{
+    return QStringLiteral("Confira \"URL base do patch\" em Configuracao.");
+}
+
 Result proxyResult(const QUrl &url)
 {
     const QString subject = QStringLiteral("proxy");
     const QList<QNetworkProxy> proxies =
         QNetworkProxyFactory::proxyForQuery(QNetworkProxyQuery(url));
     if (proxies.isEmpty() || proxies.constFirst().type() == QNetworkProxy::NoProxy) {
-        return {Result::Ok, subject, QStringLiteral("nenhum."), {}};
+        return Result::ok(subject, QStringLiteral("nenhum."));
     }
-    return {Result::Warning, subject,
-            QStringLiteral("as atualizacoes passam por %1:%2.")
-                .arg(proxies.constFirst().hostName())
-                .arg(proxies.constFirst().port()),
-            QStringLiteral("Se elas falharem, confira http_proxy, https_proxy e no_proxy.")};
+    return Result::warning(
+        subject,
+        QStringLiteral("as atualizacoes passam por %1:%2.")
+            .arg(proxies.constFirst().hostName())
+            .arg(proxies.constFirst().port()),
+        QStringLiteral("Se elas falharem, confira http_proxy, https_proxy e no_proxy."));
 }
 
-/// What there is to say of a request that failed for the reason @p text, in English.
-Result failure(const PatchAnswer &answer, const QString &what, const QString &text)
+/// What is said of a request for @p what that failed for the reason @p text, in English.
+Result failure(const PatchAnswer &answer, const QString &what, const QString &text, int timeoutMs)
 {
-    const auto result = [&what](const QString &reason, const QString &remedy) {
-        return Result{Result::Error, serverSubject(), what + QLatin1String(": ") + reason, remedy};
+    const auto error = [&what](const QString &reason, const QString &remedy) {
+        return Result::error(serverSubject(), what + QLatin1String(": ") + reason, remedy);
     };
     if (answer.status >= 400) {
-        return result(QStringLiteral("o servidor respondeu com o codigo %1.").arg(answer.status),
-                      QStringLiteral("Confira URL base do patch em Configuracao, ou avise quem "
-                                     "mantem o servidor."));
+        return error(QStringLiteral("o servidor respondeu com o codigo %1.").arg(answer.status),
+                     QStringLiteral("Confira \"URL base do patch\" em Configuracao ou avise quem "
+                                    "mantem o servidor."));
     }
     switch (answer.error) {
     case QNetworkReply::SslHandshakeFailedError:
-        return result(QStringLiteral("o certificado nao e aceito (%1).").arg(text),
-                      QStringLiteral("Confira a data do computador; instale ca-certificates; se "
-                                     "nao ajudar, avise quem mantem o servidor."));
+        return error(QStringLiteral("o certificado nao e aceito (%1).").arg(text),
+                     QStringLiteral("Confira a data do computador e instale ca-certificates; se "
+                                    "nao ajudar, avise quem mantem o servidor."));
     case QNetworkReply::HostNotFoundError:
-        return result(QStringLiteral("o nome do servidor nao foi encontrado."),
-                      QStringLiteral("Confira a internet e URL base do patch em Configuracao."));
+        return error(QStringLiteral("o nome do servidor nao foi encontrado."),
+                     QStringLiteral("Confira a conexao com a internet e \"URL base do patch\" em "
+                                    "Configuracao."));
     case QNetworkReply::ConnectionRefusedError:
     case QNetworkReply::RemoteHostClosedError:
-        return result(QStringLiteral("o servidor nao atende (%1).").arg(text),
-                      QStringLiteral("Tente mais tarde ou avise quem mantem o servidor."));
+        return error(QStringLiteral("a conexao foi recusada ou interrompida (%1).").arg(text),
+                     QStringLiteral("Tente mais tarde ou avise quem mantem o servidor."));
     case QNetworkReply::OperationCanceledError:
-        return result(
-            QStringLiteral("o servidor nao mandou nada por %1 s.").arg(transferTimeoutMs / 1000),
-            QStringLiteral("O launcher esperaria para sempre: tente mais tarde."));
+        return error(QStringLiteral("o servidor nao enviou nada em %1 s.").arg(timeoutMs / 1000),
+                     QStringLiteral("O launcher esperaria para sempre: tente mais tarde."));
     case QNetworkReply::InsecureRedirectError:
     case QNetworkReply::TooManyRedirectsError:
-        return result(
-            QStringLiteral("o servidor redireciona para onde o launcher nao segue (%1).").arg(text),
-            operatorRemedy());
+        return error(QStringLiteral("o servidor redireciona para um endereco que o launcher nao "
+                                    "aceita (%1).")
+                         .arg(text),
+                     operatorRemedy());
     default:
-        return result(text + u'.',
-                      QStringLiteral("Confira URL base do patch em Configuracao e o proxy."));
+        return error(text + u'.',
+                     QStringLiteral("Confira \"URL base do patch\" em Configuracao e o proxy."));
     }
 }
 
-/// How the way of an answer to the launcher could be better; nothing when it is good.
+/// What launchers accept, but should not have to, in the answer to a request for @p what.
 Results remarks(const PatchAnswer &answer, const QString &what)
 {
     Results results;
     const auto warn = [&](const QString &text, const QString &remedy) {
-        results.append(
-            {Result::Warning, serverSubject(), what + QLatin1String(": ") + text, remedy});
+        results.append(Result::warning(serverSubject(), what + QLatin1String(": ") + text, remedy));
     };
+    const QString effect = QStringLiteral("a barra de progresso fica parada, e um download "
+                                          "incompleto pode passar despercebido.");
     const QList<AnswerFault> faults = answer.faults();
     if (faults.contains(AnswerFault::Redirected)) {
         warn(QStringLiteral("o servidor redireciona para %1.").arg(shownUrl(answer.url)),
-             QStringLiteral("Use o endereco novo em URL base do patch."));
+             QStringLiteral("Use o endereco novo em \"URL base do patch\"."));
     } else if (faults.contains(AnswerFault::Compressed)) {
-        warn(QStringLiteral("a resposta vem comprimida; a barra de progresso fica parada e um "
-                            "arquivo cortado pode passar despercebido."),
-             operatorRemedy());
+        warn(QStringLiteral("a resposta vem comprimida: ") + effect, operatorRemedy());
     } else if (faults.contains(AnswerFault::Chunked) ||
                faults.contains(AnswerFault::WithoutLength)) {
-        warn(QStringLiteral("a resposta vem sem tamanho; a barra de progresso fica parada e um "
-                            "arquivo cortado pode passar despercebido."),
-             operatorRemedy());
+        warn(QStringLiteral("a resposta vem sem o tamanho: ") + effect, operatorRemedy());
     }
     return results;
 }
@@ -125,21 +129,22 @@ Results contentResults(const Manifest &manifest)
         withoutSize += entry.size < 0 ? 1 : 0;
     }
     if (outsideCount > 0) {
-        results.append({Result::Error, subject,
-                        QStringLiteral("%1 arquivo(s) sairiam da pasta do cliente, a comecar "
-                                       "por %2.")
-                            .arg(QString::number(outsideCount), quoted(outside)),
-                        QStringLiteral("Nao atualize a partir deste servidor.")});
+        results.append(Result::error(
+            subject,
+            QStringLiteral("%1 arquivo(s) seriam gravados fora da pasta do cliente; o primeiro: "
+                           "%2.")
+                .arg(QString::number(outsideCount), quoted(outside)),
+            QStringLiteral("Nao atualize a partir deste servidor.")));
     }
     constexpr double MiB = 1024 * 1024;
     const FileAmount amount = manifest.amount();
     QString text = QStringLiteral("versao %1; cada inicio baixa %2 arquivo(s), %3 MiB")
                        .arg(quoted(manifest.version), QString::number(amount.files),
-                            QString::number(double(amount.bytes) / MiB, 'f', 1));
+                            decimalText(double(amount.bytes) / MiB));
     if (withoutSize > 0) {
-        text += QStringLiteral(" e %1 de tamanho desconhecido").arg(withoutSize);
+        text += QStringLiteral(" sem contar %1 de tamanho desconhecido").arg(withoutSize);
     }
-    results.append({Result::Ok, subject, text + u'.', {}});
+    results.append(Result::ok(subject, text + u'.'));
     return results;
 }
 
@@ -154,45 +159,46 @@ bool PatchChecks::leavesFolder(const QString &path)
 
 Results PatchChecks::server()
 {
-    LauncherSettings &settings = LauncherSettings::instance();
-    settings.load();
-    const QString base = PatchContract::normalizedBaseUrl(settings.patchBaseUrl);
+    return answersWithin(transferTimeoutMs);
+}
+
+Results PatchChecks::answersWithin(int timeoutMs)
+{
+    const QString base = PatchContract::normalizedBaseUrl(loadedSettings().patchBaseUrl);
     if (base.isEmpty()) {
-        return {{Result::Ok,
-                 serverSubject(),
-                 QStringLiteral("nenhum foi escolhido; o jogo inicia sem atualizacoes."),
-                 {}}};
+        return {
+            Result::ok(serverSubject(),
+                       QStringLiteral("nenhum foi escolhido; o jogo inicia sem atualizacoes."))};
     }
     const QString name = QStringLiteral("manifest.json");
     const QUrl url(base + name, QUrl::TolerantMode);
     if (!url.isValid()) {
-        return {{Result::Error, serverSubject(),
-                 QStringLiteral("o endereco nao e valido: %1.").arg(base),
-                 QStringLiteral("Corrija URL base do patch em Configuracao.")}};
+        // Without the address, which may hold a password.
+        return {Result::error(serverSubject(), QStringLiteral("o endereco nao e valido."),
+                              addressRemedy())};
     }
     Results results{proxyResult(url)};
-    PublishedPatch patch(base, transferTimeoutMs);
+    PublishedPatch patch(base, timeoutMs);
     QByteArray json;
     QString error;
     if (!patch.fetchWhole(name, &json, &error)) {
-        results.append(failure(patch.answer(), name, error));
+        results.append(failure(patch.answer(), name, error, timeoutMs));
         return results;
     }
     Manifest manifest;
     if (!Manifest::fromJson(json, &manifest)) {
-        results.append(
-            {Result::Error, serverSubject(),
-             QStringLiteral("o que %1 responde nao e um manifest.json.").arg(shownUrl(url)),
-             QStringLiteral("Confira URL base do patch em Configuracao.")});
+        results.append(Result::error(
+            serverSubject(),
+            QStringLiteral("a resposta de %1 nao e um manifest.json.").arg(shownUrl(url)),
+            addressRemedy()));
         return results;
     }
-    results.append(
-        {Result::Ok, serverSubject(), QStringLiteral("%1 responde.").arg(shownUrl(url)), {}});
+    results.append(Result::ok(serverSubject(), QStringLiteral("%1 responde.").arg(shownUrl(url))));
     if (patch.answer().faults().contains(AnswerFault::Plain)) {
-        results.append(
-            {Result::Warning, serverSubject(),
-             QStringLiteral("sem https, outros na rede podem trocar os arquivos do jogo."),
-             QStringLiteral("Pergunte a quem mantem o servidor pelo endereco https.")});
+        results.append(Result::warning(
+            serverSubject(),
+            QStringLiteral("sem https, outras pessoas na rede podem trocar os arquivos do jogo."),
+            QStringLiteral("Pergunte a quem mantem o servidor qual e o endereco https.")));
     }
     results += remarks(patch.answer(), name);
     if (!manifest.files.isEmpty()) {
@@ -201,7 +207,7 @@ Results PatchChecks::server()
         if (patch.tryFile(entry.url, &error)) {
             results += remarks(patch.answer(), entry.path);
         } else {
-            results.append(failure(patch.answer(), entry.path, error));
+            results.append(failure(patch.answer(), entry.path, error, timeoutMs));
         }
     }
     return results + contentResults(manifest);

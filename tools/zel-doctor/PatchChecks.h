@@ -4,14 +4,16 @@
 
 #include "zel-doctor/Result.h"
 
-/// The patch server, asked in the launcher's own requests.
+/// The patch server, asked by requests like the launcher's.
 namespace PatchChecks
 {
 
-/// The server answers as the launcher needs it, and what each start downloads.
+/// The server answers as the launcher needs it; how much each start downloads.
 Results server();
+/// The same with another limit, in milliseconds, for a server that sends nothing.
+Results answersWithin(int timeoutMs);
 
-/// True when the launcher would store a manifest's entry of this path outside of the client folder.
+/// Whether the launcher would write the file of a manifest's entry outside of the client folder.
 bool leavesFolder(const QString &path);
 
 } // namespace PatchChecks

@@ -1,15 +1,9 @@
 #include "zel-doctor/Report.h"
 
-#include <QDir>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QRegularExpression>
 
 #include <algorithm>
-#include <pwd.h>
-#include <unistd.h>
-#include <utility>
 
 namespace
 {
@@ -27,68 +21,17 @@ QString stateName(Result::State state)
     return QStringLiteral("erro");
 }
 
-/// Matches @p folder in the spelling of Linux and in those of Windows, where Wine shows it.
-QRegularExpression folderPattern(const QString &folder)
-{
-    QStringList parts = folder.split(u'/', Qt::SkipEmptyParts);
-    for (QString &part : parts) {
-        part = QRegularExpression::escape(part);
-    }
-    return QRegularExpression(
-        QStringLiteral(R"([/\\]+%1(?![\w-]))").arg(parts.join(QStringLiteral(R"([/\\]+)"))),
-        QRegularExpression::CaseInsensitiveOption | QRegularExpression::UseUnicodePropertiesOption);
-}
-
-QRegularExpression wordPattern(const QString &word)
-{
-    return QRegularExpression(
-        QStringLiteral(R"((?<![\w-])%1(?![\w-]))").arg(QRegularExpression::escape(word)),
-        QRegularExpression::CaseInsensitiveOption | QRegularExpression::UseUnicodePropertiesOption);
-}
-
 } // namespace
-
-PrivateNames PrivateNames::own()
-{
-    PrivateNames names;
-    names.homes = {QDir::homePath(), QFileInfo(QDir::homePath()).canonicalFilePath()};
-    names.users = {qEnvironmentVariable("USER"), qEnvironmentVariable("LOGNAME")};
-    if (const passwd *entry = ::getpwuid(::getuid())) {
-        names.homes.append(QString::fromLocal8Bit(entry->pw_dir));
-        names.users.append(QString::fromLocal8Bit(entry->pw_name));
-    }
-    names.homes.removeAll(QString());
-    names.homes.removeAll(QStringLiteral("/"));
-    names.homes.removeDuplicates();
-    names.users.removeAll(QString());
-    names.users.removeDuplicates();
-    return names;
-}
-
-Report::Report(PrivateNames hiddenNames)
-    : names(std::move(hiddenNames))
-{
-    // One home may lie in another.
-    std::sort(names.homes.begin(), names.homes.end(),
-              [](const QString &a, const QString &b) { return a.size() > b.size(); });
-}
 
 QString Report::add(const Result &result)
 {
-    Result clean = result;
-    clean.text = shown(result.text);
-    clean.remedy = shown(result.remedy);
-    for (QString &line : clean.lines) {
-        line = shown(line);
+    results.append(result);
+    QString text = stateName(result.state).leftJustified(6) + result.subject + QLatin1String(": ") +
+                   result.text;
+    if (!result.remedy.isEmpty()) {
+        text += u' ' + result.remedy;
     }
-    results.append(clean);
-
-    QString text =
-        stateName(clean.state).leftJustified(6) + clean.subject + QLatin1String(": ") + clean.text;
-    if (!clean.remedy.isEmpty()) {
-        text += u' ' + clean.remedy;
-    }
-    for (const QString &line : std::as_const(clean.lines)) {
+    for (const QString &line : result.lines) {
         text += QLatin1String("\n    ") + line;
     }
     return text + u'\n';
@@ -118,28 +61,6 @@ int Report::exitCode() const
         return 2;
     }
     return count(Result::Warning) > 0 ? 1 : 0;
-}
-
-QString Report::shown(const QString &text) const
-{
-    static const QRegularExpression otherHome(
-        QStringLiteral(R"((?<![\w.-])[/\\]+home[/\\]+[^/\\\s"':;,]+)"));
-    QString result = text;
-    for (QChar &c : result) {
-        if (c == u'\n') {
-            c = u' ';
-        } else if (c.category() == QChar::Other_Control && c != u'\t') {
-            c = u'?';
-        }
-    }
-    for (const QString &home : names.homes) {
-        result.replace(folderPattern(home), QStringLiteral("~"));
-    }
-    result.replace(otherHome, QStringLiteral("~"));
-    for (const QString &user : names.users) {
-        result.replace(wordPattern(user), QStringLiteral("~"));
-    }
-    return result;
 }
 
 QJsonObject Report::toJson(const Result &result)

@@ -3,33 +3,24 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
-#include <QSysInfo>
 
-#include <sys/stat.h>
+#include <optional>
 #include <unistd.h>
 
-#include "settings/LauncherSettings.h"
+#include "zel-doctor/LoadedSettings.h"
 #include "zel-doctor/WineSetup.h"
 #include "zel-manifest/Text.h"
 
 namespace
 {
 
-/// The launcher waits so long for a login shell when it looks for Wine.
+/// The launcher's search for Wine waits so long for a login shell.
 constexpr qint64 slowProfileMs = 2000;
-
-const LauncherSettings &loadedSettings()
-{
-    LauncherSettings::instance().load();
-    return LauncherSettings::instance();
-}
 
 Result unused(const QString &subject)
 {
-    return {Result::Ok,
-            subject,
-            QStringLiteral("nao e usado: Usar Wine no Linux esta desmarcado."),
-            {}};
+    return Result::ok(subject,
+                      QStringLiteral("nao e usado: \"Usar Wine no Linux\" esta desmarcado."));
 }
 
 QString installRemedy()
@@ -37,16 +28,18 @@ QString installRemedy()
     return QStringLiteral("Debian e Ubuntu: sudo apt install wine");
 }
 
-QString install32Remedy()
+QString installRemedy(ProgramKind kind)
 {
-    return QStringLiteral(
-        "Debian e Ubuntu: sudo dpkg --add-architecture i386 && sudo apt update && "
-        "sudo apt install wine32:i386");
+    return kind == ProgramKind::Bits32
+               ? QStringLiteral(
+                     "Debian e Ubuntu: sudo dpkg --add-architecture i386 && sudo apt update && "
+                     "sudo apt install wine32:i386")
+               : QStringLiteral("Debian e Ubuntu: sudo apt install wine64");
 }
 
-QString install64Remedy()
+QString chooseRemedy()
 {
-    return QStringLiteral("Debian e Ubuntu: sudo apt install wine64");
+    return QStringLiteral("Escolha outro em Configuracao.");
 }
 
 /// What the Wine at @p program prints when asked for its version; empty when it fails.
@@ -67,9 +60,15 @@ QString versionOf(const QString &program)
     return QString::fromUtf8(process.readAllStandardOutput()).section(u'\n', 0, 0).trimmed();
 }
 
-QString kindText(ProgramKind kind)
+QString registryOf(const QString &prefix)
 {
-    return kind == ProgramKind::Bits32 ? QStringLiteral("32 bits") : QStringLiteral("64 bits");
+    return prefix + QStringLiteral("/system.reg");
+}
+
+/// Whether Wine has made a prefix at @p path.
+bool isPrefix(const QString &path)
+{
+    return QFileInfo::exists(registryOf(path));
 }
 
 /// The architecture that the prefix at @p path was made for; empty when it does not say.
@@ -77,7 +76,7 @@ QString archOf(const QString &path)
 {
     constexpr int linesLookedAt = 10;
     const QByteArray sign = "#arch=";
-    QFile registry(path + QStringLiteral("/system.reg"));
+    QFile registry(registryOf(path));
     if (!QFileInfo(registry).isFile() || !registry.open(QIODevice::ReadOnly)) {
         return {};
     }
@@ -88,6 +87,67 @@ QString archOf(const QString &path)
         }
     }
     return {};
+}
+
+/// What is wrong with the prefix of @p choice for the game; nothing when it is good.
+std::optional<Result> prefixFault(const QString &subject, const WineSetup::Choice &choice,
+                                  ProgramKind game)
+{
+    const QString win32 = QStringLiteral("win32");
+    const QString &path = choice.prefix;
+    const QFileInfo info(path);
+    const QString other = choice.isScript ? QStringLiteral("escolha outro PREFIX em wine.conf.")
+                                          : QStringLiteral("escolha outro WINEPREFIX.");
+    const auto error = [&subject](const QString &text, const QString &remedy) {
+        return Result::error(subject, text, remedy);
+    };
+    if (info.exists() && !info.isDir()) {
+        return error(QStringLiteral("%1 nao e uma pasta.").arg(path),
+                     QStringLiteral("Apague esse arquivo ou ") + other);
+    }
+    if (info.exists() && info.ownerId() != ::geteuid()) {
+        return error(QStringLiteral("%1 pertence a outro usuario; o Wine nao o aceita.").arg(path),
+                     QStringLiteral("Mude o dono da pasta com sudo chown -R, ou ") + other);
+    }
+    const bool isUsed = isPrefix(path);
+    const QString arch = archOf(path);
+    if (isUsed && arch.isEmpty()) {
+        return Result::warning(subject,
+                               QStringLiteral("%1 nao informa a sua arquitetura.").arg(path),
+                               QStringLiteral("Se o jogo nao abrir, ") + other);
+    }
+    const bool isKnownWish = choice.arch == win32 || choice.arch == QLatin1String("win64");
+    if (isUsed && isKnownWish && choice.arch != arch) {
+        return error(QStringLiteral("%1 e %2, mas WINEARCH pede %3; o Wine nao o aceita.")
+                         .arg(path, arch, choice.arch),
+                     QStringLiteral("Remova WINEARCH ou ") + other);
+    }
+    if ((isUsed ? arch : choice.arch) == win32) {
+        const QString text =
+            path + (isUsed ? QStringLiteral(" e win32; ")
+                           : QStringLiteral(" seria win32 por causa de WINEARCH; "));
+        const QString remedy = isUsed ? QStringLiteral("Remova WINEARCH, se houver, e ") + other
+                                      : QStringLiteral("Remova WINEARCH.");
+        if (WineSetup::win32PrefixSupport(choice.wine) == WineSetup::Support::No) {
+            return error(text + QStringLiteral("este Wine nao aceita prefixos de 32 bits."),
+                         remedy);
+        }
+        if (game == ProgramKind::Bits64) {
+            return error(text + QStringLiteral("nele nao rodam programas de 64 bits, como o jogo."),
+                         remedy);
+        }
+    } else if (isUsed && game == ProgramKind::Bits32 &&
+               !QFileInfo::exists(path + QStringLiteral("/drive_c/windows/syswow64/ntdll.dll"))) {
+        // A newer Wine adds them, but not the one that made the prefix without them.
+        const QString remedy = choice.isScript ? QStringLiteral("execute zel-wine --reset.")
+                                               : QStringLiteral("renomeie essa pasta.");
+        return Result::warning(
+            subject,
+            QStringLiteral("%1 nao tem os arquivos de 32 bits de que o jogo precisa.").arg(path),
+            QStringLiteral("Com o Wine de 32 bits instalado, inicie o jogo; se ele fechar logo, ") +
+                remedy);
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -102,57 +162,66 @@ Results WineChecks::wine()
     const QString program = settings.resolvedWine();
     Results results;
     if (!settings.winePath.isEmpty() && program != settings.winePath) {
-        results.append({Result::Warning, subject,
-                        QStringLiteral("o Wine escolhido nao existe: %1.").arg(settings.winePath),
-                        QStringLiteral("Escolha outro em Configuracao.")});
+        results.append(Result::warning(
+            subject, QStringLiteral("o Wine escolhido nao existe: %1.").arg(settings.winePath),
+            chooseRemedy()));
     }
     const WineSetup::Choice choice =
-        WineSetup::choiceFor(program, QProcessEnvironment::systemEnvironment());
+        WineSetup::choiceFor(program, WineSetup::runLoginShell().environment);
     if (choice.wine.isEmpty()) {
-        const bool isThere = QFileInfo::exists(program) && !choice.isScript;
+        const bool isThere = QFileInfo::exists(choice.wanted);
+        QStringList remedies;
+        if (choice.isScript) {
+            remedies.append(QStringLiteral("Confira WINE em wine.conf."));
+        } else if (isThere) {
+            remedies.append(chooseRemedy());
+        }
+        if (!isThere) {
+            remedies.append(installRemedy());
+        }
+        const QString text = isThere ? QStringLiteral("nao pode ser executado: %1.")
+                                     : QStringLiteral("nao foi encontrado: %1.");
         results.append(
-            {Result::Error, subject,
-             isThere ? QStringLiteral("nao pode ser executado: %1.").arg(program)
-                     : QStringLiteral("nao foi encontrado."),
-             isThere ? QStringLiteral("Escolha outro em Configuracao.") : installRemedy()});
+            Result::error(subject, text.arg(choice.wanted), remedies.join(QLatin1Char(' '))));
         return results;
     }
     const QString version = versionOf(choice.wine);
     if (version.isEmpty()) {
-        results.append({Result::Error, subject,
-                        QStringLiteral("%1 nao diz a sua versao.").arg(choice.wine),
-                        QStringLiteral("Escolha outro em Configuracao ou instale-o de novo. ") +
-                            installRemedy()});
+        results.append(
+            Result::error(subject, QStringLiteral("%1 nao informa a sua versao.").arg(choice.wine),
+                          QStringLiteral("Escolha outro em Configuracao ou instale-o de novo. ") +
+                              installRemedy()));
         return results;
     }
     QString text = QStringLiteral("%1, %2").arg(choice.wine, version);
     if (choice.isScript) {
-        text += QStringLiteral(", por meio do zel-wine");
+        text += QStringLiteral(", iniciado pelo zel-wine");
     }
     const ProgramKind kind = programKind(settings.resolvedClientExe());
     if (kind != ProgramKind::Bits32 && kind != ProgramKind::Bits64) {
-        results.append({Result::Ok, subject, text + u'.', {}});
+        results.append(Result::ok(subject, text + u'.'));
         return results;
     }
+    const QString bits =
+        kind == ProgramKind::Bits32 ? QStringLiteral("32 bits") : QStringLiteral("64 bits");
     switch (WineSetup::support(choice.wine, kind)) {
     case WineSetup::Support::Yes:
-        results.append({Result::Ok,
-                        subject,
-                        QStringLiteral("%1; executa programas de %2.").arg(text, kindText(kind)),
-                        {}});
+        results.append(
+            Result::ok(subject, QStringLiteral("%1; executa programas de %2.").arg(text, bits)));
         break;
     case WineSetup::Support::No:
-        results.append({Result::Error, subject,
-                        QStringLiteral("%1; nao executa programas de %2, como o jogo.")
-                            .arg(text, kindText(kind)),
-                        kind == ProgramKind::Bits32 ? install32Remedy() : install64Remedy()});
+        results.append(Result::error(
+            subject,
+            QStringLiteral("%1; nao executa programas de %2, como o jogo.").arg(text, bits),
+            installRemedy(kind)));
         break;
     case WineSetup::Support::Unknown:
-        results.append({Result::Warning, subject,
-                        QStringLiteral("%1; nao se sabe se executa programas de %2, como o jogo.")
-                            .arg(text, kindText(kind)),
-                        QStringLiteral("Se o jogo terminar com o codigo 53, instale esse Wine. ") +
-                            (kind == ProgramKind::Bits32 ? install32Remedy() : install64Remedy())});
+        results.append(Result::warning(
+            subject,
+            QStringLiteral("%1; nao foi possivel saber se executa programas de %2, como o jogo.")
+                .arg(text, bits),
+            QStringLiteral("Se o jogo fechar logo ao abrir, instale o Wine de %1. ").arg(bits) +
+                installRemedy(kind)));
         break;
     }
     return results;
@@ -167,52 +236,17 @@ Results WineChecks::prefix()
     }
     const WineSetup::Choice choice =
         WineSetup::choiceFor(settings.resolvedWine(), WineSetup::runLoginShell().environment);
-    const QString path = choice.prefix;
-    const QFileInfo info(path);
-    if (!info.exists()) {
-        return {{Result::Ok,
-                 subject,
-                 QStringLiteral("%1 ainda nao existe; o Wine o cria no primeiro inicio.").arg(path),
-                 {}}};
+    if (const std::optional<Result> fault =
+            prefixFault(subject, choice, programKind(settings.resolvedClientExe()))) {
+        return {*fault};
     }
-    if (!info.isDir()) {
-        return {{Result::Error, subject, QStringLiteral("%1 nao e uma pasta.").arg(path),
-                 QStringLiteral("Apague esse arquivo ou escolha outro WINEPREFIX.")}};
+    const QString &path = choice.prefix;
+    if (!isPrefix(path)) {
+        return {Result::ok(
+            subject,
+            QStringLiteral("%1 ainda nao foi usado; o Wine o prepara na primeira vez.").arg(path))};
     }
-    if (info.ownerId() != ::geteuid()) {
-        return {{Result::Error, subject,
-                 QStringLiteral("%1 pertence a outro usuario; o Wine o recusa.").arg(path),
-                 QStringLiteral("Escolha outro WINEPREFIX, ou tome posse com sudo chown -R.")}};
-    }
-    const QString arch = archOf(path);
-    if (arch.isEmpty()) {
-        if (!QFileInfo::exists(path + QStringLiteral("/system.reg"))) {
-            return {{Result::Ok,
-                     subject,
-                     QStringLiteral("%1 ainda nao foi usado; o Wine o prepara no primeiro inicio.")
-                         .arg(path),
-                     {}}};
-        }
-        return {{Result::Warning, subject,
-                 QStringLiteral("%1 nao diz a sua arquitetura.").arg(path),
-                 QStringLiteral("Se o jogo nao abrir, use outro WINEPREFIX.")}};
-    }
-    const bool isKnownWish =
-        choice.arch == QLatin1String("win32") || choice.arch == QLatin1String("win64");
-    if (isKnownWish && choice.arch != arch) {
-        return {{Result::Error, subject,
-                 QStringLiteral("%1 e %2, mas WINEARCH pede %3; o Wine o recusa.")
-                     .arg(path, arch, choice.arch),
-                 QStringLiteral("Retire WINEARCH ou escolha outro WINEPREFIX.")}};
-    }
-    if (arch == QLatin1String("win32") &&
-        programKind(settings.resolvedClientExe()) == ProgramKind::Bits64) {
-        return {{Result::Error, subject,
-                 QStringLiteral("%1 e win32 e nao executa programas de 64 bits, como o jogo.")
-                     .arg(path),
-                 QStringLiteral("Escolha outro WINEPREFIX, que o Wine criara como win64.")}};
-    }
-    return {{Result::Ok, subject, QStringLiteral("%1, %2.").arg(path, arch), {}}};
+    return {Result::ok(subject, QStringLiteral("%1, %2.").arg(path, archOf(path)))};
 }
 
 Results WineChecks::profile()
@@ -222,35 +256,43 @@ Results WineChecks::profile()
         return {unused(subject)};
     }
     if (!QFileInfo(QStringLiteral("/bin/bash")).isExecutable()) {
-        return {{Result::Error, subject, QStringLiteral("/bin/bash nao existe."),
-                 QStringLiteral("Debian e Ubuntu: sudo apt install bash")}};
+        return {Result::error(subject, QStringLiteral("/bin/bash nao existe."),
+                              QStringLiteral("Debian e Ubuntu: sudo apt install bash"))};
     }
     const QString files = QStringLiteral("Veja ~/.bash_profile, ~/.bash_login ou ~/.profile, e "
                                          "/etc/profile.");
     const WineSetup::LoginShell shell = WineSetup::runLoginShell();
+    if (!shell.isInTime) {
+        return {Result::error(subject,
+                              QStringLiteral("nao termina em %1 s, e o jogo so inicia depois.")
+                                  .arg(WineSetup::longestLoginMs / 1000),
+                              files)};
+    }
     if (!shell.isReached) {
-        return {{Result::Error, subject,
-                 QStringLiteral("termina o shell com o codigo %1 antes que o jogo comece.")
-                     .arg(shell.exitCode),
-                 files + QStringLiteral(" Procure exit, exec e set -e.")}};
+        return {
+            Result::error(subject,
+                          QStringLiteral("encerra o shell com o codigo %1 antes de o jogo iniciar.")
+                              .arg(shell.exitCode),
+                          files + QStringLiteral(" Procure por exit, exec e set -e."))};
     }
     Results results;
     if (shell.elapsedMs > slowProfileMs) {
-        results.append({Result::Warning, subject,
-                        QStringLiteral("leva %1 s; cada inicio espera por ele, e a busca do Wine "
-                                       "desiste depois de 2 s.")
-                            .arg(double(shell.elapsedMs) / 1000, 0, 'f', 1),
-                        files});
+        results.append(Result::warning(
+            subject,
+            QStringLiteral("leva %1 s; cada inicio espera por ele, e a busca do Wine desiste "
+                           "depois de 2 s.")
+                .arg(decimalText(double(shell.elapsedMs) / 1000)),
+            files));
     }
     const QByteArray printed = shell.printed.trimmed();
     if (!printed.isEmpty()) {
-        results.append(
-            {Result::Warning, subject,
-             QStringLiteral("escreve na tela: %1.").arg(quoted(printed.split('\n').constFirst())),
-             files});
+        results.append(Result::warning(
+            subject,
+            QStringLiteral("escreve na tela: %1.").arg(quoted(printed.split('\n').constFirst())),
+            files));
     }
     if (results.isEmpty()) {
-        results.append({Result::Ok, subject, QStringLiteral("termina sem erro."), {}});
+        results.append(Result::ok(subject, QStringLiteral("termina sem erro.")));
     }
     return results;
 }
@@ -262,20 +304,22 @@ Results WineChecks::log()
     const QString subject = QStringLiteral("registro");
     QFile file(WineSetup::logPath());
     if (!file.exists()) {
-        return {{Result::Warning, subject, QStringLiteral("%1 nao existe.").arg(file.fileName()),
-                 QStringLiteral("Escolha o zel-wine como Wine em Configuracao e inicie o jogo.")}};
+        return {Result::warning(
+            subject, QStringLiteral("%1 nao existe.").arg(file.fileName()),
+            QStringLiteral("Escolha o zel-wine como Wine em Configuracao e inicie o jogo."))};
     }
     if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly) ||
         !file.seek(qMax<qint64>(0, file.size() - longestEnd))) {
-        return {{Result::Warning, subject,
-                 QStringLiteral("%1 nao pode ser lido.").arg(file.fileName()),
-                 QStringLiteral("Corrija as permissoes, por exemplo com chmod u+rw.")}};
+        return {Result::warning(subject,
+                                QStringLiteral("%1 nao pode ser lido.").arg(file.fileName()),
+                                permissionRemedy())};
     }
     QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n');
     if (lines.constLast().isEmpty()) {
         lines.removeLast();
     }
-    Result result{Result::Ok, subject, QStringLiteral("o fim de %1:").arg(file.fileName()), {}};
+    Result result =
+        Result::ok(subject, QStringLiteral("as ultimas linhas de %1:").arg(file.fileName()));
     result.lines = lines.sliced(qMax<qsizetype>(0, lines.size() - linesShown));
     return {result};
 }

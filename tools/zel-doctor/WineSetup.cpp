@@ -8,6 +8,8 @@
 #include <QProcess>
 #include <QStandardPaths>
 
+#include <initializer_list>
+
 #include "settings/LauncherSettings.h"
 
 namespace
@@ -18,17 +20,34 @@ QString homePath(const QString &name)
     return QDir::home().filePath(name);
 }
 
-/// The folder that @p variable names, else the one below the home folder.
+/// The folder that @p variable names, else @p otherwise in the home folder.
 QString folderOf(const char *variable, const QString &otherwise)
 {
     const QString folder = qEnvironmentVariable(variable);
     return folder.isEmpty() ? homePath(otherwise) : folder;
 }
 
-/// The keys of zel-wine's settings file; the last line of a key counts.
-QMap<QString, QString> scriptSettings()
+/// The first of @p texts that is not empty.
+QString firstOf(std::initializer_list<QString> texts)
 {
-    QMap<QString, QString> settings;
+    for (const QString &text : texts) {
+        if (!text.isEmpty()) {
+            return text;
+        }
+    }
+    return {};
+}
+
+/// What zel-wine's settings file sets; empty without a valid line.
+struct ScriptSettings {
+    QString wine;
+    QString prefix;
+    QString arch;
+};
+
+ScriptSettings scriptSettings()
+{
+    ScriptSettings settings;
     QFile file(folderOf("XDG_CONFIG_HOME", QStringLiteral(".config")) +
                QStringLiteral("/Orvandale/wine.conf"));
     if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) {
@@ -36,39 +55,93 @@ QMap<QString, QString> scriptSettings()
     }
     const QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n');
     for (const QString &line : lines) {
-        const qsizetype sign = line.indexOf(u'=');
-        const QString key = line.left(sign).trimmed();
-        if (sign <= 0 || key.startsWith(u'#')) {
-            continue;
-        }
-        QString value = line.sliced(sign + 1).trimmed();
+        const QString key = line.section(u'=', 0, 0).trimmed();
+        QString value = line.section(u'=', 1).trimmed();
         if (value.startsWith(QLatin1String("~/"))) {
             value = homePath(value.sliced(2));
         }
-        settings.insert(key, value);
+        if (key == QLatin1String("WINE") && !value.isEmpty()) {
+            settings.wine = value;
+        } else if (key == QLatin1String("PREFIX") && value.startsWith(u'/')) {
+            settings.prefix = value;
+        } else if (key == QLatin1String("WINEARCH")) {
+            settings.arch = value;
+        }
     }
     return settings;
 }
 
-QString executableAt(const QString &program)
+/// Where @p program is, for a process with @p environment.
+QString executableAt(const QString &program, const QProcessEnvironment &environment)
 {
-    return program.isEmpty() ? QString() : QStandardPaths::findExecutable(program);
+    const QStringList path =
+        environment.value(QStringLiteral("PATH")).split(u':', Qt::SkipEmptyParts);
+    return QStandardPaths::findExecutable(program, path);
+}
+
+/// What a Wine has to run programs with.
+struct Libraries {
+    bool unix64 = false;
+    bool unix32 = false;
+    bool windows32 = false; ///< In the folder of the 64-bit libraries, with what runs them there.
+};
+
+Libraries librariesOf(const QString &wine)
+{
+    if (wine.isEmpty()) {
+        return {};
+    }
+    const QDir bin(QFileInfo(QFileInfo(wine).canonicalFilePath()).absolutePath());
+    const auto has = [&bin](const QString &file) {
+        return QFileInfo::exists(bin.filePath(QStringLiteral("../") + file));
+    };
+    Libraries libraries;
+    for (const QString &folder :
+         {QStringLiteral("lib"), QStringLiteral("lib64"), QStringLiteral("lib32"),
+          QStringLiteral("lib/x86_64-linux-gnu"), QStringLiteral("lib/i386-linux-gnu")}) {
+        const QString wineFolder = folder + QStringLiteral("/wine/");
+        const bool has64 = has(wineFolder + QStringLiteral("x86_64-unix/ntdll.so"));
+        libraries.unix64 |= has64;
+        libraries.unix32 |= has(wineFolder + QStringLiteral("i386-unix/ntdll.so"));
+        libraries.windows32 |= has64 &&
+                               has(wineFolder + QStringLiteral("i386-windows/ntdll.dll")) &&
+                               has(wineFolder + QStringLiteral("x86_64-windows/wow64.dll"));
+    }
+    // On Debian a package that is removed leaves the libraries, but not its loader.
+    const bool loader64 = has(QStringLiteral("lib/wine/wine64"));
+    const bool loader32 = has(QStringLiteral("lib/wine/wine"));
+    libraries.unix64 &= loader64 || !loader32;
+    libraries.unix32 &= loader32 || !loader64;
+    return libraries;
+}
+
+WineSetup::Support supportIf(const Libraries &libraries, bool isSupported)
+{
+    if (!libraries.unix64 && !libraries.unix32) {
+        return WineSetup::Support::Unknown;
+    }
+    return isSupported ? WineSetup::Support::Yes : WineSetup::Support::No;
 }
 
 } // namespace
 
-WineSetup::LoginShell WineSetup::runLoginShell()
+WineSetup::LoginShell WineSetup::runLoginShell(int limitMs)
 {
     static const QByteArray mark("\0zel-doctor\0", 12);
+    LoginShell result;
+    result.environment = QProcessEnvironment::systemEnvironment();
     QProcess shell;
     QElapsedTimer timer;
     timer.start();
     shell.start(QStringLiteral("/bin/bash"),
                 {QStringLiteral("-lc"),
                  QStringLiteral(R"(printf '\0zel-doctor\0' && exec /usr/bin/env -0)")});
-    shell.waitForFinished(-1); // the whole check has a limit
-
-    LoginShell result;
+    if (!shell.waitForFinished(limitMs) && shell.state() != QProcess::NotRunning) {
+        shell.kill();
+        shell.waitForFinished();
+        return result;
+    }
+    result.isInTime = true;
     result.elapsedMs = timer.elapsed();
     result.exitCode = shell.exitCode();
     const QByteArray output = shell.readAllStandardOutput();
@@ -77,6 +150,7 @@ WineSetup::LoginShell WineSetup::runLoginShell()
     result.printed =
         (result.isReached ? output.left(place) : output) + shell.readAllStandardError();
     if (result.isReached) {
+        result.environment.clear();
         const QByteArrayList variables = output.sliced(place + mark.size()).split('\0');
         for (const QByteArray &variable : variables) {
             const qsizetype sign = variable.indexOf('=');
@@ -93,28 +167,25 @@ WineSetup::Choice WineSetup::choiceFor(const QString &program,
                                        const QProcessEnvironment &environment)
 {
     Choice choice;
-    choice.wine = executableAt(program);
+    choice.wanted = program;
+    choice.wine = executableAt(program, environment);
     choice.prefix = environment.value(QStringLiteral("WINEPREFIX"));
     choice.arch = environment.value(QStringLiteral("WINEARCH"));
     choice.isScript = QFileInfo(QFileInfo(choice.wine).canonicalFilePath()).fileName() ==
                       QLatin1String("zel-wine");
-    if (!choice.isScript) {
-        if (choice.prefix.isEmpty()) {
-            choice.prefix = homePath(QStringLiteral(".wine"));
-        }
-        return choice;
+    ScriptSettings script;
+    QString defaultPrefix = QStringLiteral(".wine");
+    if (choice.isScript) {
+        script = scriptSettings();
+        defaultPrefix = QStringLiteral(".local/share/Orvandale/prefix");
+        LauncherSettings withoutChoice = LauncherSettings::instance();
+        withoutChoice.winePath.clear();
+        choice.wanted = firstOf(
+            {script.wine, environment.value(QStringLiteral("WINE")), withoutChoice.resolvedWine()});
+        choice.wine = executableAt(choice.wanted, environment);
     }
-    // First its settings file, then the environment, then its defaults.
-    const QMap<QString, QString> settings = scriptSettings();
-    LauncherSettings system = LauncherSettings::instance();
-    system.winePath.clear();
-    choice.wine = executableAt(settings.value(
-        QStringLiteral("WINE"), environment.value(QStringLiteral("WINE"), system.resolvedWine())));
-    if (choice.prefix.isEmpty()) {
-        choice.prefix = homePath(QStringLiteral(".local/share/Orvandale/prefix"));
-    }
-    choice.prefix = settings.value(QStringLiteral("PREFIX"), choice.prefix);
-    choice.arch = settings.value(QStringLiteral("WINEARCH"), choice.arch);
+    choice.prefix = firstOf({script.prefix, choice.prefix, homePath(defaultPrefix)});
+    choice.arch = firstOf({script.arch, choice.arch});
     return choice;
 }
 
@@ -126,35 +197,21 @@ QString WineSetup::logPath()
 
 WineSetup::Support WineSetup::support(const QString &wine, ProgramKind kind)
 {
-    const QDir bin(QFileInfo(QFileInfo(wine).canonicalFilePath()).absolutePath());
-    const auto has = [&bin](const QString &name) {
-        for (const QString &folder :
-             {QStringLiteral("lib"), QStringLiteral("lib64"), QStringLiteral("lib32"),
-              QStringLiteral("lib/x86_64-linux-gnu"), QStringLiteral("lib/i386-linux-gnu")}) {
-            if (QFileInfo::exists(
-                    bin.filePath(QStringLiteral("../%1/wine/%2").arg(folder, name)))) {
-                return true;
-            }
-        }
-        return false;
-    };
-    const bool has64 = has(QStringLiteral("x86_64-unix/ntdll.so"));
-    const bool has32 = has(QStringLiteral("i386-unix/ntdll.so"));
-    if (wine.isEmpty() || (!has64 && !has32)) {
-        return Support::Unknown; // an unusual layout
-    }
-    bool isRun = false;
+    const Libraries libraries = librariesOf(wine);
     switch (kind) {
     case ProgramKind::Bits64:
-        isRun = has64;
-        break;
+        return supportIf(libraries, libraries.unix64);
     case ProgramKind::Bits32:
-        isRun = has32 || (has(QStringLiteral("i386-windows/ntdll.dll")) &&
-                          has(QStringLiteral("x86_64-windows/wow64.dll")));
-        break;
+        return supportIf(libraries, libraries.unix32 || libraries.windows32);
     case ProgramKind::Unreadable:
     case ProgramKind::Foreign:
-        return Support::Unknown;
+        break;
     }
-    return isRun ? Support::Yes : Support::No;
+    return Support::Unknown;
+}
+
+WineSetup::Support WineSetup::win32PrefixSupport(const QString &wine)
+{
+    const Libraries libraries = librariesOf(wine);
+    return supportIf(libraries, libraries.unix32);
 }

@@ -16,19 +16,19 @@ constexpr int failedExitCode = 3;
 
 const char *const usage = R"(Uso: zel-doctor [opcoes]
 
-Verifica tudo o que o launcher precisa para iniciar o jogo. Cada linha comeca
-com "ok", "aviso" ou "erro"; depois vem o motivo e o que fazer. Nada e mudado.
+Verifica tudo o que e preciso para iniciar o jogo. Cada linha comeca com "ok",
+"aviso" ou "erro"; depois vem o motivo e o que fazer. Nada e alterado.
 
 Opcoes:
   --output ARQUIVO  grava o relatorio em ARQUIVO, nao na tela
   --json            escreve o relatorio em JSON
-  --offline         nao pergunta ao servidor de atualizacoes
+  --offline         nao consulta o servidor de atualizacoes
   --log             mostra tambem as ultimas 200 linhas do registro do zel-wine
   --help            mostra esta ajuda
   --version         mostra a versao do programa
 
 Codigo de saida: 0 tudo certo, 1 avisos, 2 erros, 3 opcoes erradas ou o
-relatorio nao pode ser escrito. O tempo maximo e de %1 segundos.
+relatorio nao pode ser gravado. Leva no maximo %1 segundos.
 )";
 
 /// Drops Qt's messages, such as those about the display.
@@ -52,7 +52,7 @@ int fail(const QString &text)
 
 bool isWanted(const Check &check, bool offline, bool log)
 {
-    return !(offline && check.need == Check::Network) && (log || check.need != Check::LogWish);
+    return !(offline && check.need == Check::Network) && (log || check.need != Check::Log);
 }
 
 } // namespace
@@ -88,7 +88,7 @@ int main(int argc, char *argv[])
 
     // Each line is shown as soon as it is there: a check may take a while.
     const bool isShown = !parser.isSet(json) && !parser.isSet(output);
-    Report report(PrivateNames::own());
+    Report report;
     QByteArray text;
     for (const Check &check : Checks::all()) {
         if (!isWanted(check, parser.isSet(offline), parser.isSet(log))) {
