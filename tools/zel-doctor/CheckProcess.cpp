@@ -153,5 +153,6 @@ int CheckProcess::runHere(const Check &check, int argc, char *argv[])
     }
     const QByteArray json = QJsonDocument(array).toJson(QJsonDocument::Compact);
     std::fwrite(json.constData(), 1, size_t(json.size()), stdout);
+    std::fflush(stdout); // a plugin for windows may still crash at the end
     return 0;
 }
