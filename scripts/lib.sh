@@ -29,6 +29,8 @@ make_work() {
 clean_up() {
     trap - EXIT INT TERM
     local i
+    # A signal may come before a process that was started is in pids.
+    mapfile -t -O "${#pids[@]}" pids < <(jobs -p)
     for ((i = ${#pids[@]} - 1; i >= 0; i--)); do
         kill "${pids[i]}" 2>/dev/null || true
         wait "${pids[i]}" 2>/dev/null || true
