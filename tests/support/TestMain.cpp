@@ -21,6 +21,8 @@ TestEnvironment::TestEnvironment()
     }
     QFile::setPermissions(dir.filePath(u"runtime"_s),
                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    // Otherwise Qt 6.5 and later remark that they depend on it.
+    qputenv("LC_ALL", "C.UTF-8");
     // The D-Bus library leaks where it looks for a bus and finds none.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {

@@ -6,6 +6,8 @@
 #include <QFileInfo>
 
 #include <csignal>
+#include <filesystem>
+#include <system_error>
 
 using namespace Qt::StringLiterals;
 
@@ -60,8 +62,15 @@ void Disk::makeFull(const QString &path)
 
 QStringList Disk::names(const QString &path)
 {
-    return QDir(path).entryList(
-        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    // QDir of Qt 6.8 leaves out the entry after one whose name is not UTF-8.
+    QStringList names;
+    std::error_code unreadable;
+    for (const auto &entry :
+         std::filesystem::directory_iterator(path.toStdString(), unreadable)) {
+        names << QString::fromStdString(entry.path().filename().string());
+    }
+    names.sort();
+    return names;
 }
 
 QMap<QString, QByteArray> Disk::files(const QString &path)
