@@ -65,8 +65,7 @@ QStringList Disk::names(const QString &path)
     // QDir of Qt 6.8 leaves out the entry after one whose name is not UTF-8.
     QStringList names;
     std::error_code unreadable;
-    for (const auto &entry :
-         std::filesystem::directory_iterator(path.toStdString(), unreadable)) {
+    for (const auto &entry : std::filesystem::directory_iterator(path.toStdString(), unreadable)) {
         names << QString::fromStdString(entry.path().filename().string());
     }
     names.sort();
