@@ -92,7 +92,6 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
     static TestEnvironment environment;
     static QTemporaryDir ownFolder;
     folder = &ownFolder;
-    qputenv("LC_ALL", "C.UTF-8");
     static int appArgc = 1;
     static QCoreApplication app(appArgc, *argv);
     TestEnvironment::nameApplication();

@@ -191,8 +191,9 @@ bool isKnownEnd(bool success, const QString &message)
 
 void fuzzOne(const QByteArray &input)
 {
-    static PatchServer server;
-    static Updater updater;
+    // Never destroyed: at exit, what Qt's network library needs for that may be gone.
+    static PatchServer &server = *new PatchServer;
+    static Updater &updater = *new Updater;
     static const QDir client(Fuzz::path(QStringLiteral("root/client")));
     static LauncherSettings &settings = LauncherSettings::instance();
 

@@ -308,10 +308,11 @@ void TestPatchManagerFaults::theLengthOfARedirectIsIgnored_data()
 
 void TestPatchManagerFaults::theLengthOfARedirectIsIgnored()
 {
-    // Qt leaves the redirect's header on about one reply in five.
+    // Qt leaves the redirect's header on about one reply in five. It closes the connection, since
+    // Qt 6.8 may lose a request that it sends over one that the answer before closes.
     QFETCH(const HttpAnswer, answer);
     publish(u"2"_s, QList<Listed>(60, {u"a"_s, u"redirected"_s}));
-    server->answer("/redirected", HttpAnswer::redirect("/a"));
+    server->answer("/redirected", HttpAnswer::redirect("/a").withHeader("Connection: close"));
     server->answer("/a", answer);
     QCOMPARE(runToEnd(), complete());
 }
