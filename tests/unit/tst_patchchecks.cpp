@@ -339,11 +339,11 @@ void TestPatchChecks::aProxyIsUsed()
             u"ok    servidor de atualizacoes: http://patch.invalid/manifest.json responde.\n"_s),
         qPrintable(found));
     qputenv("http_proxy", "http://127.0.0.1:1");
-    QCOMPARE(lines(PatchChecks::server()),
-             line.arg(1) +
-                 u"erro  servidor de atualizacoes: manifest.json: a conexao foi recusada ou "
-                 "interrompida (Connection refused). Tente mais tarde ou avise quem mantem o "
-                 "servidor.\n"_s);
+    // Whether Qt blames the server or the proxy depends on its release.
+    const QString down = lines(PatchChecks::server());
+    QVERIFY2(down.startsWith(line.arg(1) + u"erro  servidor de atualizacoes: manifest.json: "_s) &&
+                 down.contains(u"Connection refused"_s),
+             qPrintable(down));
     qunsetenv("http_proxy");
 
     // With https, the proxy is asked for a connection.
