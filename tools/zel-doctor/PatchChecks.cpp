@@ -77,7 +77,7 @@ Result failure(const PatchAnswer &answer, const QString &what, const QString &te
     case QNetworkReply::RemoteHostClosedError:
         return error(QStringLiteral("a conexao foi recusada ou interrompida (%1).").arg(text),
                      QStringLiteral("Tente mais tarde ou avise quem mantem o servidor."));
-    case QNetworkReply::OperationCanceledError:
+    case QNetworkReply::TimeoutError:
         return error(QStringLiteral("o servidor nao enviou nada em %1 s.").arg(timeoutMs / 1000),
                      QStringLiteral("O launcher esperaria para sempre: tente mais tarde."));
     case QNetworkReply::InsecureRedirectError:

@@ -141,7 +141,7 @@ bool PublishedPatch::fetch(const QString &address, const Take &take, QString *er
         return true;
     }
     record(*reply);
-    if (reply->error() == QNetworkReply::OperationCanceledError) {
+    if (newestAnswer.error == QNetworkReply::TimeoutError) {
         *error = QStringLiteral("the server sent nothing for %1 seconds")
                      .arg(double(transferTimeout) / 1000);
         return false;
@@ -166,7 +166,10 @@ bool PublishedPatch::fetch(const QString &address, const Take &take, QString *er
 
 void PublishedPatch::record(const QNetworkReply &reply)
 {
-    newestAnswer.error = reply.error();
+    // Before Qt 6.10, a transfer that times out ends as if it were cancelled.
+    newestAnswer.error = reply.error() == QNetworkReply::OperationCanceledError
+                             ? QNetworkReply::TimeoutError
+                             : reply.error();
     newestAnswer.status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     newestAnswer.url = reply.url();
     newestAnswer.hasLength = reply.header(QNetworkRequest::ContentLengthHeader).isValid();
