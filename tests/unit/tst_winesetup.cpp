@@ -70,8 +70,10 @@ void TestWineSetup::cleanup()
 
 void TestWineSetup::theLoginShellGivesItsEnvironment()
 {
-    profile("export WINEPREFIX=/x=y\nexport LINES2=$'a\\nb'\n");
+    qputenv("ZEL_TEST_GONE", "1");
+    profile("export WINEPREFIX=/x=y\nexport LINES2=$'a\\nb'\nunset ZEL_TEST_GONE\n");
     const WineSetup::LoginShell shell = WineSetup::runLoginShell();
+    qunsetenv("ZEL_TEST_GONE");
     QVERIFY(shell.isInTime);
     QVERIFY(shell.isReached);
     QCOMPARE(shell.exitCode, 0);
@@ -79,6 +81,7 @@ void TestWineSetup::theLoginShellGivesItsEnvironment()
     QCOMPARE(shell.environment.value(u"WINEPREFIX"_s), u"/x=y"_s);
     QCOMPARE(shell.environment.value(u"LINES2"_s), u"a\nb"_s);
     QCOMPARE(shell.environment.value(u"HOME"_s), TestEnvironment::home());
+    QVERIFY(!shell.environment.contains(u"ZEL_TEST_GONE"_s));
 }
 
 void TestWineSetup::theLoginShellMayPrint()
@@ -230,9 +233,11 @@ void TestWineSetup::supportFollowsFromTheFilesBesideWine_data()
         << QStringList{unix64, windows32, wow64} << yes << yes << no;
     QTest::newRow("32 bits") << QStringList{unix32} << yes << no << yes;
     QTest::newRow("both") << QStringList{unix32, unix64} << yes << yes << yes;
-    QTest::newRow("64 bits, wow64 elsewhere")
-        << QStringList{unix64, u"../lib64/wine/"_s + windows32, u"../lib64/wine/"_s + wow64} << no
-        << yes << no;
+    const QString elsewhere = u"../../lib64/wine/"_s;
+    QTest::newRow("64 bits, all for 32 bits elsewhere")
+        << QStringList{unix64, elsewhere + windows32, elsewhere + wow64} << no << yes << no;
+    QTest::newRow("64 bits, 32-bit Windows libraries elsewhere")
+        << QStringList{unix64, elsewhere + windows32, wow64} << no << yes << no;
     QTest::newRow("both with Debian's loaders")
         << QStringList{unix32, unix64, u"wine"_s, u"wine64"_s} << yes << yes << yes;
     QTest::newRow("both, no 32-bit loader")
