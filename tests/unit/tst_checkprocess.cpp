@@ -127,7 +127,7 @@ void TestCheckProcess::theTableOfChecksIsConsistent()
                           u"executavel"_s, u"wine"_s, u"prefixo do wine"_s, u"perfil do bash"_s,
                           u"nomes de arquivos"_s, u"Config.bin"_s, u"serverlist.txt"_s, u"sn.bin"_s,
                           u"server.txt"_s, u"zel_login.ini"_s, u"servidor de atualizacoes"_s,
-                          u"tela"_s, u"fontes"_s, u"versoes"_s, u"registro"_s}));
+                          u"tela"_s, u"versoes"_s, u"registro"_s}));
     QCOMPARE(Checks::find(u"none"_s), nullptr);
 }
 

@@ -20,7 +20,7 @@ private slots:
 void TestDesktopChecks::theScreenIsJudged()
 {
     // The offscreen platform's own screen.
-    QCOMPARE(lines(DesktopChecks::screen()),
+    QCOMPARE(lines({DesktopChecks::display().value(0)}),
              u"aviso tela: offscreen, 800 x 800, escala 1; a janela do launcher precisa de 960 x "
              "724. Escolha uma resolucao maior ou uma escala menor.\n"_s);
 }
@@ -34,10 +34,10 @@ void TestDesktopChecks::theFontsAreJudged()
         }
     }
     const QString good = u"ok    fontes: Inter e JetBrains Mono.\n"_s;
-    const QString bad = u"aviso fontes: falta %1; o launcher usa outra fonte. Debian e Ubuntu: "
+    const QString bad = u"aviso fontes: sem %1; o launcher usa outra fonte. Debian e Ubuntu: "
                         "sudo apt "
                         "install fonts-inter fonts-jetbrains-mono\n"_s.arg(missing.join(u" e "_s));
-    QCOMPARE(lines(DesktopChecks::fonts()), missing.isEmpty() ? good : bad);
+    QCOMPARE(lines({DesktopChecks::display().value(1)}), missing.isEmpty() ? good : bad);
 }
 
 void TestDesktopChecks::theVersionsAreNamed()

@@ -23,8 +23,7 @@ const QList<Check> &Checks::all()
         {"server.txt", 5'000, ClientChecks::serverTxt},
         {"zel_login.ini", 5'000, ClientChecks::loginIni},
         {"servidor de atualizacoes", 50'000, PatchChecks::server, Check::Network},
-        {"tela", 15'000, DesktopChecks::screen, Check::Display},
-        {"fontes", 10'000, DesktopChecks::fonts, Check::Fonts},
+        {"tela", 15'000, DesktopChecks::display, Check::Display},
         {"versoes", 5'000, DesktopChecks::versions},
         {"registro", 10'000, WineChecks::log, Check::Log},
     };

@@ -10,8 +10,7 @@ struct Check {
     enum Need {
         Nothing,
         Network, ///< Left out by --offline.
-        Display, ///< Needs a QGuiApplication on a display; without one the process aborts.
-        Fonts,   ///< Needs a QGuiApplication, but no display.
+        Display, ///< Needs a QGuiApplication; without a display the process aborts.
         Log,     ///< Runs with --log only.
     };
     const char *name = nullptr; ///< What the report calls it when it gives no results.

@@ -134,15 +134,12 @@ int CheckProcess::runHere(const Check &check, int argc, char *argv[])
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     const rlimit noCore{0, 0};
     ::setrlimit(RLIMIT_CORE, &noCore);
-    if (check.need == Check::Fonts) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    const bool needsWindows = check.need == Check::Display || check.need == Check::Fonts;
-    if (needsWindows) {
+    const bool needsDisplay = check.need == Check::Display;
+    if (needsDisplay) {
         qputenv("TMPDIR", "/dev/null"); // without XDG_RUNTIME_DIR Qt would make a folder there
     }
     const std::unique_ptr<QCoreApplication> application(
-        needsWindows ? new QGuiApplication(argc, argv) : new QCoreApplication(argc, argv));
+        needsDisplay ? new QGuiApplication(argc, argv) : new QCoreApplication(argc, argv));
 
     // Here, because the home folder may hang, too.
     const PrivateNames names = PrivateNames::own();

@@ -19,31 +19,28 @@ QString sizeTextOf(QSize size)
     return QStringLiteral("%1 x %2").arg(size.width()).arg(size.height());
 }
 
-} // namespace
-
-Results DesktopChecks::screen()
+Result screenResult()
 {
     const QString subject = QStringLiteral("tela");
     const QScreen *const screen = QGuiApplication::primaryScreen();
     if (screen == nullptr) {
-        return {Result::error(subject, QStringLiteral("nenhuma tela foi encontrada."),
-                              QStringLiteral("Conecte um monitor."))};
+        return Result::error(subject, QStringLiteral("nenhuma tela foi encontrada."),
+                             QStringLiteral("Conecte um monitor."));
     }
     const QString text = QStringLiteral("%1, %2, escala %3")
                              .arg(QGuiApplication::platformName(), sizeTextOf(screen->size()),
-                                  QString::number(screen->devicePixelRatio()));
+                                  QString::number(screen->devicePixelRatio()).replace(u'.', u','));
     const QSize room = screen->availableSize();
     if (room.width() < windowSize.width() || room.height() < windowSize.height()) {
-        return {
-            Result::warning(subject,
-                            QStringLiteral("%1; a janela do launcher precisa de %2.")
-                                .arg(text, sizeTextOf(windowSize)),
-                            QStringLiteral("Escolha uma resolucao maior ou uma escala menor."))};
+        return Result::warning(subject,
+                               QStringLiteral("%1; a janela do launcher precisa de %2.")
+                                   .arg(text, sizeTextOf(windowSize)),
+                               QStringLiteral("Escolha uma resolucao maior ou uma escala menor."));
     }
-    return {Result::ok(subject, text + u'.')};
+    return Result::ok(subject, text + u'.');
 }
 
-Results DesktopChecks::fonts()
+Result fontResult()
 {
     const QString subject = QStringLiteral("fontes");
     const QStringList families = QFontDatabase::families();
@@ -54,13 +51,20 @@ Results DesktopChecks::fonts()
         }
     }
     if (missing.isEmpty()) {
-        return {Result::ok(subject, QStringLiteral("Inter e JetBrains Mono."))};
+        return Result::ok(subject, QStringLiteral("Inter e JetBrains Mono."));
     }
-    return {Result::warning(
+    return Result::warning(
         subject,
-        QStringLiteral("falta %1; o launcher usa outra fonte.")
+        QStringLiteral("sem %1; o launcher usa outra fonte.")
             .arg(missing.join(QLatin1String(" e "))),
-        QStringLiteral("Debian e Ubuntu: sudo apt install fonts-inter fonts-jetbrains-mono"))};
+        QStringLiteral("Debian e Ubuntu: sudo apt install fonts-inter fonts-jetbrains-mono"));
+}
+
+} // namespace
+
+Results DesktopChecks::display()
+{
+    return {screenResult(), fontResult()};
 }
 
 QStringList DesktopChecks::graphicsDrivers(const QString &sys)

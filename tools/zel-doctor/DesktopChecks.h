@@ -8,10 +8,9 @@
 namespace DesktopChecks
 {
 
-/// The display is reachable and large enough. Needs a QGuiApplication.
-Results screen();
-/// The launcher's own fonts are installed. Needs a QGuiApplication.
-Results fonts();
+/// The display is reachable and large enough; the launcher's own fonts are installed. Needs a
+/// QGuiApplication.
+Results display();
 /// Launcher, Qt, distribution, kernel, graphics driver.
 Results versions();
 
