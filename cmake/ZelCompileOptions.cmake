@@ -24,6 +24,8 @@ target_link_options(zel_compile_options INTERFACE $<$<CONFIG:Release>:-Wl,-z,rel
 if(ZEL_SANITIZE)
     set(zel_sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_compile_options(zel_compile_options INTERFACE ${zel_sanitizers})
+    # Preconditions of the standard library, which the sanitizers do not see.
+    target_compile_definitions(zel_compile_options INTERFACE _GLIBCXX_ASSERTIONS)
     target_link_options(zel_compile_options INTERFACE ${zel_sanitizers})
 endif()
 

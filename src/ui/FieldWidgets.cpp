@@ -38,7 +38,9 @@ public:
     {
         const int room = 2 * view()->style()->pixelMetric(QStyle::PM_ScrollBarExtent);
         const int wanted = view()->sizeHintForColumn(0) + room;
-        view()->setMinimumWidth(std::clamp(wanted, width(), screen()->availableSize().width()));
+        // The box itself may be wider than the screen.
+        view()->setMinimumWidth(
+            std::max(width(), std::min(wanted, screen()->availableSize().width())));
         QComboBox::showPopup();
     }
 

@@ -489,6 +489,13 @@ void TestSettingsDialog::theListOfWinesOpensAsWideAsItsPaths()
     QVERIFY(fields->wine->view()->width() <= dialog->screen()->availableSize().width());
     QCOMPARE(fields->wine->view()->textElideMode(), Qt::ElideMiddle);
     fields->wine->hidePopup();
+
+    // In a dialog that is wider than the screen, it is as wide as the box.
+    dialog->resize(2 * dialog->screen()->size().width(), dialog->height());
+    fields->wine->showPopup();
+    QVERIFY(fields->wine->width() > dialog->screen()->availableSize().width());
+    QVERIFY(fields->wine->view()->minimumWidth() == fields->wine->width());
+    fields->wine->hidePopup();
 }
 
 void TestSettingsDialog::aTallDialogKeepsTheGroupsTogether()
