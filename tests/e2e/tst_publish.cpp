@@ -453,7 +453,7 @@ void TestPublish::aBaseUrlWithALonePercentLosesNames()
     write(place(folder, "c"), "x");
     QCOMPARE(runManifest({u"-p1"_s, folder}).exitCode, 0);
     QCOMPARE(runManifest({u"-u"_s, nginx.url() + u"100%25"_s}).exitCode, 0);
-    // The launcher then asks for "a%20b", so the warning is justified.
+    // The launcher then requests "a%20b", so the warning is justified.
     const Outcome outcome = runManifest({u"-u"_s, nginx.url() + u"100%"_s});
     QCOMPARE(outcome.exitCode, 4);
     QVERIFY(

@@ -34,8 +34,8 @@ QString about(const Outcome &outcome, const QString &subject)
 
 } // namespace
 
-/// The real program, as players run it, with a home folder and a client folder in it that are in
-/// order, but for what a test breaks.
+/// The real program with a valid home folder and client folder, in which each test breaks
+/// something.
 class TestZelDoctor : public FolderTest
 {
     Q_OBJECT
@@ -448,7 +448,7 @@ void TestZelDoctor::wineIsMissing()
         doctorWith(u"mount --bind '%1' /usr/bin"_s.arg(at(u"bin"_s)), {{u"PATH"_s, at(u"none"_s)}});
     QCOMPARE(about(outcome, u"wine"_s),
              u"erro  wine: nao foi encontrado: wine. Debian e Ubuntu: sudo apt install wine"_s);
-    // With /usr/bin the shell has gone, too, where /bin is the same folder.
+    // Where /bin is a link to /usr/bin, the shell is hidden, too.
     QVERIFY(
         QFileInfo(u"/bin"_s).isSymLink() ==
         (about(outcome, u"perfil do bash"_s) ==

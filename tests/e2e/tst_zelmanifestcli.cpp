@@ -291,7 +291,7 @@ void TestZelManifestCli::aKilledRunLeavesTheOldManifest()
     process.setWorkingDirectory(folder());
     process.start(QStringLiteral(ZEL_MANIFEST), {u"-p1"_s, u"patch"_s});
     QVERIFY(process.waitForStarted());
-    // It is reading when it has the file open.
+    // The program is reading while the file is open.
     const QDir open(u"/proc/%1/fd"_s.arg(process.processId()));
     QVERIFY(QTest::qWaitFor(
         [&] {
@@ -317,7 +317,7 @@ void TestZelManifestCli::progressIsShownOnATerminalOnly()
     const Outcome outcome =
         shell(u"script --quiet --return --command \"'$0' -p1 patch\" /dev/null"_s);
     QCOMPARE(outcome.exitCode, 0);
-    // The line is gone when the result is there.
+    // The progress line is erased before the result.
     static const QRegularExpression shown(
         u"\rreading \\d+ %, \\S+ (MiB|GiB) of 1\\.0 GiB, [01] of 2 files *\r +\r"
         "zel-manifest: [^\r]*\r\nzel-manifest: written: "_s);

@@ -50,7 +50,7 @@ QStringList ScreenReader::widgetsOf(const QString &title) const
     return read({u"widgets"_s, title}).split(u'\n');
 }
 
-/// The reader's answer, for which it waits.
+/// Waits for the reader and returns its output.
 QString ScreenReader::read(const QStringList &question) const
 {
     if (QTest::currentTestFailed()) {
@@ -73,6 +73,6 @@ QString ScreenReader::read(const QStringList &question) const
         return {};
     }
     QString answer = QString::fromUtf8(reader.readAllStandardOutput());
-    answer.chop(1); // the last line's end
+    answer.chop(1); // the final line break
     return answer;
 }

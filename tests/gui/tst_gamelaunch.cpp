@@ -309,7 +309,7 @@ void TestGameLaunch::aMissingPreconditionIsShown()
     settings.clientDir = clientDir.replace(u"%1"_s, client->dir());
     settings.clientExe = clientExe.replace(u"%1"_s, client->dir());
     settings.serverIp = address;
-    // No update is started, though one could bring the client.
+    // No update is started, although it could download the client.
     settings.patchBaseUrl = u"http://127.0.0.1:1/"_s;
     LauncherWindow launcher;
     const QSignalSpy patchReports(launcher.patchManager, &PatchManager::statusChanged);
@@ -323,7 +323,7 @@ void TestGameLaunch::aMissingPreconditionIsShown()
     QCOMPARE(launcher.process->state(), QProcess::NotRunning);
     QCOMPARE(patchReports.count(), 0);
     QCOMPARE(patchResults.count(), 0);
-    // The server files are written before the executable is looked for.
+    // The server files are written before the executable is searched.
     QCOMPARE(client->read(u"server.txt"_s).isNull(), !text.startsWith(u"Executavel"_s));
 }
 

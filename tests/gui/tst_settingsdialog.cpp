@@ -296,7 +296,7 @@ void TestSettingsDialog::eachGroupHasItsRows()
             // Also without a label, the field is in the column of fields.
             QCOMPARE(placeOf(row.widgets.first(), dialog.get()).left(),
                      placeOf(rows.first().widgets.first(), dialog.get()).left());
-            // Screen readers know the field by the label.
+            // Screen readers use the label as the name of the field.
             QVERIFY(row.label == nullptr || row.label->buddy() == row.widgets.first());
         }
     }
@@ -482,7 +482,7 @@ void TestSettingsDialog::theListOfWinesOpensAsWideAsItsPaths()
     QVERIFY(list->width() >= fields->wine->width());
     fields->wine->hidePopup();
 
-    // Not wider than the screen, though.
+    // But not wider than the screen.
     LauncherSettings::instance().winePath = u"/opt/"_s + QString(3000, u'w');
     open();
     fields->wine->showPopup();
@@ -558,7 +558,7 @@ void TestSettingsDialog::tabGoesThroughTheFieldsInTheirOrder()
     expected.removeIf([](const QWidget *field) { return field->inherits("QLabel"); });
     QCOMPARE(expected.size(), 26);
     expected << fields->ok << fields->cancel;
-    // The dialog opens on its first field.
+    // The first field has the initial focus.
     QCOMPARE(QApplication::focusWidget(), expected.first());
     for (QWidget *field : expected) {
         QCOMPARE(QApplication::focusWidget(), field);

@@ -290,7 +290,7 @@ void TestStandardLook::theIconsBelongToTheMode()
         QFile index(folder.filePath(name + u"/index.theme"_s));
         QVERIFY(index.open(QIODevice::WriteOnly));
     }
-    // A folder without an index is no theme.
+    // A folder without an index is not a theme.
     QVERIFY(QDir(folder.path()).mkpath(u"other/kind-dark"_s));
     const QStringList paths = QIcon::themeSearchPaths();
     const QString name = QIcon::themeName();

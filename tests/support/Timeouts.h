@@ -1,7 +1,7 @@
 #pragma once
 
-/// Timeouts in milliseconds, far longer than needed on a busy machine: only a failing test waits so
-/// long.
+/// Timeouts in milliseconds, much longer than needed on a busy machine: only failing tests reach
+/// them.
 namespace Timeouts
 {
 

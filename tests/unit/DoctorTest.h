@@ -28,7 +28,7 @@ protected:
         QSettings(TestEnvironment::settingsFile(), QSettings::IniFormat).setValue(key, value);
     }
 
-    /// The report's lines, with all names in clear.
+    /// The lines of the report, with user names unchanged.
     static QString lines(const Results &results)
     {
         Report report;
@@ -39,7 +39,7 @@ protected:
         return text;
     }
 
-    /// A Windows program of that machine type, as far as its header goes.
+    /// The header of a Windows program for this machine type.
     static QByteArray windowsProgram(quint16 machine)
     {
         QByteArray bytes(0x40, '\0');

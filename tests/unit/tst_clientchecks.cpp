@@ -164,7 +164,7 @@ void TestClientChecks::littleRoomIsLeft()
 
 void TestClientChecks::theRoomIsThatOfTheClientFolder()
 {
-    set(u"client/dir"_s, u"/proc"_s); // a file system without room
+    set(u"client/dir"_s, u"/proc"_s); // a file system without free space
     QVERIFY(lines(ClientChecks::room()).startsWith(u"erro  espaco em disco: 0 MiB livres."_s));
 }
 
@@ -287,7 +287,7 @@ void TestClientChecks::configBinIsJudged()
     QCOMPARE(lines(ClientChecks::configBin()),
              u"erro  Config.bin: Config.bin invalido (5 bytes, esperado 30). Apague-o e clique em "
              "OK em Configuracao.\n"_s);
-    // What the client writes its own way is no fault: words 5, 8, 9 and 11.
+    // Any value is valid in the words that only the client interprets: 5, 8, 9 and 11.
     Disk::write(client(u"Config.bin"_s),
                 words({7000, 3, 2, 0, 200, 0, 57, 2, 5, 7, 1, -1, 0, 0, 1}));
     QCOMPARE(lines(ClientChecks::configBin()), u"ok    Config.bin: valido.\n"_s);

@@ -260,7 +260,7 @@ void TestPatchChecks::theCertificateIsNotAccepted()
 
     trust({own.certificate});
     const QString accepted = lines(PatchChecks::server());
-    // A redirection to plain http is not followed.
+    // A redirect to plain HTTP is not followed.
     HttpServer plain;
     server->answer("/manifest.json",
                    HttpAnswer::redirect(plain.url(u"/manifest.json"_s).toLatin1()));
@@ -277,7 +277,7 @@ void TestPatchChecks::theCertificateIsNotAccepted()
 void TestPatchChecks::onlyTheBeginningOfOneFileIsFetched()
 {
     publish(entry + R"(,{"path":"b.bin","size":0})");
-    // The rest of the body never comes.
+    // The rest of the body is never sent.
     server->answer("/f/a.bin", HttpAnswer::withLength(QByteArray(100000, 'x')).heldAt(1000));
     QVERIFY(!lines(PatchChecks::server()).contains(u"erro"_s));
     QCOMPARE(server->paths(), QByteArrayList({"/manifest.json", "/f/a.bin"}));

@@ -15,11 +15,11 @@ namespace fs = std::filesystem;
 namespace
 {
 
-/// A folder "patch" whose names are bytes, so that it can hold what no QString can.
+/// A folder "patch" with names of bytes, which need not be representable in a QString.
 class Folder
 {
 public:
-    /// Makes a file of five bytes for each "name", an empty folder for "name/", a link for
+    /// Creates a file of five bytes for each "name", an empty folder for "name/", a link for
     /// "name -> target" ("{dir}" is where "patch" is) and the special file for "name (fifo)" and
     /// "name (socket)".
     explicit Folder(const QByteArrayList &tree)
@@ -29,7 +29,7 @@ public:
             add(line);
         }
     }
-    ~Folder() { fs::remove_all(dir.path().toStdString()); } // also what Qt cannot name
+    ~Folder() { fs::remove_all(dir.path().toStdString()); } // also names that Qt cannot represent
     Q_DISABLE_COPY_MOVE(Folder)
 
     QString path() const { return dir.filePath(u"patch"_s); }
@@ -65,7 +65,7 @@ private:
     }
 };
 
-/// A scan as one line for each thing that it found.
+/// The result of a scan, one line per entry.
 QByteArrayList linesOf(const PatchFolderScan &scan)
 {
     QByteArrayList lines;
@@ -87,7 +87,7 @@ QByteArrayList linesOf(const PatchFolderScan &scan)
     return lines;
 }
 
-/// Adds a row: what is in the folder, what is found there, and what is excluded.
+/// Adds a row: the content of the folder, the expected result and the excluded patterns.
 void row(const QByteArray &name, const QByteArrayList &tree, const QByteArrayList &lines,
          const QStringList &excludes = {})
 {

@@ -113,7 +113,7 @@ void TestPublishedPatch::aFileThatCannotBeFetchedIsAnError()
 
 void TestPublishedPatch::onlyTheBeginningOfAFileIsTried()
 {
-    // The rest of the body never comes.
+    // The rest of the body is never sent.
     server.answer("/x", HttpAnswer::withLength(QByteArray(100000, 'x')).heldAt(10));
     server.answer("/empty", HttpAnswer::withLength({}));
     PublishedPatch patch(server.url(), 30000);

@@ -87,7 +87,7 @@ QMap<QString, QByteArray> Disk::files(const QString &path)
 
 Disk::SizeLimit::SizeLimit(rlim_t bytes)
 {
-    // The signal would end the program; without it the write fails.
+    // Without the signal, which would end the program, the write fails.
     std::signal(SIGXFSZ, SIG_IGN);
     require(getrlimit(RLIMIT_FSIZE, &before) == 0, "cannot read the limit of", u"files"_s);
     rlimit limit = before;

@@ -15,22 +15,21 @@
 namespace Disk
 {
 
-/// Makes a file at @p path that holds @p bytes; missing folders are created.
+/// Creates a file at @p path with the content @p bytes, and missing folders.
 void write(const QString &path, const QByteArray &bytes);
-/// Makes such a file, executable by its owner.
+/// Like write(); the file is executable by its owner.
 void writeExecutable(const QString &path, const QByteArray &bytes);
 /// The content of the file at @p path.
 QByteArray read(const QString &path);
-/// Makes a folder at @p path: where a file is expected it can be neither read nor written.
+/// Creates a folder at @p path. In place of a file it can be neither read nor written.
 void makeFolder(const QString &path);
-/// Makes a symbolic link to @p target at @p path.
+/// Creates a symbolic link to @p target at @p path.
 void makeLink(const QString &path, const QString &target);
-/// Makes @p path a file on a full disk: it can be opened, but every write fails.
+/// Makes @p path behave like a file on a full disk: it can be opened, but every write fails.
 void makeFull(const QString &path);
-/// What is in the folder at @p path, hidden files included, sorted.
+/// The names in the folder at @p path, hidden ones included, sorted.
 QStringList names(const QString &path);
-/// Content of every file below the folder at @p path, hidden ones included, by the name relative to
-/// it.
+/// The content of every file below the folder at @p path, hidden ones included, by relative path.
 QMap<QString, QByteArray> files(const QString &path);
 
 /// Limits the size of the files that this process writes during its lifetime, like a full disk.
@@ -73,7 +72,7 @@ protected slots:
 protected:
     /// Path of that folder.
     QString folder() const;
-    /// Path of @p name in that folder; no path without a name.
+    /// Path of @p name in that folder; empty for an empty name.
     QString at(const QString &name) const;
 
 private:

@@ -19,7 +19,7 @@ QByteArray hostileName(QRandomGenerator *random, int longest)
         case 2:
             name += QLatin1Char(char(random->bounded('a', 'z' + 1)));
             break;
-        case 3: // what looks encoded already
+        case 3: // looks percent-encoded
             name += u"%%1"_s.arg(random->bounded(256), 2, 16, QLatin1Char('0'));
             break;
         case 4:

@@ -4,6 +4,6 @@
 
 class QRandomGenerator;
 
-/// A file name of 1 to @p longest random characters in UTF-8, all of which file systems allow.
-/// Many of them mean something in URLs, in JSON, on Windows or to a terminal.
+/// A valid file name of 1 to @p longest random characters in UTF-8. Many of them are special in
+/// URLs, in JSON, on Windows or in a terminal.
 QByteArray hostileName(QRandomGenerator *random, int longest);

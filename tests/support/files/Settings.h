@@ -32,8 +32,8 @@ inline void resetSettings()
     resetFields();
 }
 
-/// Changes the settings file's time stamp: QSettings does not reload a file that changes twice
-/// within a tick of the file system's clock.
+/// Gives the settings file a new time stamp: QSettings does not reload a file that changes twice
+/// within one tick of the file system's clock.
 inline void touchSettings()
 {
     static qint64 seconds = 1'000'000'000;
@@ -52,8 +52,8 @@ inline void writeSettings(const QByteArray &text)
     touchSettings();
 }
 
-/// main() of a test class without windows. Its child processes, which have the settings of the test
-/// that starts them, print what @p childAnswer returns of their arguments.
+/// main() of a test class without windows. A child process has the settings of the test that starts
+/// it, and prints the result of @p childAnswer for its arguments.
 template<typename TestClass>
 int runTestWithChildren(int argc, char *argv[], QByteArray (*childAnswer)(const QStringList &))
 {

@@ -11,9 +11,9 @@
 class QSslConfiguration;
 class QTcpServer;
 
-/// The answer to one request: its bytes, where it pauses, and how it ends.
+/// The answer to one request: its bytes, the positions at which it pauses, and its end.
 ///
-/// Positions count the bytes of the body as they travel: after compression, with chunk sizes.
+/// Positions count the bytes of the body as sent: compressed, or with chunk sizes.
 class HttpAnswer
 {
 public:
@@ -32,10 +32,9 @@ public:
     static HttpAnswer gzipped(const QByteArray &body);
     /// Any status line, with a body and its Content-Length.
     static HttpAnswer status(const QByteArray &codeAndReason, const QByteArray &body = {});
-    /// 302 to @p location, with a body as real servers send it.
+    /// 302 to @p location, with a body like that of real servers.
     static HttpAnswer redirect(const QByteArray &location);
-    /// The header as given, without its empty line, and the body as given; the connection stays
-    /// open.
+    /// @p header, without its empty line, and @p body, both unchanged; the connection stays open.
     static HttpAnswer raw(const QByteArray &header, const QByteArray &body);
 
     /// Adds a header line.
@@ -50,7 +49,7 @@ public:
     /// Sends a block of @p size bytes every @p intervalMs milliseconds.
     HttpAnswer inBlocks(qsizetype size, int intervalMs) const;
 
-    /// The body as it travels.
+    /// The body as sent.
     QByteArray wireBody() const { return body; }
 
 private:
@@ -70,11 +69,11 @@ private:
     int blockIntervalMs = 0;
 };
 
-/// One request that the server got.
+/// A request that the server received.
 struct HttpRequest {
-    QByteArray path;    ///< The request target as it stood in the request line.
+    QByteArray path;    ///< The request target in the request line.
     QByteArray head;    ///< Request line and header lines, each with its line end.
-    int connection = 0; ///< Which connection it came on, the first being 1.
+    int connection = 0; ///< The number of its connection, from 1.
 };
 
 /// A scripted HTTP/1.1 server on a free port of 127.0.0.1 that records its requests.
@@ -96,9 +95,9 @@ public:
 
     /// Sets the answer to every request of @p path from now on.
     void answer(const QByteArray &path, const HttpAnswer &answer);
-    /// Continues every answer that is held now.
+    /// Continues all answers that are held.
     void resume();
-    /// Clears the recorded requests; connections that are open now keep counting.
+    /// Clears the recorded requests; open connections still count.
     void clearRecord();
 
     /// The requests so far, in order.
@@ -107,11 +106,11 @@ public:
     QByteArrayList paths() const;
     int openConnections() const;
     int totalConnections() const;
-    /// Requests that were received and whose answer is neither sent nor aborted.
+    /// Received requests whose answer is neither complete nor aborted.
     int requestsInFlight() const;
-    /// The greatest number of them at any moment.
+    /// The maximum of requestsInFlight() so far.
     int mostInFlight() const;
-    /// Answers that are held now.
+    /// The number of answers that are held.
     int heldAnswers() const;
 
 signals:

@@ -22,7 +22,7 @@ QList<QByteArray> NginxServer::requests() const
         return {};
     }
     QList<QByteArray> lines = log.readAll().split('\n');
-    lines.removeLast(); // what follows the last line break
+    lines.removeLast(); // empty, after the last line break
     return lines;
 }
 

@@ -13,14 +13,14 @@ public:
 
     /// Serves the folder @p root.
     bool start(const QString &root, QString *error);
-    /// Serves what the server blocks @p servers say, with the placeholders of configuration().
+    /// Serves the server blocks @p servers, which may contain the placeholders of configuration().
     bool startServers(const QString &servers, QString *error);
 
     /// Limits each answer to @p bytesPerSecond from the next start on; 0 is no limit.
     void setRate(int bytesPerSecond) { rate = bytesPerSecond; }
 
-    /// What was asked for so far, as the first lines of the requests, oldest first. A line is there
-    /// shortly after the last byte of its answer.
+    /// The request lines so far, oldest first. nginx logs a line shortly after the last byte of the
+    /// answer.
     QList<QByteArray> requests() const;
 
 protected:

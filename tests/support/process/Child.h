@@ -5,8 +5,8 @@
 #include <QString>
 #include <QStringList>
 
-/// Runs the test program as a child process: for code that runs once per process, and for private
-/// mounts.
+/// Runs the test program as a child process: for code that runs once per process, or in a private
+/// mount namespace.
 class Child
 {
 public:

@@ -107,7 +107,7 @@ int FakeProgram::startCount() const
 QStringList FakeProgram::arguments() const
 {
     QStringList words = QString::fromUtf8(record(u"arguments"_s)).split(QChar::Null);
-    words.removeLast(); // what follows the last word's end
+    words.removeLast(); // empty, after the last terminator
     return words;
 }
 

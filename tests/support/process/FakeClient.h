@@ -8,12 +8,11 @@
 
 class QImage;
 
-/// A game client's folder in a temporary place: a picture, a login file, and an empty file in the
-/// place of the client executable.
+/// A temporary client folder with a picture, a login file, and an empty file as client executable.
 class FakeClient
 {
 public:
-    /// The folder itself is named @p folderName.
+    /// The name of the client folder is @p folderName.
     explicit FakeClient(const QString &folderName = QStringLiteral("client"));
 
     QString dir() const { return folder; }
@@ -23,8 +22,7 @@ public:
     QByteArray read(const QString &name) const;
     void writePicture(const QImage &picture) const;
 
-    /// Resets the launcher's settings in memory to this folder, its "ZEL.exe", no update and no
-    /// Wine.
+    /// Resets the launcher's settings in memory: this folder, "ZEL.exe", no update, no Wine.
     void useInLauncher() const;
 
 private:
@@ -32,8 +30,8 @@ private:
     QString folder;
 };
 
-/// An executable script in the place of Wine or of the game. It records how it was started and
-/// then runs until exitWith() or dieOf().
+/// An executable script that replaces Wine or the game. It records its arguments and environment,
+/// then waits for exitWith() or dieOf().
 class FakeProgram
 {
 public:
@@ -49,10 +47,10 @@ public:
     /// Ends the running program, or the next one if none runs, by a signal.
     void dieOf(int signal) { order("signal", signal); }
 
-    /// How often the program has started and recorded itself.
+    /// How often the program has started.
     int startCount() const;
 
-    // What the newest start recorded:
+    // Records of the newest start:
     QStringList arguments() const;
     QString workingFolder() const;
     QProcessEnvironment environment() const;

@@ -15,7 +15,7 @@ FakeSystem::FakeSystem()
 
 QString FakeSystem::runSelf(const QStringList &arguments) const
 {
-    // Over /usr/bin last: mount comes from there.
+    // /usr/bin last: it contains mount.
     const QString script = u"for folder in opt usr/local/bin usr/bin; do "
                            "mount --bind '%1'/$folder /$folder; done"_s.arg(root.path());
     return OwnMounts::run(script, QStringList{QCoreApplication::applicationFilePath()} + arguments);

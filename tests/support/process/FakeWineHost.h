@@ -4,8 +4,8 @@
 #include <QString>
 #include <QTemporaryDir>
 
-/// The test's own HOME and PATH, so that the search for Wine is quick and finds the test's files.
-/// The shell on that PATH finds no Wine. Installations at fixed paths are still found.
+/// Sets HOME and PATH so that the search for Wine is fast and finds the test's files. The shell on
+/// that PATH finds no Wine; installations at fixed paths are still found.
 class FakeWineHost
 {
 public:

@@ -49,7 +49,7 @@ QList<qint64> ProcessTable::children()
 
 qsizetype ProcessTable::openDescriptors()
 {
-    // One of them reads the folder.
+    // Includes the descriptor that reads the folder.
     return QDir(u"/proc/self/fd"_s)
         .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
         .size();

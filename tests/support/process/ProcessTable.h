@@ -13,12 +13,12 @@ bool isAlive(qint64 pid);
 /// The children of this process, zombies included.
 QList<qint64> children();
 
-/// How many descriptors this program has open.
+/// The number of descriptors that this process has open.
 qsizetype openDescriptors();
 
-/// A number in kB from a process's status, "VmRSS" for one, or -1.
+/// A number in kB from the status of a process, such as "VmRSS"; -1 if there is none.
 qint64 memory(qint64 pid, const QByteArray &key);
-/// The same of this program.
+/// The same for this process.
 qint64 memory(const QByteArray &key);
 
 } // namespace ProcessTable

@@ -22,7 +22,7 @@ double contrast(const QColor &first, const QColor &second);
 /// its frame.
 QImage picture(const QWidget *widget, QRect area = {});
 
-/// The colour of most pixels.
+/// The most frequent colour.
 QColor background(const QImage &image);
 
 /// The contrast of text to background: the highest of any pixel in picture(); 1 if it has no text.

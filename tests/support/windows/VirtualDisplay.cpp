@@ -64,7 +64,7 @@ QString VirtualDisplay::waitForWindow(const QString &title, const QStringList &k
 
 bool VirtualDisplay::click(const QString &window, QPoint place) const
 {
-    // Move from a pixel beside it: xdotool waits long for a mouse that is there already.
+    // xdotool waits long if the mouse is already there: move it from the next pixel.
     return !output(u"xdotool"_s, {u"mousemove"_s, u"--window"_s, window, digits(place.x() - 1),
                                   digits(place.y()), u"mousemove"_s, u"--sync"_s, u"--window"_s,
                                   window, digits(place.x()), digits(place.y()), u"click"_s, u"1"_s})

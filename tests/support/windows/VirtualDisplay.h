@@ -20,17 +20,16 @@ public:
     /// For the environment variable DISPLAY.
     QString name() const { return displayName; }
 
-    /// Waits for a visible window other than the @p known whose title is just @p title. Returns its
-    /// id, or nothing when none came.
+    /// Waits for a visible window with the title @p title that is not one of @p known. Returns its
+    /// ID, or nothing on a timeout.
     QString waitForWindow(const QString &title, const QStringList &known = {}) const;
     /// Clicks a place in a window, in pixels from its upper left corner.
     bool click(const QString &window, QPoint place) const;
-    /// Sets the keyboard focus; there is no window manager to do it.
+    /// Sets the keyboard focus, as a window manager would.
     bool focus(const QString &window) const;
     /// Presses a key, named like "Tab" or "alt+y", in a window.
     bool pressKey(const QString &window, const QString &key) const;
-    /// Closes a window by a key. The key is pressed again when the window did not have the focus
-    /// yet and so did not get it.
+    /// Closes a window by a key. Presses the key again if the window did not have the focus yet.
     bool closeByKey(const QString &window, const QString &key) const;
     /// The colour of a place in a window; invalid when it cannot be read.
     QColor colorAt(const QString &window, QPoint place) const;

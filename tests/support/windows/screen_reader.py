@@ -1,15 +1,15 @@
 #!/usr/bin/python3
 """Reads the launcher's windows through AT-SPI, like a screen reader.
 
-  screen_reader.py widgets WINDOW SECONDS      waits for a window by its title; prints the role,
-                                               the name and the description of all that it shows
-  screen_reader.py focused ROLE NAME SECONDS   waits until a widget has the keyboard
+  screen_reader.py widgets WINDOW SECONDS      waits for a window by its title; prints role,
+                                               name and description of its visible widgets
+  screen_reader.py focused ROLE NAME SECONDS   waits until a widget has the focus
   screen_reader.py label REGEX SECONDS         waits for a label whose text matches; prints it
-  screen_reader.py center ROLE NAME SECONDS    waits for a showing widget; prints the x and y of
-                                               its middle on the screen
-  screen_reader.py press ROLE NAME SECONDS     waits for a showing widget and presses it
+  screen_reader.py center ROLE NAME SECONDS    waits for a visible widget; prints x and y of its
+                                               middle on the screen
+  screen_reader.py press ROLE NAME SECONDS     waits for a visible widget and presses it
 
-Ends with status 1 when the time is over. Needs a session bus, and the launcher started with
+Exits with 1 on a timeout. Needs a session bus, and the launcher started with
 QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1.
 """
 
@@ -26,7 +26,7 @@ APPLICATION = "zel_launcher"
 
 
 def widgets(node):
-    """The widgets below a node, parents first. Widgets that vanish meanwhile are left out."""
+    """The widgets below a node, parents first. Skips widgets that vanish meanwhile."""
     try:
         children = [node.get_child_at_index(i) for i in range(node.get_child_count())]
     except GLib.Error:
@@ -95,7 +95,7 @@ def is_in_state(widget, state):
 
 
 def showing(role, name):
-    """Of several the last counts, which is that of the window opened last."""
+    """The last match: that of the newest window."""
     found = None
     for widget in launcher_widgets():
         if role_of(widget) != role or widget.get_name() != name:
