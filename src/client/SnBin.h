@@ -3,7 +3,7 @@
 #include <QString>
 
 /// Reads and writes "sn.bin", the client's text file with the name of its main server group.
-/// Readers look at its first line only.
+/// Only its first line is read.
 class SnBin
 {
 public:
