@@ -75,6 +75,7 @@ private slots:
     void aSavedModeIsLoadedAgain();
     void theModeHasItsOwnSettingsFile();
     void savingKeepsOtherKeys();
+    void aFullDiskKeepsTheStoredMode();
     void aStaleLockDelaysNoSave();
 
     void theApplicationGetsStyleFontAndSheet_data() { addModes(); }
@@ -185,6 +186,17 @@ void TestZelTheme::savingKeepsOtherKeys()
     Disk::write(storePath(), "[General]\nother=7\ntheme=dark\n"_ba);
     ZelTheme::savePreferredMode(Mode::Light);
     QCOMPARE(Disk::read(storePath()), "[General]\nother=7\ntheme=light\n"_ba);
+}
+
+void TestZelTheme::aFullDiskKeepsTheStoredMode()
+{
+    ZelTheme::savePreferredMode(Mode::Light);
+    {
+        const Disk::SizeLimit full(10);
+        ZelTheme::savePreferredMode(Mode::Dark);
+    }
+    QCOMPARE(ZelTheme::loadPreferredMode(), Mode::Light);
+    QCOMPARE(Disk::read(storePath()), "[General]\ntheme=light\n"_ba);
 }
 
 void TestZelTheme::aStaleLockDelaysNoSave()
