@@ -52,8 +52,8 @@ bool isIconTheme(const QString &name)
     return false;
 }
 
-/// Takes the variant of the desktop's icon theme that belongs to @p mode, if there is one: with the
-/// other one, the file chooser's icons have the colour of what is behind them.
+/// Selects the variant of the desktop's icon theme for @p mode, if it is installed: in the other
+/// variant, the file chooser's icons have the colour of their background.
 void setIconTheme(ZelTheme::Mode mode)
 {
     const QString name = QIcon::themeName();
@@ -89,9 +89,13 @@ StandardLook::StandardLook(ZelTheme::Mode themeMode)
 bool StandardLook::eventFilter(QObject *watched, QEvent *event)
 {
     switch (event->type()) {
-    case QEvent::ThemeChange:
     case QEvent::ApplicationFontChange:
     case QEvent::ApplicationPaletteChange:
+        if (watched != qApp) { // windows receive the events of restore() after its end
+            break;
+        }
+        [[fallthrough]];
+    case QEvent::ThemeChange:
         // A theme change sends several events; restore once, after the last one.
         restoreTimer.start(0);
         break;
@@ -113,7 +117,7 @@ void StandardLook::restore()
     QApplication::setFont(font);
     QApplication::setPalette(palette);
     setIconTheme(mode);
-    // Widgets keep fonts that the style sheet derived from the desktop's until it is set again.
+    // Until the style sheet is set again, widgets keep the fonts that it derived from the desktop's.
     qApp->setStyleSheet(qApp->styleSheet());
     // The calls above sent the same events; they must not start another round.
     restoreTimer.stop();

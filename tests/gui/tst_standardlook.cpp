@@ -85,7 +85,7 @@ QStringList looksIn(void (*visitWindow)(const Visit &))
     return result;
 }
 
-/// Counts how often the application's font or palette changes.
+/// Counts changes of the application's font and palette and of the style of widgets.
 class ChangeCounter : public QObject
 {
 public:
@@ -93,8 +93,9 @@ public:
 
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        changes += watched == qApp && (event->type() == QEvent::ApplicationFontChange ||
-                                       event->type() == QEvent::ApplicationPaletteChange);
+        changes += event->type() == QEvent::StyleChange ||
+                   (watched == qApp && (event->type() == QEvent::ApplicationFontChange ||
+                                        event->type() == QEvent::ApplicationPaletteChange));
         return false;
     }
 
@@ -303,6 +304,14 @@ void TestStandardLook::theIconsBelongToTheMode()
 
     const auto look = startUp(mode);
     QCOMPARE(QIcon::themeName(), expected);
+
+    // A change of the icon theme alone changes neither fonts nor palettes.
+    QWidget window;
+    window.show();
+    QCoreApplication::processEvents();
+    QIcon::setThemeName(chosen);
+    change(ownTheme);
+    QTRY_COMPARE(QIcon::themeName(), expected);
 }
 
 void TestStandardLook::theButtonsKeepTheDesktopsOrder()
@@ -324,6 +333,8 @@ void TestStandardLook::aThemeChangeIsHandledOnce()
 {
     const auto look = startUp(Mode::Dark);
     const QFont font = QApplication::font();
+    QWidget window;
+    window.show();
     const ChangeCounter counter;
     QApplication::setFont(QFont(u"serif"_s));
     QTRY_COMPARE(QApplication::font(), font);
