@@ -43,7 +43,6 @@ private slots:
 
     void helpAndVersionArePrinted();
     void theManualPageAndTheGuideKnowEveryOption();
-    void theManualPageIsCorrect();
     void aManifestIsWritten();
     void theManifestDoesNotDependOnTheLocale();
     void dryRunPrintsWhatWouldBeWritten();
@@ -124,21 +123,6 @@ void TestZelManifestCli::theManualPageAndTheGuideKnowEveryOption()
     const QSet<QString> missing =
         options - optionsIn(QString::fromUtf8(Disk::read(sources + u"/docs/operators.md"_s)));
     QCOMPARE(missing - shown, QSet<QString>());
-}
-
-void TestZelManifestCli::theManualPageIsCorrect()
-{
-    const QString man = QStandardPaths::findExecutable(u"man"_s);
-    if (man.isEmpty()) {
-        QSKIP("man is not installed");
-    }
-    const Outcome outcome =
-        run(man,
-            {u"--warnings"_s, u"-l"_s, QStringLiteral(ZEL_SOURCES "/packaging/man/zel-manifest.1")},
-            folder(), {{u"LC_ALL"_s, u"C.UTF-8"_s}, {u"MANROFFSEQ"_s, {}}});
-    QCOMPARE(outcome.messages, QString());
-    QCOMPARE(outcome.exitCode, 0);
-    QVERIFY(outcome.output.contains(u"SYNOPSIS"_s));
 }
 
 void TestZelManifestCli::aManifestIsWritten()

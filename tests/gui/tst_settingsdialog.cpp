@@ -165,7 +165,6 @@ private slots:
     void tabGoesThroughTheFieldsInTheirOrder();
     void aFieldReachedByTabIsScrolledIntoView();
     void enterAccepts();
-    void escapeAndTheButtonsCloseTheDialog();
     void theBackgroundBetweenTheGroupsIsTheThemes();
     void aCheckBoxShowsItsBox();
     void spinAndComboBoxesShowTheirArrows();
@@ -590,22 +589,6 @@ void TestSettingsDialog::enterAccepts()
         QTest::keyClick(field, Qt::Key_Return);
         QVERIFY2(accepted.count() == 1 && dialog->isHidden(), name);
     }
-}
-
-void TestSettingsDialog::escapeAndTheButtonsCloseTheDialog()
-{
-    const QSignalSpy rejected(dialog.get(), &QDialog::rejected);
-    QTest::keyClick(fields->clientDir, Qt::Key_Escape);
-    QCOMPARE(rejected.count(), 1);
-    QVERIFY(dialog->isHidden());
-    open();
-    SettingsFields::click(fields->cancel);
-    QVERIFY(dialog->isHidden());
-    QCOMPARE(dialog->result(), int(QDialog::Rejected));
-    open();
-    SettingsFields::click(fields->ok);
-    QVERIFY(dialog->isHidden());
-    QCOMPARE(dialog->result(), int(QDialog::Accepted));
 }
 
 void TestSettingsDialog::theBackgroundBetweenTheGroupsIsTheThemes()

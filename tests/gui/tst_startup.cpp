@@ -31,14 +31,9 @@ private slots:
     void init();
     void cleanup() { launcher.kill(); }
 
-    void cancelEndsTheProgramWithStatus0();
     void noArgumentIsRead();
     void aFirstStartWritesNoSettings();
-    void theSettingsFileOfTheTwoNamesIsRead();
     void aVersionStoredInOneRunIsKnownInTheNext();
-    void theThemeOfTheSettingsIsApplied_data();
-    void theThemeOfTheSettingsIsApplied();
-    void theGameEndsWithTheLauncher();
     void nothingIsPrintedWhateverGoesWrong_data();
     void nothingIsPrintedWhateverGoesWrong();
 
@@ -79,12 +74,6 @@ void TestStartUp::waitForTheGame(int startCount)
     QTRY_VERIFY_WITH_TIMEOUT(!ProcessTable::isAlive(wine->pid()), Timeouts::programMs);
 }
 
-void TestStartUp::cancelEndsTheProgramWithStatus0()
-{
-    launcher.start();
-    launcher.close();
-}
-
 void TestStartUp::noArgumentIsRead()
 {
     launcher.start({u"--help"_s, u"-x"_s, u"http://127.0.0.1/"_s, QString()});
@@ -96,20 +85,6 @@ void TestStartUp::aFirstStartWritesNoSettings()
     launcher.start();
     launcher.close();
     QVERIFY(!QFile::exists(TestEnvironment::settingsFile()));
-}
-
-void TestStartUp::theSettingsFileOfTheTwoNamesIsRead()
-{
-    QCOMPARE(TestEnvironment::settingsFile(),
-             TestEnvironment::configHome() + u"/Orvandale/zel_launcher.ini"_s);
-    store({{u"client/exe"_s, u"of the settings.exe"_s}, {u"server/ip"_s, u"10.1.2.3"_s}});
-    client->write(u"of the settings.exe"_s, "");
-    launcher.start();
-    launcher.clickPlay();
-    waitForTheGame(1);
-    QCOMPARE(wine->arguments(), QStringList(client->filePath(u"of the settings.exe"_s)));
-    QCOMPARE(client->read(u"server.txt"_s), "10.1.2.3\n");
-    launcher.close();
 }
 
 void TestStartUp::aVersionStoredInOneRunIsKnownInTheNext()
@@ -139,48 +114,6 @@ void TestStartUp::aVersionStoredInOneRunIsKnownInTheNext()
         QCOMPARE(settings.value(u"patch/localVersion"_s).toString(), u"2"_s);
         QCOMPARE(hasRemark(), run == 2);
     }
-}
-
-void TestStartUp::theThemeOfTheSettingsIsApplied_data()
-{
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<QColor>("background");
-    QTest::newRow("nothing stored") << QString() << QColor(0x1a1a2e);
-    QTest::newRow("dark") << u"dark"_s << QColor(0x1a1a2e);
-    QTest::newRow("light") << u"light"_s << QColor(0xf5f5f7);
-}
-
-void TestStartUp::theThemeOfTheSettingsIsApplied()
-{
-    QFETCH(const QString, stored);
-    QFETCH(const QColor, background);
-    QSettings theme(TestEnvironment::configHome() + u"/Orvandale/ZEL.conf"_s, QSettings::IniFormat);
-    if (!stored.isEmpty()) {
-        theme.setValue(u"theme"_s, stored);
-        theme.sync();
-    }
-    store({{u"client/dir"_s, u"/nowhere/at/all"_s}});
-    launcher.start();
-    launcher.clickPlay();
-    const QString box = launcher.waitForBox(mainTitle);
-    QTRY_COMPARE_WITH_TIMEOUT(launcher.display().colorAt(box, {2, 2}), background,
-                              Timeouts::programMs);
-    QVERIFY(launcher.display().closeByKey(box, u"Return"_s));
-    launcher.close();
-    // Nothing in the launcher stores a mode.
-    QCOMPARE(QFile::exists(theme.fileName()), !stored.isEmpty());
-}
-
-void TestStartUp::theGameEndsWithTheLauncher()
-{
-    store();
-    launcher.start();
-    launcher.clickPlay();
-    QTRY_COMPARE_WITH_TIMEOUT(wine->startCount(), 1, Timeouts::programMs);
-    launcher.clickCancel();
-    launcher.answer(mainTitle, u"alt+s"_s);
-    launcher.waitForEnd();
-    QVERIFY(!ProcessTable::isAlive(wine->pid()));
 }
 
 void TestStartUp::nothingIsPrintedWhateverGoesWrong_data()

@@ -98,16 +98,6 @@ bool VirtualDisplay::closeByKey(const QString &window, const QString &key) const
     return false;
 }
 
-QColor VirtualDisplay::colorAt(const QString &window, QPoint place) const
-{
-    const QByteArray pixel =
-        output(u"import"_s, {u"-window"_s, window, u"-crop"_s,
-                             u"1x1+%1+%2"_s.arg(digits(place.x()), digits(place.y())), u"-depth"_s,
-                             u"8"_s, u"txt:-"_s});
-    static const QRegularExpression hex(u"#[0-9A-Fa-f]{6}"_s);
-    return QColor(hex.match(QString::fromLatin1(pixel)).captured());
-}
-
 QImage VirtualDisplay::imageOf(const QString &window) const
 {
     return QImage::fromData(output(u"import"_s, {u"-window"_s, window, u"ppm:-"_s}));

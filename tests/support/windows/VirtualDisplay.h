@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QColor>
 #include <QImage>
 #include <QPoint>
 #include <QProcess>
@@ -31,8 +30,6 @@ public:
     bool pressKey(const QString &window, const QString &key) const;
     /// Closes a window by a key. Presses the key again if the window did not have the focus yet.
     bool closeByKey(const QString &window, const QString &key) const;
-    /// The colour of a place in a window; invalid when it cannot be read.
-    QColor colorAt(const QString &window, QPoint place) const;
     /// What a window shows, pixel by pixel; null when it cannot be read.
     QImage imageOf(const QString &window) const;
 
