@@ -1,7 +1,6 @@
 #include "support/TestMain.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSet>
@@ -28,15 +27,6 @@ namespace
 
 constexpr int fileCount = 5000;
 constexpr int folderCount = 150;
-
-/// A folder in memory if possible: the launcher waits until each file is on the disk.
-QString memoryFolder()
-{
-    const QFileInfo memory(u"/dev/shm"_s);
-    const QString parent =
-        memory.isDir() && memory.isWritable() ? memory.filePath() : QDir::tempPath();
-    return parent + u"/zel-publish-XXXXXX"_s;
-}
 
 fs::path place(const QString &folder, const QByteArray &path)
 {
@@ -106,7 +96,7 @@ private:
     /// Runs the launcher's updater. Returns its last message.
     QString update(const QString &client, const QString &path) const;
 
-    QTemporaryDir dir{memoryFolder()};
+    QTemporaryDir dir{Disk::memoryFolder() + u"/zel-publish-XXXXXX"_s};
     QString patch;
     QByteArrayList names;
     NginxServer nginx;

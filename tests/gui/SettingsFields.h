@@ -182,11 +182,8 @@ public:
     QComboBox *resolution = field<QComboBox>("Resolucao");
     QCheckBox *windowMode = field<QCheckBox>("Modo janela");
     QSlider *brightness = field<QSlider>("Brilho");
-    QLabel *brightnessValue = field<QLabel>("Brilho", 1);
     QSlider *effects = field<QSlider>("Efeitos");
-    QLabel *effectsValue = field<QLabel>("Efeitos", 1);
     QSlider *music = field<QSlider>("Musica");
-    QLabel *musicValue = field<QLabel>("Musica", 1);
     QComboBox *modelQuality = field<QComboBox>("Qualidade de modelos");
     QComboBox *cursor = field<QComboBox>("Cursor");
     QComboBox *keyboard = field<QComboBox>("Teclado");

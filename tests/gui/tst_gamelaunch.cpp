@@ -23,9 +23,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Set in a child process that runs a test function in a FakeSystem.
-constexpr const char *insideVariable = "ZEL_TEST_INSIDE_FAKE_SYSTEM";
-
 QString profilePath()
 {
     return TestEnvironment::home() + u"/.bash_profile"_s;
@@ -397,14 +394,11 @@ void TestGameLaunch::anUnusableWineShowsAsTheShellsExitCode()
 
 void TestGameLaunch::withoutAnyWineTheShellsExitCodeIsShown()
 {
-    if (!qEnvironmentVariableIsSet(insideVariable)) {
+    if (!FakeSystem::isInside()) {
         NEEDS_OWN_MOUNTS();
         const FakeSystem system;
         QVERIFY(QFile::copy(u"/bin/bash"_s, system.path(u"/usr/bin/bash"_s)));
-        qputenv(insideVariable, "1");
-        const QString error = system.runSelf({QLatin1String(QTest::currentTestFunction())});
-        qunsetenv(insideVariable);
-        QVERIFY2(error.isEmpty(), qPrintable(error));
+        system.runTestFunction();
         return;
     }
     LauncherSettings &settings = LauncherSettings::instance();

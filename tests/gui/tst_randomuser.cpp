@@ -56,7 +56,7 @@ protected:
     void timerEvent(QTimerEvent *event) override;
 
 private:
-    void startAnew();
+    void restart();
     void act(bool isOutermost);
     bool closeForemost(bool isOutermost);
     void stayInside();
@@ -107,7 +107,7 @@ bool TestRandomUser::eventFilter(QObject *watched, QEvent *event)
 }
 
 /// A new window, as after a new start of the program, with settings that work.
-void TestRandomUser::startAnew()
+void TestRandomUser::restart()
 {
     launcher.reset();
     client.useInLauncher();
@@ -143,7 +143,7 @@ void TestRandomUser::act(bool isOutermost)
     if (left > 0) {
         --left;
         if (isOutermost && !launcher->window.isVisible()) {
-            startAnew();
+            restart();
         }
         user->act();
         stayInside();
@@ -244,7 +244,7 @@ void TestRandomUser::theLauncherSurvivesRandomInput()
     server.answer("/data/map.bin", HttpAnswer::chunked(QByteArray(20'000, 'm')).inBlocks(2000, 2));
 
     const auto closeWindow = qScopeGuard([this] { launcher.reset(); });
-    startAnew();
+    restart();
     user.emplace(quint32(seed));
     left = count;
     outermostLevel = QThread::currentThread()->loopLevel() + 1;

@@ -27,9 +27,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Set in a child process that runs a test function in a FakeSystem.
-constexpr const char *insideVariable = "ZEL_TEST_INSIDE_FAKE_SYSTEM";
-
 /// Values by name: a row of the dialog, a key of the settings file, or a word of "Config.bin" as
 /// "word 3".
 using Texts = QMap<QString, QString>;
@@ -648,13 +645,9 @@ void TestSettingsDialogData::aSearchEmitsNoChangeWhileItFillsTheList()
 
 void TestSettingsDialogData::onAMachineWithoutWineTheCommandItselfIsOffered()
 {
-    if (!qEnvironmentVariableIsSet(insideVariable)) {
+    if (!FakeSystem::isInside()) {
         NEEDS_OWN_MOUNTS();
-        qputenv(insideVariable, "1");
-        const QString complaint =
-            FakeSystem().runSelf({QLatin1String(QTest::currentTestFunction())});
-        qunsetenv(insideVariable);
-        QVERIFY2(complaint.isEmpty(), qPrintable(complaint));
+        FakeSystem().runTestFunction();
         return;
     }
     QVERIFY(QFile::remove(settings.winePath));

@@ -7,7 +7,7 @@
 #include <QTest>
 
 /// The environment of a test program, set up before its application object: its own home folder and
-/// settings, no display, no session bus.
+/// settings, no display, no session bus, no proxy.
 class TestEnvironment
 {
 public:

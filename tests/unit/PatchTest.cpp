@@ -2,7 +2,6 @@
 
 #include <QDirIterator>
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -14,19 +13,6 @@
 
 #include "settings/LauncherSettings.h"
 #include "support/Timeouts.h"
-
-namespace
-{
-
-/// A folder in memory if possible: QSaveFile syncs each file to the disk.
-std::unique_ptr<QTemporaryDir> makeRoot()
-{
-    const QFileInfo memory(u"/dev/shm"_s);
-    const QString parent = memory.isWritable() ? memory.filePath() : QDir::tempPath();
-    return std::make_unique<QTemporaryDir>(parent + u"/tst_patch-XXXXXX"_s);
-}
-
-} // namespace
 
 SignalLog::SignalLog(PatchManager *manager)
 {
@@ -61,14 +47,6 @@ QStringList SignalLog::linesOf(const QString &word) const
     return chosen;
 }
 
-void PatchTest::initTestCase()
-{
-    for (const char *name : {"http_proxy", "https_proxy", "all_proxy", "no_proxy"}) {
-        qunsetenv(name);
-        qunsetenv(QByteArray(name).toUpper().constData());
-    }
-}
-
 void PatchTest::init()
 {
     TestBase::init();
@@ -78,7 +56,7 @@ void PatchTest::init()
     settings.save();
     settings.serverName = u"never saved"_s;
 
-    root = makeRoot();
+    root = std::make_unique<QTemporaryDir>(Disk::memoryFolder() + u"/tst_patch-XXXXXX"_s);
     QVERIFY(QDir(root->path()).mkdir(u"client"_s));
     server = std::make_unique<HttpServer>();
     manager = std::make_unique<PatchManager>();

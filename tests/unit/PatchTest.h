@@ -60,7 +60,6 @@ class PatchTest : public TestBase
     Q_OBJECT
 
 protected slots:
-    void initTestCase();
     void init();
     void cleanup();
 

@@ -63,9 +63,6 @@ private:
 void TestPatchChecks::init()
 {
     DoctorTest::init();
-    for (const char *name : {"http_proxy", "https_proxy", "no_proxy", "all_proxy"}) {
-        qunsetenv(name);
-    }
     server.emplace();
     set(u"patch/baseUrl"_s, server->url());
 }

@@ -1,21 +1,14 @@
 #include "PatchTest.h"
 #include "support/process/Child.h"
+#include "support/process/OwnMounts.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
-#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTcpServer>
 #include <QTimer>
-
-#include <cstdio>
-
-#include <sched.h>
-#include <sys/mount.h>
-#include <unistd.h>
 
 #include "settings/LauncherSettings.h"
 #include "support/Timeouts.h"
@@ -35,13 +28,6 @@ QByteArray severalBlocks()
     return text;
 }
 
-/// Enters a private mount namespace. Only root may, and not everywhere.
-bool enterOwnMountNamespace()
-{
-    return geteuid() == 0 && unshare(CLONE_NEWNS) == 0 &&
-           mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-}
-
 /// Peak memory of this process in bytes.
 qint64 peakMemory()
 {
@@ -54,18 +40,22 @@ qint64 peakMemory()
     return 0;
 }
 
-/// Runs an update from @p baseUrl: its last message, and how much memory it took.
-QJsonObject updateInChild(const QString &baseUrl, const QString &clientDir)
+/// Runs an update with a base URL and a client folder. Returns its last message, the memory that it
+/// took, and whether it left the files unchanged.
+QByteArray updateAsChild(const QStringList &arguments)
 {
     PatchManager manager;
-    manager.baseUrl = baseUrl;
-    manager.clientDir = clientDir;
+    manager.baseUrl = arguments.at(0);
+    manager.clientDir = arguments.at(1);
     QSignalSpy ends(&manager, &PatchManager::finished);
-    const qint64 before = peakMemory();
+    const Files filesBefore = Disk::files(manager.clientDir);
+    const qint64 memoryBefore = peakMemory();
     manager.checkAndUpdate();
     ends.wait(Timeouts::replyMs);
-    return {{u"message"_s, ends.value(0).value(1).toString()},
-            {u"memory"_s, peakMemory() - before}};
+    const QJsonObject result{{u"message"_s, ends.value(0).value(1).toString()},
+                             {u"memory"_s, peakMemory() - memoryBefore},
+                             {u"unchanged"_s, Disk::files(manager.clientDir) == filesBefore}};
+    return QJsonDocument(result).toJson();
 }
 
 } // namespace
@@ -99,7 +89,7 @@ private slots:
 
     void whatCannotBeOpenedIsNamed_data();
     void whatCannotBeOpenedIsNamed();
-    void aFolderRemovedDuringARunIsMadeAgain();
+    void aFolderRemovedDuringARunIsCreatedAgain();
     void aFolderReplacedByAFileDuringARunIsNamed();
     void aTargetThatBecomesAFolderDuringARunIsNamed();
 
@@ -115,6 +105,7 @@ private:
 
     void publishOldFile(const HttpAnswer &answer, const QString &url = u"a"_s);
     QString runWithSizeLimit(int bytes);
+    QJsonObject updateInChild(const QString &mountScript = {}) const;
 };
 
 void TestPatchManagerFaults::aFailedTransferIsReportedWithQtsText_data()
@@ -371,6 +362,14 @@ void TestPatchManagerFaults::aManifestOfManyEntriesIsProcessed()
     expectRecovery({{u"data/f0"_s, "first"}, {u"data/f1"_s, "second"}});
 }
 
+/// Runs updateAsChild() after the bash commands @p mountScript in a mount namespace.
+QJsonObject TestPatchManagerFaults::updateInChild(const QString &mountScript) const
+{
+    Child child({server->url(), clientPath({})});
+    child.mountFirst(mountScript);
+    return QJsonDocument::fromJson(child.output()).object();
+}
+
 void TestPatchManagerFaults::aManifestOfWhiteSpaceTakesBoundedMemory_data()
 {
     const QByteArray blanks(200 * megabyte, ' ');
@@ -394,8 +393,7 @@ void TestPatchManagerFaults::aManifestOfWhiteSpaceTakesBoundedMemory()
     if (message.isNull()) {
         message = u"Nao foi possivel baixar manifest.json: "_s + serverError(u"/manifest.json"_s);
     }
-    const QJsonObject result =
-        QJsonDocument::fromJson(Child({server->url(), clientPath({})}).output()).object();
+    const QJsonObject result = updateInChild();
     QCOMPARE(result.value(u"message").toString(), message);
     // Twice the body, as received and in one piece, and what the sanitizer keeps of freed memory.
     QVERIFY(result.value(u"memory").toInteger() < 3 * 200 * megabyte);
@@ -436,7 +434,7 @@ void TestPatchManagerFaults::whatCannotBeOpenedIsNamed()
     expectRecovery({{u"file"_s, "a file"}});
 }
 
-void TestPatchManagerFaults::aFolderRemovedDuringARunIsMadeAgain()
+void TestPatchManagerFaults::aFolderRemovedDuringARunIsCreatedAgain()
 {
     publish(u"2"_s, {{u"data/a"_s, u"a"_s}, {u"data/b"_s, u"b"_s}});
     server->answer("/a", HttpAnswer::withLength("content of a"));
@@ -526,23 +524,14 @@ void TestPatchManagerFaults::aFullFileSystemLeavesTheOldFileWhole()
 {
     QFETCH(const int, size);
     QFETCH(const bool, isFilled);
-    const QByteArray point = QFile::encodeName(clientPath({}));
-    if (!enterOwnMountNamespace() ||
-        mount("none", point.constData(), "tmpfs", 0, "size=512k") != 0) {
-        QSKIP("mounts need root");
-    }
-    const auto unmount = qScopeGuard([&] { umount2(point.constData(), MNT_DETACH); });
+    NEEDS_OWN_MOUNTS();
     publishOldFile(HttpAnswer::withLength(QByteArray(size, 'x')));
-    if (isFilled) {
-        QFile filler(root->filePath(u"client/filler"_s));
-        QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
-        while (filler.write(QByteArray(4096, 'f')) == 4096) {
-        }
-    }
-    const Files before = Disk::files(clientPath({}));
-    QCOMPARE(runToEnd(), commitFailed(u"a"_s));
-    QCOMPARE(Disk::files(clientPath({})), before);
-    QFile::remove(clientPath(u"filler"_s));
+    const QString fill = isFilled ? u"; cat /dev/zero >'%1/filler' 2>/dev/null || true"_s : u""_s;
+    const QJsonObject result =
+        updateInChild((u"mount -t tmpfs -o size=512k none '%1'; printf old >'%1/a'"_s + fill)
+                          .arg(clientPath({})));
+    QCOMPARE(u"finished false "_s + result[u"message"].toString(), commitFailed(u"a"_s));
+    QVERIFY(result[u"unchanged"].toBool());
     expectRecovery(oldFile);
 }
 
@@ -560,34 +549,17 @@ void TestPatchManagerFaults::aNameTooLongIsNamed()
 void TestPatchManagerFaults::aTargetThatCannotBeReplacedIsNamed()
 {
     // A file that is a mount point can be opened but not replaced.
+    NEEDS_OWN_MOUNTS();
     publishOldFile(HttpAnswer::withLength("content of a"));
-    const QByteArray point = QFile::encodeName(clientPath(u"a"_s));
-    if (!enterOwnMountNamespace() ||
-        mount(point.constData(), point.constData(), nullptr, MS_BIND, nullptr) != 0) {
-        QSKIP("mounts need root");
-    }
-    auto unmount = qScopeGuard([&] { umount2(point.constData(), MNT_DETACH); });
-    QCOMPARE(runToEnd(), commitFailed(u"a"_s));
-    unmount.dismiss();
-    QCOMPARE(umount(point.constData()), 0);
+    const QJsonObject result = updateInChild(u"mount --bind '%1' '%1'"_s.arg(clientPath(u"a"_s)));
+    QCOMPARE(u"finished false "_s + result[u"message"].toString(), commitFailed(u"a"_s));
+    QVERIFY(result[u"unchanged"].toBool());
     expectRecovery(oldFile);
 }
 
 int main(int argc, char *argv[])
 {
-    if (argc == 4 && QByteArrayView(argv[1]) == "--child") {
-        const QCoreApplication app(argc, argv);
-        TestEnvironment::nameApplication();
-        const QStringList arguments = QCoreApplication::arguments();
-        const QByteArray result =
-            QJsonDocument(updateInChild(arguments.at(2), arguments.at(3))).toJson();
-        return std::fputs(result.constData(), stdout) < 0 ? 1 : 0;
-    }
-    const TestEnvironment environment;
-    const QCoreApplication app(argc, argv);
-    TestEnvironment::nameApplication();
-    TestPatchManagerFaults test;
-    return QTest::qExec(&test, argc, argv);
+    return runTestWithChildren<TestPatchManagerFaults>(argc, argv, updateAsChild);
 }
 
 #include "tst_patchmanager_faults.moc"

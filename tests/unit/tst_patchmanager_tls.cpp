@@ -26,7 +26,6 @@ private:
 
 void TestPatchManagerTls::initTestCase()
 {
-    PatchTest::initTestCase();
     if (!Identity::obstacle().isEmpty()) {
         QSKIP(qPrintable(Identity::obstacle()));
     }

@@ -6,13 +6,13 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
-#include <QProcess>
 #include <QScopeGuard>
 
 #include <csignal>
 #include <optional>
 
 #include "support/files/Disk.h"
+#include "support/process/Child.h"
 #include "support/process/FakeSystem.h"
 #include "support/process/ProcessTable.h"
 
@@ -20,9 +20,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-/// With this argument and a file name, the program writes what discovery finds to that file.
-constexpr const char *discoverArgument = "--discover";
 
 /// The entries as "label | path", the form that the tests compare.
 QStringList asText(const QList<WineInstallation> &installations)
@@ -32,6 +29,11 @@ QStringList asText(const QList<WineInstallation> &installations)
         lines << wine.label + u" | "_s + wine.path;
     }
     return lines;
+}
+
+QByteArray discoverAsBytes()
+{
+    return asText(WineDiscovery::discover()).join(u'\n').toUtf8();
 }
 
 QStringList listOf(const char *text)
@@ -181,11 +183,9 @@ void TestWineDiscovery::expect(const QStringList &found) const
 /// All that discovery finds in the fake system.
 QStringList TestWineDiscovery::discoveredInFakeSystem() const
 {
-    const QString result = at(u"result"_s);
-    const QString failure = fakeSystem->runSelf({QLatin1String(discoverArgument), result});
-    return failure.isEmpty()
-               ? QString::fromUtf8(Disk::read(result)).split(u'\n', Qt::SkipEmptyParts)
-               : QStringList{failure};
+    Child child({u"discover"_s});
+    child.mountFirst(fakeSystem->mountScript());
+    return QString::fromUtf8(child.output()).split(u'\n', Qt::SkipEmptyParts);
 }
 
 void TestWineDiscovery::eachExecutableIsListedOnce_data()
@@ -446,13 +446,7 @@ void TestWineDiscovery::nothingIsPrinted()
         if (*script != '\0') { // without a shell first
             fakeShell(script);
         }
-        QProcess child;
-        child.setProcessChannelMode(QProcess::MergedChannels);
-        child.start(QCoreApplication::applicationFilePath(),
-                    {QLatin1String(discoverArgument), at(u"result"_s)});
-        QVERIFY(child.waitForFinished());
-        QCOMPARE(child.exitCode(), 0);
-        QCOMPARE(child.readAll(), QByteArray());
+        QCOMPARE(Child({u"discover"_s}).output(), discoverAsBytes());
     }
 }
 
@@ -489,16 +483,8 @@ void TestWineDiscovery::theFirstOfEqualEntriesIsFound()
 
 int main(int argc, char *argv[])
 {
-    if (argc == 3 && qstrcmp(argv[1], discoverArgument) == 0) {
-        Disk::write(QFile::decodeName(argv[2]),
-                    asText(WineDiscovery::discover()).join(u'\n').toUtf8());
-        return 0;
-    }
-    const TestEnvironment environment;
-    const QCoreApplication app(argc, argv);
-    TestEnvironment::nameApplication();
-    TestWineDiscovery test;
-    return QTest::qExec(&test, argc, argv);
+    return runTestWithChildren<TestWineDiscovery>(
+        argc, argv, [](const QStringList &) { return discoverAsBytes(); });
 }
 
 #include "tst_winediscovery.moc"

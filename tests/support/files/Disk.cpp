@@ -55,6 +55,12 @@ void Disk::makeLink(const QString &path, const QString &target)
     require(QFile::link(target, path), "cannot make the link", path);
 }
 
+QString Disk::memoryFolder()
+{
+    const QFileInfo memory(u"/dev/shm"_s);
+    return memory.isWritable() ? memory.filePath() : QDir::tempPath();
+}
+
 void Disk::makeFull(const QString &path)
 {
     makeLink(path, u"/dev/full"_s);

@@ -25,6 +25,8 @@ QByteArray read(const QString &path);
 void makeFolder(const QString &path);
 /// Creates a symbolic link to @p target at @p path.
 void makeLink(const QString &path, const QString &target);
+/// The parent of temporary folders: in memory if possible, because QSaveFile syncs each file.
+QString memoryFolder();
 /// Makes @p path behave like a file on a full disk: it can be opened, but every write fails.
 void makeFull(const QString &path);
 /// The names in the folder at @p path, hidden ones included, sorted.

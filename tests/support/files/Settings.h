@@ -4,8 +4,6 @@
 #include <QDir>
 #include <QFile>
 
-#include <cstdio>
-
 #include "settings/LauncherSettings.h"
 #include "support/files/Disk.h"
 
@@ -50,21 +48,4 @@ inline void writeSettings(const QByteArray &text)
 {
     Disk::write(TestEnvironment::settingsFile(), text);
     touchSettings();
-}
-
-/// main() of a test class without windows. A child process has the settings of the test that starts
-/// it, and prints the result of @p childAnswer for its arguments.
-template<typename TestClass>
-int runTestWithChildren(int argc, char *argv[], QByteArray (*childAnswer)(const QStringList &))
-{
-    if (argc > 2 && QByteArrayView(argv[1]) == "--child") {
-        const QCoreApplication app(argc, argv);
-        const QByteArray answer = childAnswer(QCoreApplication::arguments().sliced(2));
-        return std::fputs(answer.constData(), stdout) < 0 ? 1 : 0;
-    }
-    const TestEnvironment environment;
-    const QCoreApplication app(argc, argv);
-    TestEnvironment::nameApplication();
-    TestClass test;
-    return QTest::qExec(&test, argc, argv);
 }

@@ -5,6 +5,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstdio>
+
+#include "support/TestMain.h"
+
 /// Runs the test program as a child process: for code that runs once per process, or in a private
 /// mount namespace.
 class Child
@@ -34,3 +38,21 @@ private:
     QString mountScript;
     QMap<QString, QString> variables;
 };
+
+/// main() of a test class without windows. A child process has the environment of the test that
+/// starts it, and prints the result of @p childAnswer for its arguments.
+template<typename TestClass>
+int runTestWithChildren(int argc, char *argv[], QByteArray (*childAnswer)(const QStringList &))
+{
+    if (argc > 2 && QByteArrayView(argv[1]) == "--child") {
+        const QCoreApplication app(argc, argv);
+        TestEnvironment::nameApplication();
+        const QByteArray answer = childAnswer(QCoreApplication::arguments().sliced(2));
+        return std::fputs(answer.constData(), stdout) < 0 ? 1 : 0;
+    }
+    const TestEnvironment environment;
+    const QCoreApplication app(argc, argv);
+    TestEnvironment::nameApplication();
+    TestClass test;
+    return QTest::qExec(&test, argc, argv);
+}

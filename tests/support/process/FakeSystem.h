@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <QStringList>
 #include <QTemporaryDir>
 
 #include "support/process/OwnMounts.h"
@@ -16,9 +15,14 @@ public:
     /// The path of the file that the child finds at @p systemPath.
     QString path(const QString &systemPath) const { return root.path() + systemPath; }
 
-    /// Runs this test program with @p arguments and the folders mounted; PATH and the rest of the
-    /// environment are unchanged. Returns nothing on exit code 0, else its output.
-    QString runSelf(const QStringList &arguments) const;
+    /// The bash commands that mount the folders, for Child::mountFirst().
+    QString mountScript() const;
+
+    /// Runs the current test function in a child process with the folders mounted. It fails if the
+    /// child does.
+    void runTestFunction() const;
+    /// Whether this is that child process.
+    static bool isInside();
 
 private:
     QTemporaryDir root;

@@ -1,10 +1,7 @@
 #include "support/windows/FileChooserUser.h"
 
-#include <QApplication>
 #include <QDialogButtonBox>
-#include <QEvent>
 #include <QLineEdit>
-#include <QPointer>
 #include <QPushButton>
 #include <QTest>
 
@@ -13,7 +10,6 @@ using namespace Qt::StringLiterals;
 FileChooserUser::FileChooserUser()
 {
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
-    QApplication::instance()->installEventFilter(this);
 }
 
 FileChooserUser::~FileChooserUser()
@@ -21,24 +17,6 @@ FileChooserUser::~FileChooserUser()
     if (!answers.isEmpty()) {
         QTest::qFail("an expected file chooser did not come", __FILE__, __LINE__);
     }
-}
-
-bool FileChooserUser::eventFilter(QObject *watched, QEvent *event)
-{
-    if (event->type() == QEvent::Show) {
-        if (auto *dialog = qobject_cast<QFileDialog *>(watched)) {
-            // Queued: answered in its own event loop, like by a user.
-            QMetaObject::invokeMethod(
-                this,
-                [this, shown = QPointer<QFileDialog>(dialog)] {
-                    if (shown) {
-                        answer(shown);
-                    }
-                },
-                Qt::QueuedConnection);
-        }
-    }
-    return QObject::eventFilter(watched, event);
 }
 
 void FileChooserUser::answer(QFileDialog *dialog)

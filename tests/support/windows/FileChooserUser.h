@@ -2,16 +2,15 @@
 
 #include <QFileDialog>
 #include <QList>
-#include <QObject>
 #include <QString>
 #include <QStringList>
 
+#include "support/windows/DialogUser.h"
+
 /// Answers Qt's own file dialogs. During its lifetime, an unexpected file dialog or an unused
 /// answer fails the test.
-class FileChooserUser : public QObject
+class FileChooserUser : public DialogUser<QFileDialog>
 {
-    Q_OBJECT
-
 public:
     /// What a chooser showed.
     struct Chooser {
@@ -35,10 +34,8 @@ public:
     /// The choosers so far.
     const QList<Chooser> &choosers() const { return seen; }
 
-    bool eventFilter(QObject *watched, QEvent *event) override;
-
 private:
-    void answer(QFileDialog *dialog);
+    void answer(QFileDialog *dialog) override;
 
     QStringList answers;
     QList<Chooser> seen;

@@ -1,9 +1,6 @@
 #include "support/windows/MessageBoxAnswerer.h"
 
 #include <QAbstractButton>
-#include <QApplication>
-#include <QEvent>
-#include <QPointer>
 #include <QTest>
 
 #include <utility>
@@ -20,11 +17,6 @@ void fail(const QString &what)
 
 } // namespace
 
-MessageBoxAnswerer::MessageBoxAnswerer()
-{
-    QApplication::instance()->installEventFilter(this);
-}
-
 MessageBoxAnswerer::~MessageBoxAnswerer()
 {
     if (!expected.isEmpty()) {
@@ -35,24 +27,6 @@ MessageBoxAnswerer::~MessageBoxAnswerer()
 void MessageBoxAnswerer::expect(QMessageBox::StandardButton button, Look look)
 {
     expected.append({button, std::move(look)});
-}
-
-bool MessageBoxAnswerer::eventFilter(QObject *watched, QEvent *event)
-{
-    if (event->type() == QEvent::Show) {
-        if (auto *box = qobject_cast<QMessageBox *>(watched)) {
-            // Queued: answered in its own event loop, like by a user.
-            QMetaObject::invokeMethod(
-                this,
-                [this, shown = QPointer<QMessageBox>(box)] {
-                    if (shown) {
-                        answer(shown);
-                    }
-                },
-                Qt::QueuedConnection);
-        }
-    }
-    return QObject::eventFilter(watched, event);
 }
 
 void MessageBoxAnswerer::answer(QMessageBox *box)

@@ -2,17 +2,16 @@
 
 #include <QList>
 #include <QMessageBox>
-#include <QObject>
 #include <QString>
 
 #include <functional>
 
+#include "support/windows/DialogUser.h"
+
 /// Answers message boxes. During its lifetime, an unexpected box, or an expected one that does not
 /// appear or is not closed, fails the test.
-class MessageBoxAnswerer : public QObject
+class MessageBoxAnswerer : public DialogUser<QMessageBox>
 {
-    Q_OBJECT
-
 public:
     /// What a box showed.
     struct Box {
@@ -29,7 +28,6 @@ public:
     /// Called while the box is open.
     using Look = std::function<void(QMessageBox &)>;
 
-    MessageBoxAnswerer();
     ~MessageBoxAnswerer() override;
 
     /// Answers one more box by a click on @p button, after a @p look if one is given. Boxes are
@@ -43,15 +41,13 @@ public:
     /// True when every expected box was answered and is closed.
     bool isDone() const { return expected.isEmpty() && open == 0; }
 
-    bool eventFilter(QObject *watched, QEvent *event) override;
-
 private:
     struct Answer {
         QMessageBox::StandardButton button;
         Look look;
     };
 
-    void answer(QMessageBox *box);
+    void answer(QMessageBox *box) override;
 
     QList<Answer> expected;
     QList<Box> seen;
