@@ -117,7 +117,8 @@ void StandardLook::restore()
     QApplication::setFont(font);
     QApplication::setPalette(palette);
     setIconTheme(mode);
-    // Until the style sheet is set again, widgets keep the fonts that it derived from the desktop's.
+    // Until the style sheet is set again, widgets keep the fonts that it derived from the
+    // desktop's.
     qApp->setStyleSheet(qApp->styleSheet());
     // The calls above sent the same events; they must not start another round.
     restoreTimer.stop();
