@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# Functions for the scripts. Sourced, from the root of the tree, by scripts with "set -euo pipefail".
+# Functions for the scripts. Sourced from the root of the tree by scripts with "set -euo pipefail".
 
-# No script ends without saying why.
+# Report every command that ends a script.
 set -E
 trap 'printf "%s, line %s: failed: %s\n" "${BASH_SOURCE[0]}" "$LINENO" "$BASH_COMMAND" >&2' ERR
 
@@ -12,13 +12,14 @@ die() {
     exit 1
 }
 
-# ---- what a script starts and makes goes when it ends, also on Ctrl-C
+# ---- a temporary folder and processes, removed at the end of the script, also on Ctrl-C
 
 work=
 pids=()
 
-# make_work NAME [FOLDER]: makes a temporary folder and sets work to it. In the end the processes
-# in pids are ended, the newest first; then the script's own before_removal runs, if it has one.
+# make_work NAME [FOLDER]: creates a temporary folder and sets work to it. At the end of the script,
+# the processes in pids are ended, newest first, and before_removal is called if the script defines
+# it.
 make_work() {
     work=$(mktemp -d "${2:-${TMPDIR:-/tmp}}/zel-$1.XXXXXX")
     trap clean_up EXIT
@@ -41,7 +42,7 @@ clean_up() {
     rm -rf --one-file-system "$work"
 }
 
-# wait_until SECONDS COMMAND...: false when the command has not succeeded by then.
+# wait_until SECONDS COMMAND...: repeats the command until it succeeds; fails on a timeout.
 wait_until() {
     local end=$((SECONDS + $1))
     shift
@@ -53,7 +54,7 @@ wait_until() {
 
 # ---- servers
 
-# start_display SIZE [OPTION...]: a virtual X server; sets DISPLAY.
+# start_display SIZE [OPTION...]: starts a virtual X server and sets DISPLAY.
 start_display() {
     Xvfb -displayfd 3 -screen 0 "$1x24" -nolisten tcp -noreset "${@:2}" \
         3>"$work/display" 2>/dev/null &
@@ -63,7 +64,7 @@ start_display() {
     export DISPLAY
 }
 
-# start_bus [ADDRESS]: a session bus, through which widgets can be read; sets
+# start_bus [ADDRESS]: starts a session bus, through which widgets can be read, and sets
 # DBUS_SESSION_BUS_ADDRESS.
 # shellcheck disable=SC2120 # the address is optional
 start_bus() {
@@ -75,7 +76,7 @@ start_bus() {
     export DBUS_SESSION_BUS_ADDRESS QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
 }
 
-# start_nginx ROOT [DIRECTIVES] [ssl]: serves ROOT on a free port; sets server_url.
+# start_nginx ROOT [DIRECTIVES] [ssl]: serves ROOT on a free port and sets server_url.
 # shellcheck disable=SC2034 # for the scripts that source this
 start_nginx() {
     local port pid _
@@ -104,7 +105,7 @@ CONF
         "$(command -v nginx || echo /usr/sbin/nginx)" -c "$work/nginx.conf" \
             -e "$work/nginx-error.log" 2>/dev/null &
         pid=$!
-        # The file says that this nginx has the port, not another program.
+        # The file exists once this nginx, not another program, has the port.
         while kill -0 "$pid" 2>/dev/null; do
             if [[ -s $work/nginx.pid ]] && : 2>/dev/null <"/dev/tcp/127.0.0.1/$port"; then
                 pids+=("$pid")
@@ -117,14 +118,14 @@ CONF
     die "nginx did not start: $(tail -n 1 "$work/nginx-error.log" 2>/dev/null)"
 }
 
-# ---- the launcher's window, read through AT-SPI and used by the mouse
+# ---- reads the launcher's window through AT-SPI and clicks in it
 
 read_widget() { tests/support/windows/screen_reader.py "$@" 2>/dev/null; }
 
 # click ROLE NAME: waits for a widget and clicks it.
 click() {
     local where
-    where=$(read_widget center "$1" "$2" 60) || die "there is no $1 '$2'"
+    where=$(read_widget center "$1" "$2" 60) || die "no $1 '$2' appeared"
     # shellcheck disable=SC2086 # x and y are two words
     xdotool mousemove $where click 1
 }

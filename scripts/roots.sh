@@ -1,9 +1,9 @@
 # shellcheck shell=bash
-# Roots of other distributions, below $ZEL_ROOTS or build/roots; sourced as root, after lib.sh, by
-# scripts that have their own mounts. A root is kept, and brought up to date once a day.
+# Chroots ("roots") of other distributions, below $ZEL_ROOTS or build/roots. Sourced as root, after
+# lib.sh, in a private mount namespace. Roots are kept and upgraded once a day.
 #
-# Packages come from the mirror in this machine's own package sources, Ubuntu's from the folder
-# "ubuntu" beside Debian's. ZEL_DEBIAN_MIRROR and ZEL_UBUNTU_MIRROR name others.
+# The mirror is the one in the package sources of this machine; Ubuntu's is in the folder "ubuntu"
+# beside Debian's. ZEL_DEBIAN_MIRROR and ZEL_UBUNTU_MIRROR set other ones.
 
 roots=${ZEL_ROOTS:-$PWD/build/roots}
 
@@ -14,7 +14,7 @@ in_root() { # root, command
         LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"
 }
 
-# Unmounts whatever is mounted below a folder, the innermost first.
+# Unmounts all mounts below a folder, innermost first.
 unmount_below() {
     awk -v below="$1/" 'index($2, below) == 1 { print $2 }' /proc/self/mounts | tac |
         xargs --no-run-if-empty -n 1 umount --lazy
@@ -33,13 +33,13 @@ mirror_of() {
     ubuntu=${ZEL_UBUNTU_MIRROR:-$(grep -m 1 '/ubuntu/$' <<<"$sites" || true)}
     [[ -n $ubuntu || $debian != */debian/ ]] || ubuntu=${debian%debian/}ubuntu/
     if is_ubuntu "$1"; then
-        echo "${ubuntu:?no mirror of Ubuntu is known: set ZEL_UBUNTU_MIRROR}"
+        echo "${ubuntu:?unknown mirror of Ubuntu: set ZEL_UBUNTU_MIRROR}"
     else
-        echo "${debian:?no mirror of Debian is known: set ZEL_DEBIAN_MIRROR}"
+        echo "${debian:?unknown mirror of Debian: set ZEL_DEBIAN_MIRROR}"
     fi
 }
 
-# Ubuntu signs with keys that Debian 12 does not have; a package of Debian 13 brings them.
+# Debian 12 has no keyring of Ubuntu; take that of Debian 13.
 ubuntu_keyring() {
     local keyring=usr/share/keyrings/ubuntu-archive-keyring.gpg
     if [[ ! -f $roots/ubuntu/$keyring ]]; then
@@ -50,7 +50,7 @@ ubuntu_keyring() {
     echo "$roots/ubuntu/$keyring"
 }
 
-# bring_up_to_date ROOT: unless that was done within a day.
+# bring_up_to_date ROOT: upgrades its packages, at most once a day.
 bring_up_to_date() {
     [[ -z $(find "$1.refreshed" -mmin -1440 2>/dev/null) ]] || return 0
     mountpoint -q "$1/proc" || mount -t proc proc "$1/proc"
@@ -61,14 +61,14 @@ bring_up_to_date() {
     touch "$1.refreshed"
 }
 
-# minimal_root SUITE: $roots/SUITE-minimal, what the distribution itself calls minimal.
+# minimal_root SUITE: creates $roots/SUITE-minimal with the minimal packages of the distribution.
 minimal_root() {
     local suite=$1 root=$roots/$1-minimal mirror script
     local -a signed=()
     if [[ ! -d $root ]]; then
         mirror=$(mirror_of "$suite")
-        # One script of debootstrap's serves all suites of Debian, another all of Ubuntu's, also those
-        # that it does not know.
+        # debootstrap has one script for all suites of Debian and one for all of Ubuntu. Naming it
+        # allows suites that debootstrap does not know.
         script=sid
         if is_ubuntu "$suite"; then
             signed=(--keyring "$(ubuntu_keyring)")
@@ -80,7 +80,8 @@ minimal_root() {
             "/usr/share/debootstrap/scripts/$script"
         [[ $suite == sid ]] ||
             echo "deb $mirror $suite-updates main" >>"$root.new/etc/apt/sources.list"
-        # A mirror may lag behind. No services; nothing of it has to survive a power cut.
+        # Accept a mirror that is behind, start no services, do not sync: a root can be created
+        # again.
         echo 'Acquire::Check-Valid-Until "false";' >"$root.new/etc/apt/apt.conf.d/zel-mirror"
         echo force-unsafe-io >"$root.new/etc/dpkg/dpkg.cfg.d/zel"
         printf '#!/bin/sh\nexit 101\n' >"$root.new/usr/sbin/policy-rc.d"
@@ -90,7 +91,7 @@ minimal_root() {
     bring_up_to_date "$root"
 }
 
-# make_root NAME SUITE PACKAGE...: the root $roots/NAME of that suite with those packages.
+# make_root NAME SUITE PACKAGE...: creates $roots/NAME of the suite with the packages.
 make_root() {
     local root=$roots/$1 suite=$2 new=$roots/$1.new
     shift 2
@@ -112,7 +113,7 @@ make_root() {
     bring_up_to_date "$root"
 }
 
-# The root of that suite's name, with what a desktop without Qt has.
+# Creates $roots/SUITE with the libraries of a desktop without Qt.
 make_desktop_root() { # suite
     local -a desktop=(ca-certificates fonts-dejavu-core libegl1 libgl1 libgssapi-krb5-2 libgtk-3-0
         libsm6)
@@ -122,8 +123,8 @@ make_desktop_root() { # suite
     esac
 }
 
-# lay_over NAME FOLDER: sets root to FOLDER/NAME-N, a root over that of the name. Its changes are
-# kept in FOLDER, too; unmount_below FOLDER before that is removed.
+# lay_over NAME FOLDER: mounts an overlay of $roots/NAME below FOLDER, which also holds its changes,
+# and sets root to its path. Call unmount_below FOLDER before removing FOLDER.
 layers=0
 lay_over() {
     layers=$((layers + 1))
