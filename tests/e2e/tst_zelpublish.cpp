@@ -25,7 +25,7 @@ using Files = QMap<QString, QByteArray>;
 constexpr int fileCount = 30;
 constexpr int baseFileCount = 24;
 
-/// nginx sends as many bytes of an answer at once, and the rest a second later.
+/// nginx sends the first bytes of an answer, this many, immediately, and the rest a second later.
 constexpr int bytesPerSecond = 2000;
 
 /// File number @p index in the version @p kind of its content. One is sent slowly, so that an
@@ -39,14 +39,6 @@ QByteArray content(int index, int kind)
 QString fileName(int index)
 {
     return u"data %1/%2.pak"_s.arg(index % 3).arg(index);
-}
-
-/// A folder in memory if possible: launchers and zel-publish wait for the disk.
-QString memoryFolder()
-{
-    const QFileInfo memory(u"/dev/shm"_s);
-    const QString parent = memory.isWritable() ? memory.filePath() : QDir::tempPath();
-    return parent + u"/zel-publish-XXXXXX"_s;
 }
 
 void writeAll(const QString &folder, const Files &files)
@@ -63,14 +55,14 @@ struct Player {
     PatchManager launcher;
     bool isUpdating = false;
     int publicationAtStart = 0;
-    int nextPublication = 0; ///< The next update begins after so many.
+    int nextPublication = 0; ///< The next update begins after this many publications.
     QStringList results;
 };
 
 } // namespace
 
-/// Launchers update from a real nginx, again and again, while zel-publish is at work. With
-/// ZEL_TEST_FULL in the environment there are more of both.
+/// Launchers update from a real nginx again and again while zel-publish runs. ZEL_TEST_FULL in the
+/// environment increases the number of both.
 class TestZelPublish : public TestBase
 {
     Q_OBJECT
@@ -85,7 +77,7 @@ private:
     void update(Player *player);
     void finishUpdates();
 
-    QTemporaryDir dir{memoryFolder()};
+    QTemporaryDir dir{Disk::memoryFolder() + u"/zel-publish-XXXXXX"_s};
     NginxServer nginx;
     QRandomGenerator random{QRandomGenerator::global()->generate()};
     std::vector<std::unique_ptr<Player>> players;
@@ -103,8 +95,8 @@ void TestZelPublish::initTestCase()
             QFileInfo(QStringLiteral(ZEL_MANIFEST)).path().toLocal8Bit() + ':' + qgetenv("PATH"));
 }
 
-/// Each file has one of a few contents, that of the base among them, or is missing: files change,
-/// change back, vanish and return.
+/// Each file has one of three contents, one of which is that of the base, or is missing: files
+/// change, change back, disappear and return.
 Files TestZelPublish::randomRelease()
 {
     Files files;
