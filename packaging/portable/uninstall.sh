@@ -29,7 +29,7 @@ elif [ "$(basename "$here")" = zel-launcher.files ]; then
 else
     target=$home_target
 fi
-# Only install.sh puts a copy of this script there: the archive's own folder is no installation.
+# Only install.sh copies this script there, so the folder of the archive is not an installation.
 [ -f "$target/zel-launcher.files/uninstall.sh" ] || refuse "Em $target nao ha nada instalado."
 
 # ---- links, menu entry and icons

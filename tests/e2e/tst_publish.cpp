@@ -279,7 +279,7 @@ void TestPublish::playersOfEveryReleaseGetTheSame()
         QCOMPARE(update(at(player), u"many"_s), u"Atualizacao concluida."_s);
         QCOMPARE(Disk::files(at(player)), Disk::files(at(u"1.2"_s)));
     }
-    // The manifest and three files for each: nobody asks for what the base has.
+    // Each player requests the manifest and three files, but no file of the base.
     QTRY_COMPARE(nginx.requests().size(), before + 8);
 }
 
@@ -426,7 +426,7 @@ void TestPublish::theSignatureIsCheckedFirst()
     QCOMPARE(outcome.exitCode, 5);
     QVERIFY2(outcome.messages.startsWith(u"zel-manifest: error: \"manifest.json.minisig\": "_s),
              qPrintable(outcome.messages));
-    // Only the first two checks have asked for the file.
+    // Only the first two checks requested the file.
     QTRY_COMPARE(nginx.requests().count("GET /signed/manifest.json HTTP/1.1"), 6);
     QCOMPARE(nginx.requests().count("GET /signed/a HTTP/1.1"), 2);
 

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-// Below each of these folders the servers publish the same files in another way.
+// The servers publish the same files below each of these folders, in different ways.
 
 const char *const nginxServer = R"(
     server {
@@ -54,11 +54,11 @@ const char *const nginxServer = R"(
         location /kept/ {
             alias %1/;
             expires 1h;
-            add_header X-Other value; # instead of those outside
+            add_header X-Other value; # replaces the headers of the server block
         }
         location /silent/ {
             alias %1/;
-            add_header X-Other value; # instead of those outside
+            add_header X-Other value; # replaces the headers of the server block
         }
         location /page/ {
             alias %1/incomplete/;
@@ -92,7 +92,7 @@ const char *const apacheServer = R"(
         FallbackResource /page/index.html
     </Directory>
 
-    # A cache that compresses all that may be transformed.
+    # A cache that compresses every answer without "no-transform".
     SSLProxyEngine on
     SSLProxyCheckPeerName off
     ProxyPass /cache/guide/ %2
@@ -122,7 +122,7 @@ const char *const frontServer = R"(
             gzip_types *;
         }
 
-        # A cache that compresses what is text.
+        # A cache that compresses text.
         location /cache/guide/ {
             proxy_pass %4;
             gzip on;
@@ -150,7 +150,7 @@ QString guidesServer()
 
 } // namespace
 
-/// The check of published patches against real web servers, set up well and badly.
+/// The check of published patches on real web servers with good and bad configurations.
 class TestWebServers : public TestBase
 {
     Q_OBJECT
@@ -163,7 +163,7 @@ private slots:
 
 private:
     void publish(const QString &folder, const QStringList &names) const;
-    /// The names of the faults that the check reports, and whether the patch is right besides.
+    /// The names of the faults and the differences that the check reports.
     QString check(const QString &baseUrl) const;
 
     QTemporaryDir dir;
@@ -195,7 +195,7 @@ void TestWebServers::initTestCase()
         Disk::write(site + u"/releases/1/"_s + names.constLast(), QByteArray(20'000, 'x'));
     }
     Disk::write(site + u"/releases/1/empty"_s, {});
-    // Apache filters a shorter file in one piece, whose length it then knows.
+    // A shorter file would pass the filters of Apache in one piece, so that its length is known.
     Disk::write(site + u"/releases/1/a file.bin"_s, QByteArray(5'000'000, 'x'));
     publish(site, names);
     Disk::write(site + u"/incomplete/index.html"_s, "<html>not here</html>");

@@ -68,10 +68,10 @@ private slots:
     void wineIsMissing();
 
 private:
-    /// Runs it, as an argument of the command @p before.
+    /// Runs it through the command @p before.
     Outcome doctor(const QStringList &arguments, const QMap<QString, QString> &variables = {},
                    const QStringList &before = {}) const;
-    /// Runs it offline, with mounts of its own.
+    /// Runs it offline in a mount namespace.
     Outcome doctorWith(const QString &mounts, const QMap<QString, QString> &variables = {}) const;
     QString client(const QString &name) const { return at(u"home/jogo/"_s + name); }
     void set(const QString &key, const QVariant &value) const
@@ -141,7 +141,7 @@ void TestZelDoctor::theManualPagesKnowEveryOptionAndTheLimits()
                 .replace(u"\\-"_s, u"-"_s);
         QCOMPARE(optionsIn(text), optionsIn(help));
         QVERIFY2(text.contains(u"%1 se"_s.arg(Checks::totalLimitMs() / 1000)), qPrintable(page));
-        // A list of names and seconds, with one number for all other checks.
+        // The list of checks with a limit of their own.
         for (const Check &check : Checks::all()) {
             const QString line =
                 u"\n%1 %2\n"_s.arg(QLatin1String(check.name)).arg(check.limitMs / 1000);
@@ -284,7 +284,7 @@ void TestZelDoctor::noNameIsShown()
 
 void TestZelDoctor::aCheckThatHangsIsGivenUp()
 {
-    // The library of fonts waits for somebody to write into this.
+    // The font library waits until a process writes into this.
     QCOMPARE(::mkfifo(qPrintable(at(u"fonts.conf"_s)), 0600), 0);
     const Outcome outcome = doctor({u"--offline"_s}, {{u"FONTCONFIG_FILE"_s, at(u"fonts.conf"_s)}});
     QCOMPARE(outcome.exitCode, 2);
@@ -301,7 +301,7 @@ void TestZelDoctor::aCheckThatCannotBeKilledIsGivenUp()
     Disk::makeFolder(at(u"hanging"_s));
     const QString mount = u"read -r line < <(exec '%1' '%2')"_s.arg(helper, at(u"hanging"_s));
     if (const QString obstacle = OwnMounts::run(mount + u"; exit"_s, {}); !obstacle.isEmpty()) {
-        QSKIP(qPrintable(u"no file system of its own: "_s + obstacle));
+        QSKIP(qPrintable(u"cannot mount a file system: "_s + obstacle));
     }
     const Outcome outcome = doctorWith(mount, {{u"WINEPREFIX"_s, at(u"hanging/prefix"_s)}});
     QCOMPARE(outcome.exitCode, 2);

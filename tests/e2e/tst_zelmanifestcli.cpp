@@ -445,7 +445,7 @@ void TestZelManifestCli::aPathInOtherLettersIsRefusedOrFixed()
     outcome = manifest(u"-p3 -n --base client --since out.json --fix-case new"_s);
     QVERIFY2(!outcome.messages.contains(u"warning"_s), qPrintable(outcome.messages));
 
-    // Everything that is wrong is said at once; two paths of the patch cannot be fixed.
+    // All errors are reported together; two paths of the patch cannot be fixed.
     Disk::write(at(u"new/data/map/B"_s), "2");
     const QString twin = u"error: \"data/map\": differs from \"data/MAP\" only in letter case, "
                          "which Windows ignores"_s;

@@ -29,7 +29,7 @@ int printedFd = -1;           ///< Receives the output of the launcher's code, w
 void failOnFatal(QtMsgType type, const QMessageLogContext & /*context*/, const QString &text)
 {
     if (type == QtFatalMsg) {
-        fail("Qt said: " + text.toUtf8());
+        fail("Qt printed: " + text.toUtf8());
     }
 }
 

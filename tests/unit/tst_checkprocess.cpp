@@ -63,7 +63,7 @@ void TestCheckProcess::aProgramThatIsMissingHasNoOutput()
 
 void TestCheckProcess::aChildHasNoTerminal()
 {
-    // The number of its session is its own.
+    // It is the leader of its session.
     const QByteArrayList numbers =
         shell("echo $$; cut -d ' ' -f 6 /proc/$$/stat").output.split('\n');
     QCOMPARE(numbers.value(0), numbers.value(1));

@@ -343,7 +343,7 @@ void TestPatchChecks::aProxyIsUsed()
              qPrintable(down));
     qunsetenv("http_proxy");
 
-    // With https, the proxy is asked for a connection.
+    // With https, the proxy receives a CONNECT request.
     qputenv("https_proxy", server->url().toLatin1());
     set(u"patch/baseUrl"_s, u"https://patch.invalid/"_s);
     const QString refused = lines(PatchChecks::server());

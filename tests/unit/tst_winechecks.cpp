@@ -54,14 +54,14 @@ private:
         Disk::writeExecutable(wine(), "#!/bin/sh\n" + script + '\n');
         set(u"client/wine"_s, wine());
     }
-    /// Chooses zel-wine, with these settings of its own.
+    /// Chooses zel-wine with these lines in its wine.conf.
     void chooseScript(const QByteArray &conf) const
     {
         Disk::writeExecutable(at(u"zel-wine"_s), "#!/bin/sh\n");
         set(u"client/wine"_s, at(u"zel-wine"_s));
         Disk::write(TestEnvironment::configHome() + u"/Orvandale/wine.conf"_s, conf);
     }
-    /// The prefix of the following checks.
+    /// Creates a prefix, which the login profile selects.
     void choosePrefix(const QByteArray &registry) const
     {
         Disk::write(at(u"prefix/system.reg"_s), registry);

@@ -13,7 +13,7 @@ bool ApacheServer::start(const QString &directives, const QString &certificate, 
                                   u"setenvif"_s, u"proxy"_s, u"proxy_http"_s, u"ssl"_s}) {
         text += u"LoadModule %1_module /usr/lib/apache2/modules/mod_%1.so\n"_s.arg(module);
     }
-    // As root it serves as another user.
+    // Apache refuses to serve as root.
     text += ::geteuid() == 0 ? u"User nobody\nGroup nogroup\n"_s : QString();
     text += uR"(
 ServerName 127.0.0.1

@@ -6,12 +6,11 @@
 class ApacheServer : public WebServer
 {
 public:
-    /// The program's path; empty when the machine has no Apache.
+    /// The program's path; empty if Apache is not installed.
     static QString program() { return find(QStringLiteral("apache2")); }
 
-    /// Serves what @p directives say, with the placeholders of configuration(), over HTTP on @PORT@
-    /// and over HTTPS, with its certificate and key in the files @p certificate and @p key, on
-    /// @TLSPORT@.
+    /// Starts it with @p directives, which may contain the placeholders of configuration(). Serves
+    /// HTTP on @PORT@, and HTTPS with the files @p certificate and @p key on @TLSPORT@.
     bool start(const QString &directives, const QString &certificate, const QString &key,
                QString *error);
 

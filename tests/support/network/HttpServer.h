@@ -78,8 +78,8 @@ struct HttpRequest {
 
 /// A scripted HTTP/1.1 server on a free port of 127.0.0.1 that records its requests.
 ///
-/// A path without a script is answered with 404. The server answers in a thread of its own, also
-/// while the thread that made it, which may call every member, is busy.
+/// A path without a script is answered with 404. The server runs in its own thread, so it answers
+/// while the thread that created it is busy. That thread may call all members.
 class HttpServer : public QObject
 {
     Q_OBJECT

@@ -18,7 +18,7 @@ Identity Identity::make(const QString &subject)
                                  u"-days"_s, u"2"_s, u"-subj"_s, u"/CN=test"_s, u"-addext"_s,
                                  u"subjectAltName="_s + subject, u"-keyout"_s, keyPath});
     if (!openssl.waitForFinished() || openssl.exitCode() != 0) {
-        qFatal("openssl makes no certificate: %s", openssl.readAllStandardError().constData());
+        qFatal("openssl creates no certificate: %s", openssl.readAllStandardError().constData());
     }
     return {QSslCertificate(openssl.readAllStandardOutput()),
             QSslKey(Disk::read(keyPath), QSsl::Rsa)};
@@ -27,9 +27,9 @@ Identity Identity::make(const QString &subject)
 QString Identity::obstacle()
 {
     if (!QSslSocket::supportsSsl()) {
-        return u"the network library has no TLS here"_s;
+        return u"the network library has no TLS"_s;
     }
-    return QStandardPaths::findExecutable(u"openssl"_s).isEmpty() ? u"there is no openssl"_s
+    return QStandardPaths::findExecutable(u"openssl"_s).isEmpty() ? u"openssl is missing"_s
                                                                   : QString();
 }
 

@@ -11,10 +11,10 @@ struct Identity {
     QSslCertificate certificate;
     QSslKey key;
 
-    /// Makes one with the subject alternative names @p subject, such as "IP:127.0.0.1". Aborts the
-    /// test when it cannot.
+    /// Creates one with the subject alternative names @p subject, such as "IP:127.0.0.1", or aborts
+    /// the test.
     static Identity make(const QString &subject);
-    /// Why a test can make none; empty when it can.
+    /// Why make() is not possible; empty if it is.
     static QString obstacle();
 
     QSslConfiguration forServer() const;

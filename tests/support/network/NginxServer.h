@@ -8,7 +8,7 @@
 class NginxServer : public WebServer
 {
 public:
-    /// The program's path; empty when the machine has no nginx.
+    /// The program's path; empty if nginx is not installed.
     static QString program() { return find(QStringLiteral("nginx")); }
 
     /// Serves the folder @p root.
@@ -16,7 +16,7 @@ public:
     /// Serves the server blocks @p servers, which may contain the placeholders of configuration().
     bool startServers(const QString &servers, QString *error);
 
-    /// Limits each answer to @p bytesPerSecond from the next start on; 0 is no limit.
+    /// Limits each answer to @p bytesPerSecond after the next start; 0 is no limit.
     void setRate(int bytesPerSecond) { rate = bytesPerSecond; }
 
     /// The request lines so far, oldest first. nginx logs a line shortly after the last byte of the

@@ -57,7 +57,7 @@ void WebServer::kill()
 {
     process.kill();
     process.waitForFinished();
-    QFile::remove(fileOf(u"pid"_s)); // what a start goes by
+    QFile::remove(fileOf(u"pid"_s)); // startOnPorts() waits for it
 }
 
 QString WebServer::url() const
@@ -73,7 +73,7 @@ QString WebServer::tlsUrl() const
 QString WebServer::find(const QString &name)
 {
     const QString found = QStandardPaths::findExecutable(name);
-    // On Debian it is not on a user's PATH.
+    // On Debian it is not on the PATH of a user.
     return found.isEmpty() ? QStandardPaths::findExecutable(name, {u"/usr/sbin"_s}) : found;
 }
 
@@ -93,7 +93,7 @@ bool WebServer::startOnPorts()
 
     const QDeadlineTimer deadline(Timeouts::programMs);
     while (!deadline.hasExpired() && !process.waitForFinished(10)) {
-        // The file says that this server has the port, not another program.
+        // The file exists once this server, not another program, has the port.
         if (QFile::exists(fileOf(u"pid"_s))) {
             QTcpSocket socket;
             socket.connectToHost(QHostAddress(QHostAddress::LocalHost), port);

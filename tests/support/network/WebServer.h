@@ -4,8 +4,8 @@
 #include <QString>
 #include <QTemporaryDir>
 
-/// A real web server, with configuration, logs and temporary files of its own, on free ports of
-/// 127.0.0.1. It ends with the object.
+/// A real web server on free ports of 127.0.0.1, with its own configuration, logs and temporary
+/// files. It ends with the object.
 class WebServer
 {
 public:
@@ -25,17 +25,17 @@ public:
 protected:
     WebServer() = default;
 
-    /// Starts it on free ports. Returns false, with what it says in @p error, when it does not
-    /// start.
+    /// Starts it on free ports. If it does not start, returns false and sets @p error to its
+    /// output.
     bool start(QString *error);
 
-    /// The path of a server's program; empty when the machine has none.
+    /// The path of a server's program; empty if it is not installed.
     static QString find(const QString &name);
-    /// The configuration for the next start, in which @DIR@ is the server's own folder, and @PORT@
-    /// and @TLSPORT@ are its ports.
+    /// The configuration for the next start. Its placeholders are @DIR@ for the server's folder,
+    /// @PORT@ and @TLSPORT@.
     virtual QString configuration() const = 0;
-    /// The command that runs it in the foreground with a configuration file. It writes "pid" in
-    /// its folder when it has the ports.
+    /// The command that runs it in the foreground with a configuration file. Once the server has
+    /// the ports, it writes the file "pid" into its folder.
     virtual QStringList command(const QString &configurationFile) const = 0;
     QString fileOf(const QString &name) const { return dir.filePath(name); }
 

@@ -39,7 +39,7 @@ QList<qint64> ProcessTable::children()
     QList<qint64> found;
     const QStringList entries = QDir(u"/proc"_s).entryList(QDir::Dirs);
     for (const QString &entry : entries) {
-        const qint64 pid = entry.toLongLong(); // 0 for what is no process
+        const qint64 pid = entry.toLongLong(); // 0 if the entry is not a process
         if (pid > 0 && statusValue(pid, "PPid").toLongLong() == ::getpid()) {
             found << pid;
         }
