@@ -6,6 +6,7 @@
 // manifest of 100,000 entries); FOLDER is where the files are stored.
 
 #include "support/Bench.h"
+#include "support/Update.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -37,12 +38,6 @@ constexpr double largeMiB = 512;
 constexpr double memoryLimitMiB = 1.1 * largeMiB + 40;
 constexpr double manifestLimitMs = 1000;
 
-/// The file that a patch lists at @p index, relative to its folder.
-QString fileName(int index)
-{
-    return QStringLiteral("data/%1.bin").arg(index, 4, 10, QLatin1Char('0'));
-}
-
 /// The floor: a loop that fetches files one by one and stores each atomically.
 class BareLoop : public QObject
 {
@@ -60,12 +55,12 @@ public:
             QCoreApplication::quit();
             return;
         }
-        QNetworkReply *reply = network.get(QNetworkRequest(QUrl(url + fileName(index))));
+        QNetworkReply *reply = network.get(QNetworkRequest(QUrl(url + patchFileName(index))));
         connect(reply, &QNetworkReply::finished, this, [this, reply] {
             require(reply->error() == QNetworkReply::NoError, reply->errorString());
             const QByteArray body = reply->readAll();
             reply->deleteLater();
-            QSaveFile file(target.filePath(fileName(index)));
+            QSaveFile file(target.filePath(patchFileName(index)));
             require(file.open(QIODevice::WriteOnly) && file.write(body) == body.size() &&
                         file.commit(),
                     file.errorString());
@@ -87,23 +82,6 @@ double runBareLoop(const QString &url, const QString &folder, int count)
     BareLoop loop(url, folder, count);
     const Clock::time_point start = Clock::now();
     loop.next();
-    QCoreApplication::exec();
-    return millisecondsSince(start);
-}
-
-double runPatchManager(const QString &url, const QString &folder)
-{
-    PatchManager manager;
-    manager.baseUrl = url;
-    manager.clientDir = folder;
-    QObject::connect(&manager, &PatchManager::finished, &manager,
-                     [](bool success, const QString &message) {
-                         require(success, message);
-                         QCoreApplication::quit();
-                     });
-    const Clock::time_point start = Clock::now();
-    // Queued: the event loop must run before quit().
-    QMetaObject::invokeMethod(&manager, &PatchManager::checkAndUpdate, Qt::QueuedConnection);
     QCoreApplication::exec();
     return millisecondsSince(start);
 }
@@ -184,8 +162,8 @@ Run runInProcess(const QString &what, const QString &url, const QString &parent,
     const QList<QByteArray> words = process.readAllStandardOutput().trimmed().split(' ');
     require(process.exitCode() == 0 && words.size() == 2, what + QStringLiteral(" failed"));
     for (int index = 0; count > 1 && index < count; ++index) {
-        require(QFile::exists(folder.filePath(fileName(index))),
-                fileName(index) + QStringLiteral(" is missing"));
+        require(QFile::exists(folder.filePath(patchFileName(index))),
+                patchFileName(index) + QStringLiteral(" is missing"));
     }
     return {words[0].toDouble(), words[1].toDouble()};
 }
@@ -215,7 +193,7 @@ double runCurl(const QString &url, const QString &parent)
     QFile list(target.filePath(QStringLiteral("list")));
     require(list.open(QIODevice::WriteOnly), list.errorString());
     for (int index = 0; index < smallCount; ++index) {
-        const QString name = fileName(index);
+        const QString name = patchFileName(index);
         list.write(QStringLiteral("url=\"%1\"\noutput=\"%2.part\"\n")
                        .arg(url + name, target.filePath(name))
                        .toUtf8());
@@ -228,7 +206,7 @@ double runCurl(const QString &url, const QString &parent)
                                           QStringLiteral("--config"), list.fileName()});
     require(status == 0, QStringLiteral("curl failed"));
     for (int index = 0; index < smallCount; ++index) {
-        const QByteArray name = QFile::encodeName(target.filePath(fileName(index)));
+        const QByteArray name = QFile::encodeName(target.filePath(patchFileName(index)));
         const QByteArray part = name + ".part";
         const int file = ::open(part.constData(), O_RDWR | O_CLOEXEC);
         const bool isSafe = file >= 0 && ::fsync(file) == 0 && ::close(file) == 0 &&

@@ -81,6 +81,7 @@ start_bus() {
 start_nginx() {
     local port pid _
     for _ in {1..20}; do
+        rm -f "$work/nginx.pid" # of another nginx of this script
         port=$((20000 + RANDOM % 12000))
         cat >"$work/nginx.conf" <<CONF
 daemon off;
