@@ -1,5 +1,5 @@
 # Relocatable programs: each embeds ZEL_PORTABLE_FILES, the relative path of the folder with its
-# libraries and plugins. So a program and its libraries always match, even during an upgrade.
+# libraries and plugins, so that a program and its libraries always match, even during an upgrade.
 
 set(portable_conf ${PROJECT_BINARY_DIR}/portable/qt.conf)
 set(portable_qrc ${PROJECT_BINARY_DIR}/portable/portable.qrc)
@@ -7,7 +7,7 @@ file(CONFIGURE OUTPUT ${portable_conf} CONTENT "[Paths]\nPrefix=${ZEL_PORTABLE_F
 file(CONFIGURE OUTPUT ${portable_qrc} CONTENT
     "<RCC><qresource prefix=\"/qt/etc\"><file>qt.conf</file></qresource></RCC>\n")
 
-# zel_make_portable(<folder>): applies it to all programs in and below a source folder.
+# zel_make_portable(<folder>): makes all programs in and below a source folder relocatable.
 function(zel_make_portable folder)
     get_property(targets DIRECTORY ${folder} PROPERTY BUILDSYSTEM_TARGETS)
     foreach(target ${targets})

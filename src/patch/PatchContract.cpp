@@ -17,8 +17,8 @@ qint64 PatchContract::promisedSize(const QNetworkReply &reply)
     if (reply.rawHeader("Transfer-Encoding").toLower().contains("chunked")) {
         return 0;
     }
-    // QNetworkAccessManager drops the length of a body that it decompresses. After a redirect,
-    // the length of the redirect may be left, before the body's own or alone.
+    // QNetworkAccessManager drops the length of a body that it decompresses. After a redirect, the
+    // header may hold the length of the redirect's body, alone or in front of the final one.
     const QList<QByteArray> lengths = reply.rawHeader("Content-Length").split(',');
     if (lengths.size() == 1 && reply.hasRawHeader("Location")) {
         return 0;

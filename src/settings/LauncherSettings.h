@@ -29,9 +29,9 @@ public:
     ClientConfig clientConfig; ///< The client's options, stored in its "Config.bin".
 
     /// Reads every field from the settings file, then the server fields and the client's options
-    /// from the files in the client folder. Unsaved edits are lost. What cannot be read gets its
-    /// default, but an unreadable or malformed "Config.bin" leaves clientConfig
-    /// untouched. Nothing is reported.
+    /// from the files in the client folder. Unsaved edits are lost. A field that no file sets gets
+    /// its default; an unreadable or malformed "Config.bin" leaves clientConfig untouched. Nothing
+    /// is reported.
     void load();
 
     /// Writes every field but clientConfig to the settings file. A failure, a full disk included,

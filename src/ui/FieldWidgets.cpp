@@ -79,7 +79,7 @@ private:
     QString widest;
 };
 
-/// Passes wheel events over a field without focus on to the scroll area.
+/// Makes fields without focus ignore wheel events, which then reach the scroll area.
 class WheelFilter : public QObject
 {
 public:
@@ -100,7 +100,7 @@ void filterWheel(QWidget *field)
     field->setFocusPolicy(Qt::StrongFocus); // not focused by the wheel
 }
 
-/// Creates the label of a row, as tall as the row: its text is level with @p buddy's.
+/// Creates the label of a row. It is as tall as the row, which aligns its text with @p buddy's.
 QLabel *createRowLabel(const QFormLayout *form, const QString &text, QWidget *buddy)
 {
     auto *label = new QLabel(text, form->parentWidget());

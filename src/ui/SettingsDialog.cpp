@@ -30,7 +30,7 @@ namespace
 
 constexpr int maxChannels = 10;
 constexpr int maxCameraView = 3;
-/// A slider's handle is taller than its groove.
+/// Leaves room for the handle, which is taller than the groove.
 constexpr int sliderHeight = 24;
 
 QString dialogTitle()
@@ -120,7 +120,7 @@ void SettingsDialog::setupUi()
     scrollArea = new QScrollArea(this);
     scrollArea->setWidgetResizable(true);
     scrollArea->setFrameShape(QFrame::NoFrame);
-    scrollArea->setFocusPolicy(Qt::NoFocus); // the tab key visits its fields only
+    scrollArea->setFocusPolicy(Qt::NoFocus); // only its fields take part in the tab order
     layout->addWidget(scrollArea, 1);
 
     auto *content = new QWidget;

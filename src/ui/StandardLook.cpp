@@ -113,13 +113,13 @@ bool StandardLook::eventFilter(QObject *watched, QEvent *event)
 
 void StandardLook::restore()
 {
-    // Also clears the platform theme's fonts for widget classes, which setStyleSheet() sets again.
+    // Also clears the fonts of single widget classes, which Qt takes from the platform theme when
+    // ZelTheme::apply() sets the style sheet.
     QApplication::setFont(font);
     QApplication::setPalette(palette);
     setIconTheme(mode);
-    // Until the style sheet is set again, widgets keep the fonts that it derived from the
-    // desktop's.
+    // Without this, widgets keep the fonts that the style sheet derived from the desktop's font.
     qApp->setStyleSheet(qApp->styleSheet());
-    // The calls above sent the same events; they must not start another round.
+    // The calls above sent font and palette events, too, which started the timer.
     restoreTimer.stop();
 }

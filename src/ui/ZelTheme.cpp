@@ -198,8 +198,8 @@ QHeaderView::section {
 )");
 }
 
-// The border of a focused input is one pixel wider and its padding one pixel smaller: its text does
-// not move.
+// A focused input has a border that is one pixel wider and a padding that is one pixel smaller, so
+// that its text does not move.
 
 QString darkInputSheet()
 {

@@ -32,7 +32,7 @@ void appendWine(QList<WineInstallation> &list, QSet<QString> &seen, const QStrin
         return;
     }
     if (!QFileInfo(canonical).isExecutable()) {
-        return; // not in seen: another path to it is checked again
+        return; // not inserted into seen: another path to the file is checked again
     }
     seen.insert(canonical);
     list.append({canonical, labelOf(canonical, label)});
@@ -88,7 +88,7 @@ QString loginShellOutput()
     shell.setStandardErrorFile(QProcess::nullDevice());
     shell.start(QStringLiteral("bash"),
                 {QStringLiteral("-lc"), QStringLiteral("command -v wine64; command -v wine")});
-    // Reads as the output comes: a full pipe would stop the shell.
+    // Read while the shell runs: a full pipe would block it.
     const QDeadlineTimer deadline(shellTimeoutMs);
     while (!deadline.hasExpired() && shell.waitForReadyRead(int(deadline.remainingTime()))) {
     }

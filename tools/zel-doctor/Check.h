@@ -9,12 +9,12 @@
 struct Check {
     enum Need {
         Nothing,
-        Network, ///< Left out by --offline.
-        Display, ///< Needs a QGuiApplication; without a display the process aborts.
+        Network, ///< Skipped with --offline.
+        Display, ///< A QGuiApplication, whose constructor aborts without a display.
         Log,     ///< Runs with --log only.
     };
-    const char *name = nullptr; ///< What the report calls it when it gives no results.
-    int limitMs = 0;            ///< After this time it is given up.
+    const char *name = nullptr; ///< Subject of its line in the report if it gives no results.
+    int limitMs = 0;            ///< Timeout.
     Results (*run)() = nullptr;
     Need need = Nothing;
 };
@@ -25,10 +25,10 @@ namespace Checks
 /// All checks, in the order of the report.
 const QList<Check> &all();
 
-/// The entry of that name; null without one.
+/// The check called @p name, or null.
 const Check *find(const QString &name);
 
-/// The longest that all of them can take together.
+/// The sum of all timeouts.
 int totalLimitMs();
 
 } // namespace Checks

@@ -25,7 +25,7 @@
 namespace
 {
 
-/// What is said of @p check when its child gave no results.
+/// The result of @p check when its child gave none.
 Result withoutAnswer(const Check &check, bool isInTime)
 {
     const QString subject = QLatin1String(check.name);
@@ -44,9 +44,8 @@ Result withoutAnswer(const Check &check, bool isInTime)
                            QStringLiteral("Execute o zel-doctor de novo."));
 }
 
-/// Starts @p program with its standard output in @p out, in a session of its own: without a
-/// terminal, as from a menu, and with a process group that can be killed. Returns 0 when that
-/// fails.
+/// Starts @p program with standard output on @p out, in a session of its own: it has no terminal,
+/// as when started from a menu, and a process group that can be killed. Returns 0 on failure.
 pid_t spawn(const QByteArray &program, const QByteArrayList &arguments, int out)
 {
     QByteArrayList words = QByteArrayList{program} + arguments;
@@ -62,7 +61,7 @@ pid_t spawn(const QByteArray &program, const QByteArrayList &arguments, int out)
     posix_spawnattr_init(&attributes);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
-    // A child that is left behind must not keep this program's own output open.
+    // A child that cannot be killed must not keep this program's standard error open.
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
     pid_t pid = 0;
@@ -73,14 +72,14 @@ pid_t spawn(const QByteArray &program, const QByteArrayList &arguments, int out)
     return error == 0 ? pid : 0;
 }
 
-/// Reads @p in to its end. Returns false when that has not come by the deadline.
+/// Reads @p in to its end. Returns false at the deadline.
 bool readToEnd(int in, const QDeadlineTimer &deadline, QByteArray *output)
 {
     std::array<char, 65536> block{};
     while (!deadline.hasExpired()) {
         pollfd waiting{in, POLLIN, 0};
         if (::poll(&waiting, 1, int(deadline.remainingTime())) <= 0) {
-            continue; // a signal, or the deadline
+            continue; // interrupted by a signal, or the deadline has come
         }
         const ssize_t length = ::read(in, block.data(), block.size());
         if (length <= 0) {
@@ -108,7 +107,7 @@ CheckProcess::Outcome CheckProcess::outputOf(const QByteArray &program,
     outcome.isInTime = readToEnd(ends[0], deadline, &outcome.output);
     ::close(ends[0]);
     if (pid > 0) {
-        ::kill(-pid, SIGKILL); // what it has started, too
+        ::kill(-pid, SIGKILL); // the whole process group
         ::waitpid(pid, nullptr, WNOHANG);
     }
     return outcome;
@@ -141,7 +140,7 @@ int CheckProcess::runHere(const Check &check, int argc, char *argv[])
     const std::unique_ptr<QCoreApplication> application(
         needsDisplay ? new QGuiApplication(argc, argv) : new QCoreApplication(argc, argv));
 
-    // Here, because the home folder may hang, too.
+    // In the child: reading the home folder may hang, too.
     const PrivateNames names = PrivateNames::own();
     const Results results = check.run();
     QJsonArray array;
@@ -150,6 +149,6 @@ int CheckProcess::runHere(const Check &check, int argc, char *argv[])
     }
     const QByteArray json = QJsonDocument(array).toJson(QJsonDocument::Compact);
     std::fwrite(json.constData(), 1, size_t(json.size()), stdout);
-    std::fflush(stdout); // a plugin for windows may still crash at the end
+    std::fflush(stdout); // a platform plugin may crash when the program ends
     return 0;
 }

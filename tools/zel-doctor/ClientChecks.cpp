@@ -22,7 +22,7 @@
 namespace
 {
 
-/// Whether a file can be made at @p path, whose folders may be missing.
+/// Whether a file can be created at @p path, together with missing folders.
 bool canBeMade(const QString &path)
 {
     QFileInfo parent(QFileInfo(path).absolutePath());
@@ -32,7 +32,7 @@ bool canBeMade(const QString &path)
     return parent.isDir() && parent.isWritable() && parent.isExecutable();
 }
 
-/// What @p write would put in a file, without a file: it writes to memory.
+/// What @p write writes. Gives it the path of a file in memory.
 QByteArray writtenBy(const std::function<bool(const QString &path)> &write)
 {
     QFile memory;
@@ -45,7 +45,7 @@ QByteArray writtenBy(const std::function<bool(const QString &path)> &write)
     return memory.readAll();
 }
 
-/// One of the client's files, with what is the same for all of them.
+/// One of the client's files.
 class ClientFile
 {
 public:
@@ -55,7 +55,7 @@ public:
     {
     }
 
-    /// What is said of a file that is missing, or cannot be read or written; nothing of others.
+    /// The result for a missing, unreadable or read-only file; nothing for any other.
     Results obstacles(const QString &whenMissing) const
     {
         const QFileInfo info(path);
@@ -117,7 +117,7 @@ QString chooseExeRemedy()
 Results ClientChecks::settingsFile()
 {
     const QString subject = QStringLiteral("configuracoes");
-    const SettingsFile store; // for reading alone: its isWritable() would make a file
+    const SettingsFile store; // read only: its isWritable() would create the file
     const QString path = store.fileName();
     const QFileInfo info(path);
     if (!info.exists()) {
@@ -137,7 +137,7 @@ Results ClientChecks::settingsFile()
         return {Result::error(subject, QStringLiteral("%1 nao esta no formato esperado.").arg(path),
                               QStringLiteral("Apague o arquivo e configure o launcher de novo."))};
     }
-    // It is replaced whole, by a new file in its folder.
+    // QSettings creates a temporary file in the folder and renames it.
     if (!info.isWritable() || !QFileInfo(info.canonicalPath()).isWritable()) {
         return {Result::error(subject, QStringLiteral("%1 nao pode ser gravado.").arg(path),
                               permissionRemedy())};
@@ -195,7 +195,7 @@ Results ClientChecks::room()
 {
     const QStorageInfo disk(loadedSettings().clientDir);
     if (!disk.isValid()) {
-        return {}; // the folder is missing, which is said elsewhere
+        return {}; // folder() reports the missing folder
     }
     return {roomResult(disk.bytesAvailable())};
 }
@@ -249,7 +249,7 @@ Results ClientChecks::names()
     const QString subject = QStringLiteral("nomes de arquivos");
     const QString dir = loadedSettings().clientDir;
     if (!QFileInfo(dir).isDir()) {
-        return {}; // which is said elsewhere
+        return {}; // folder() reports it
     }
     const QByteArrayList twins = PatchFolder::scan(dir, {}).caseTwins;
     if (twins.isEmpty()) {
@@ -280,7 +280,7 @@ Results ClientChecks::configBin()
     const QByteArray content = writtenBy([&](const QString &path) {
         return ConfigBin::save(path, stored) && ConfigBin::load(path, &corrected);
     });
-    // The other words may differ: the client writes them its own way.
+    // Compare only the clamped fields: the client may store other values in the rest.
     if (content.isEmpty() || stored.modelQuality != corrected.modelQuality ||
         stored.soundLevel != corrected.soundLevel || stored.musicLevel != corrected.musicLevel ||
         stored.brightness != corrected.brightness) {
@@ -305,7 +305,7 @@ Results ClientChecks::serverList()
     }
     channels = ClientSync::clampChannelCount(channels);
     const QString text = QStringLiteral("%1, %2 canal(is)").arg(ip).arg(channels);
-    // Loading takes this file's values over, so compare with the saved ones.
+    // LauncherSettings::load() takes its values from this file, so compare with the saved ones.
     const SettingsFile saved;
     const QString savedIp = saved.value(u"server/ip", ip).toString().trimmed();
     const int savedChannels =

@@ -12,19 +12,19 @@ Results settingsFile();
 Results folder();
 /// The disk of the client folder has room.
 Results room();
-/// Which file a start runs, by which rule, and whether it is a program.
+/// The executable that "Iniciar" runs exists and is a program; how it was chosen.
 Results executable();
 /// No names in the client folder differ only in letter case: to Windows they are the same.
 Results names();
 
-// The client's own files: readable, writable, valid and what the settings would write.
+// The client's own files are readable, writable, valid and as the launcher would write them.
 Results configBin();
 Results serverList();
 Results snBin();
 Results serverTxt();
 Results loginIni();
 
-/// The result for a disk with so many @p bytes left.
+/// The result for a disk with @p bytes of free space.
 Result roomResult(qint64 bytes);
 
 } // namespace ClientChecks

@@ -13,7 +13,7 @@
 namespace
 {
 
-/// Two requests end within the check's limit.
+/// Short enough for two requests within the timeout of the check.
 constexpr int transferTimeoutMs = 20'000;
 
 QString serverSubject()
@@ -53,7 +53,7 @@ Result proxyResult(const QUrl &url)
         QStringLiteral("Se elas falharem, confira http_proxy, https_proxy e no_proxy."));
 }
 
-/// What is said of a request for @p what that failed for the reason @p text, in English.
+/// The result for a failed request for @p what. @p text is Qt's reason, in English.
 Result failure(const PatchAnswer &answer, const QString &what, const QString &text, int timeoutMs)
 {
     const auto error = [&what](const QString &reason, const QString &remedy) {
@@ -92,7 +92,7 @@ Result failure(const PatchAnswer &answer, const QString &what, const QString &te
     }
 }
 
-/// What launchers accept, but should not have to, in the answer to a request for @p what.
+/// Warnings about the answer to a request for @p what: faults that the launcher accepts.
 Results remarks(const PatchAnswer &answer, const QString &what)
 {
     Results results;
@@ -173,7 +173,7 @@ Results PatchChecks::answersWithin(int timeoutMs)
     const QString name = QStringLiteral("manifest.json");
     const QUrl url(base + name, QUrl::TolerantMode);
     if (!url.isValid()) {
-        // Without the address, which may hold a password.
+        // Do not show the address: it may contain a password.
         return {Result::error(serverSubject(), QStringLiteral("o endereco nao e valido."),
                               addressRemedy())};
     }
@@ -202,7 +202,7 @@ Results PatchChecks::answersWithin(int timeoutMs)
     }
     results += remarks(patch.answer(), name);
     if (!manifest.files.isEmpty()) {
-        // One file tells how the server sends files.
+        // The server sends all files alike; try the first one.
         const ManifestEntry &entry = manifest.files.constFirst();
         if (patch.tryFile(entry.url, &error)) {
             results += remarks(patch.answer(), entry.path);

@@ -12,7 +12,7 @@
 namespace
 {
 
-/// Matches @p folder in the spelling of Linux and in those of Windows, where Wine shows it.
+/// Matches @p folder as a Linux path or as a Windows path, as Wine shows it.
 QRegularExpression folderPattern(const QString &folder)
 {
     QStringList parts = folder.split(u'/', Qt::SkipEmptyParts);

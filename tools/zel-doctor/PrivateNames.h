@@ -5,22 +5,22 @@
 
 #include "zel-doctor/Result.h"
 
-/// What must not appear in a report.
+/// The names of home folders and users, which must not appear in a report.
 class PrivateNames
 {
 public:
     PrivateNames(QStringList homes, QStringList users);
 
-    /// Those of the user who runs this program.
+    /// The names of the user who runs this program.
     static PrivateNames own();
 
-    /// @p text with "~" in the place of these names, and of every folder in /home; on one line,
-    /// without control characters.
+    /// @p text with "~" in place of these names and of every folder in /home; on one line, without
+    /// control characters except tabs.
     QString hiddenIn(const QString &text) const;
-    /// The same for all that @p result says.
+    /// @p result with its texts changed in that way.
     Result hiddenIn(const Result &result) const;
 
 private:
-    QStringList homeFolders; ///< The longest first: one may lie in another.
+    QStringList homeFolders; ///< Longest first: one may be inside another.
     QStringList userNames;
 };

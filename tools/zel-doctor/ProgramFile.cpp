@@ -6,7 +6,7 @@
 
 ProgramKind programKind(const QString &path)
 {
-    constexpr qsizetype offsetPlace = 0x3C; // where the place of the header stands
+    constexpr qsizetype offsetPlace = 0x3C; // holds the offset of the PE header
     constexpr quint16 i386 = 0x014C;
     constexpr quint16 amd64 = 0x8664;
 

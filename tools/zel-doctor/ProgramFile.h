@@ -5,7 +5,7 @@
 /// What kind of program a file is.
 enum class ProgramKind {
     Unreadable,
-    Foreign, ///< No Windows program for a PC.
+    Foreign, ///< Not a Windows program for x86.
     Bits32,
     Bits64,
 };

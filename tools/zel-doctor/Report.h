@@ -10,7 +10,7 @@
 class Report
 {
 public:
-    /// Adds @p result and returns the line, with a line feed, that shows it.
+    /// Adds @p result and returns its line for the report, with a line feed.
     QString add(const Result &result);
 
     /// The last line of the report.

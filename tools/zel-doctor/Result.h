@@ -9,13 +9,13 @@ struct Result {
     enum State {
         Ok,
         Warning, ///< The game starts, but not as well as it could.
-        Error,   ///< The game does not start, or not with what the settings ask for.
+        Error,   ///< The game does not start, or not as the settings say.
     };
     State state = Ok;
-    QString subject;        ///< What was looked at.
+    QString subject;        ///< What was checked.
     QString text;           ///< What was found; a sentence in Portuguese without accents.
     QString remedy;         ///< What to do about it; empty when all is well.
-    QStringList lines = {}; ///< Printed below; the end of a log.
+    QStringList lines = {}; ///< Printed below the result, such as the end of a log.
 
     static Result ok(const QString &subject, const QString &text)
     {
@@ -35,8 +35,8 @@ struct Result {
 
 using Results = QList<Result>;
 
-/// What to do about a file that the user may not read or write.
+/// The remedy for a file that the user has no permission to read or write.
 QString permissionRemedy();
 
-/// @p number with one decimal, as Brazilians write it.
+/// @p number with one decimal after a comma.
 QString decimalText(double number);

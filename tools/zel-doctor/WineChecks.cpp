@@ -14,7 +14,7 @@
 namespace
 {
 
-/// The launcher's search for Wine waits so long for a login shell.
+/// How long the launcher's search for Wine waits for the login shell.
 constexpr qint64 slowProfileMs = 2000;
 
 Result unused(const QString &subject)
@@ -42,7 +42,7 @@ QString chooseRemedy()
     return QStringLiteral("Escolha outro em Configuracao.");
 }
 
-/// What the Wine at @p program prints when asked for its version; empty when it fails.
+/// The version that the Wine at @p program prints; empty on failure.
 QString versionOf(const QString &program)
 {
     constexpr int timeoutMs = 10'000;
@@ -71,7 +71,7 @@ bool isPrefix(const QString &path)
     return QFileInfo::exists(registryOf(path));
 }
 
-/// The architecture that the prefix at @p path was made for; empty when it does not say.
+/// The architecture of the prefix at @p path according to its registry; empty if unknown.
 QString archOf(const QString &path)
 {
     constexpr int linesLookedAt = 10;
@@ -89,7 +89,7 @@ QString archOf(const QString &path)
     return {};
 }
 
-/// What is wrong with the prefix of @p choice for the game; nothing when it is good.
+/// Why the game cannot or may not run in the prefix of @p choice; nothing if it can.
 std::optional<Result> prefixFault(const QString &subject, const WineSetup::Choice &choice,
                                   ProgramKind game)
 {
@@ -138,7 +138,7 @@ std::optional<Result> prefixFault(const QString &subject, const WineSetup::Choic
         }
     } else if (isUsed && game == ProgramKind::Bits32 &&
                !QFileInfo::exists(path + QStringLiteral("/drive_c/windows/syswow64/ntdll.dll"))) {
-        // A newer Wine adds them, but not the one that made the prefix without them.
+        // A newer Wine adds the 32-bit files to the prefix; the version that created it does not.
         const QString remedy = choice.isScript ? QStringLiteral("execute zel-wine --reset.")
                                                : QStringLiteral("renomeie essa pasta.");
         return Result::warning(

@@ -2,15 +2,15 @@
 
 #include "zel-doctor/Result.h"
 
-/// What starts the client: the login shell, Wine and its prefix.
+/// Checks what starts the client: the login shell, Wine and its prefix.
 namespace WineChecks
 {
 
-/// Wine is found, tells its version and runs programs of the executable's kind.
+/// Wine is found, prints its version and runs programs of the executable's word size.
 Results wine();
-/// The prefix of a start is the user's own and of the right architecture.
+/// The prefix belongs to the user and has the right architecture.
 Results prefix();
-/// The login profile reaches the command, quickly and in silence.
+/// The login profile ends soon, prints nothing and does not end the shell.
 Results profile();
 /// The end of zel-wine's log.
 Results log();

@@ -19,7 +19,7 @@ QString homePath(const QString &name)
     return QDir::home().filePath(name);
 }
 
-/// The folder that @p variable names, else @p otherwise in the home folder.
+/// The folder in the environment variable @p variable, or @p otherwise in the home folder.
 QString folderOf(const char *variable, const QString &otherwise)
 {
     const QString folder = qEnvironmentVariable(variable);
@@ -37,7 +37,7 @@ QString firstOf(std::initializer_list<QString> texts)
     return {};
 }
 
-/// What zel-wine's settings file sets; empty without a valid line.
+/// The values in zel-wine's settings file; empty if it has no valid line for them.
 struct ScriptSettings {
     QString wine;
     QString prefix;
@@ -70,7 +70,7 @@ ScriptSettings scriptSettings()
     return settings;
 }
 
-/// Where @p program is, for a process with @p environment.
+/// The absolute path of @p program, looked up on the PATH of @p environment.
 QString executableAt(const QString &program, const QProcessEnvironment &environment)
 {
     const QStringList path =
@@ -78,11 +78,11 @@ QString executableAt(const QString &program, const QProcessEnvironment &environm
     return QStandardPaths::findExecutable(program, path);
 }
 
-/// What a Wine has to run programs with.
+/// The libraries that a Wine has.
 struct Libraries {
     bool unix64 = false;
     bool unix32 = false;
-    bool windows32 = false; ///< In the folder of the 64-bit libraries, with what runs them there.
+    bool windows32 = false; ///< Beside the 64-bit Unix library, with wow64.dll.
 };
 
 Libraries librariesOf(const QString &wine)
@@ -106,7 +106,7 @@ Libraries librariesOf(const QString &wine)
                                has(wineFolder + QStringLiteral("i386-windows/ntdll.dll")) &&
                                has(wineFolder + QStringLiteral("x86_64-windows/wow64.dll"));
     }
-    // On Debian a package that is removed leaves the libraries, but not its loader.
+    // On Debian, removing a Wine package leaves libraries behind, but no loader.
     const bool loader64 = has(QStringLiteral("lib/wine/wine64"));
     const bool loader32 = has(QStringLiteral("lib/wine/wine"));
     libraries.unix64 &= loader64 || !loader32;

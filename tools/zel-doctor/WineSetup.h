@@ -6,7 +6,7 @@
 
 #include "zel-doctor/ProgramFile.h"
 
-/// What a start makes of the login shell, of Wine and of its prefix.
+/// Finds out what a start of the game would use: the login shell's environment, Wine, its prefix.
 namespace WineSetup
 {
 
@@ -14,12 +14,13 @@ constexpr int longestLoginMs = 8'000;
 
 /// One start of a login shell, as the launcher starts it.
 struct LoginShell {
-    bool isInTime = false;  ///< False when it was killed.
+    bool isInTime = false;  ///< False when it was killed at the timeout.
     bool isReached = false; ///< False when the profile ended the shell before the command.
     int exitCode = 0;
     qint64 elapsedMs = 0;
     QByteArray printed; ///< What the profile wrote to standard output and standard error.
-    QProcessEnvironment environment; ///< What the command gets; this process's own without it.
+    /// The command's environment; this process's own if the command was not reached.
+    QProcessEnvironment environment;
 };
 
 /// Starts the shell and waits for its end, but kills it after @p limitMs.
@@ -30,12 +31,12 @@ struct Choice {
     QString wanted;        ///< The real Wine: a path or a command.
     QString wine;          ///< Its absolute path; empty when there is no such program.
     QString prefix;        ///< Path of the prefix, which may not exist.
-    QString arch;          ///< What WINEARCH asks for; mostly empty.
-    bool isScript = false; ///< zel-wine starts that Wine.
+    QString arch;          ///< The value of WINEARCH; usually empty.
+    bool isScript = false; ///< Whether zel-wine starts that Wine.
 };
 
-/// What a start of @p program with @p environment takes: if it is zel-wine, what its settings file
-/// says, else @p program itself.
+/// The Wine and the prefix that starting @p program with @p environment uses. If @p program is
+/// zel-wine, its settings file is read.
 Choice choiceFor(const QString &program, const QProcessEnvironment &environment);
 
 /// The log that zel-wine writes.
@@ -43,13 +44,13 @@ QString logPath();
 
 enum class Support { Yes, No, Unknown };
 
-// Both judge the Wine at @p wine by the libraries beside it. Unknown: they are not where Wine
-// usually has them.
+// Both look for the libraries of the Wine at @p wine in the usual places beside it. Unknown means
+// that none is there.
 
-/// Whether it runs programs of @p kind: 64-bit ones need its 64-bit Unix library; 32-bit ones its
-/// 32-bit Unix library, or the 64-bit one together with the 32-bit Windows libraries.
+/// Whether @p wine runs programs of @p kind. 64-bit programs need its 64-bit Unix library; 32-bit
+/// programs need its 32-bit Unix library, or the 64-bit one and the 32-bit Windows libraries.
 Support support(const QString &wine, ProgramKind kind);
-/// Whether it accepts prefixes of the architecture win32: these need its 32-bit Unix library.
+/// Whether @p wine accepts prefixes of the architecture win32, which need its 32-bit Unix library.
 Support win32PrefixSupport(const QString &wine);
 
 } // namespace WineSetup

@@ -86,7 +86,7 @@ int main(int argc, char *argv[])
         return print("zel-doctor " ZEL_VERSION "\n") ? 0 : failedExitCode;
     }
 
-    // Each line is shown as soon as it is there: a check may take a while.
+    // Print each line at once: the next check may take a while.
     const bool isShown = !parser.isSet(json) && !parser.isSet(output);
     Report report;
     QByteArray text;

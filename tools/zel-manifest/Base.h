@@ -13,44 +13,46 @@
 #include "zel-manifest/PatchFolder.h"
 #include "zel-manifest/Text.h"
 
-/// What players have before a patch: the client as it is handed out, the base, and what the
-/// releases since then listed.
+/// The files that players have before a patch: the base, which is the client as handed out, and the
+/// files that the releases since then listed.
 class Base
 {
 public:
-    /// Called now and then with what is read so far, and how much there is to read.
+    /// Called about ten times a second with the amount read so far and the total.
     using Progress = std::function<void(const FileAmount &done, const FileAmount &all)>;
 
-    /// Takes the client in @p folder as the base. Its files are read later, if need be. Returns the
-    /// scan of the folder, whose failures make the base unusable.
+    /// Sets the client in @p folder as the base. findEqual() reads its files. Returns the scan of
+    /// the folder; the base is unusable if that has failures.
     PatchFolderScan setFolder(const QString &folder);
-    /// Takes the client that the manifest @p file lists as the base. Returns false, with the reason
-    /// in @p error, when there is no such manifest.
+    /// Sets the client that the manifest @p file lists as the base. Returns false, with the reason
+    /// in @p error, when @p file is not a readable manifest.
     bool setManifest(const QString &file, QString *error);
-    /// Adds what the manifest @p file of a release since the base lists; call it after those two,
-    /// since the base's letter case prevails. Returns false like setManifest().
+    /// Adds the files that the manifest @p file of a release lists. Call it after setFolder() or
+    /// setManifest(), since the base's letter case prevails. Returns false like setManifest().
     bool addRelease(const QString &file, QString *error);
 
-    /// @p path in the letter case that players have; unchanged as far as they have no such path.
+    /// @p path in the letter case that players have. Components that they do not have are
+    /// unchanged.
     QByteArray spelling(const QByteArray &path) const;
 
-    /// The paths of the base and those that a release listed, in bytewise order.
+    /// The paths in the base, in bytewise order.
     QByteArrayList paths() const;
+    /// The paths that a release listed, in bytewise order.
     QByteArrayList releasedPaths() const;
 
-    /// Puts those of the files @p paths, whose digests are @p digests, in @p equal that all players
-    /// have already: the base holds the same, and no release listed them. Of a folder only files of
-    /// the right size are read. Returns false when one could not be read; @p errors then holds a
-    /// line for each.
+    /// Adds those of @p paths to @p equal that all players have with the same content: the base has
+    /// a file with the same digest, and no release listed it. @p digests holds the digests of the
+    /// files at @p paths, in the same order. If the base is a folder, only its files of the same
+    /// size are read. Returns false when one could not be read; @p errors then has a line for each.
     bool findEqual(const QByteArrayList &paths, const QList<FileDigest> &digests,
                    QSet<QByteArray> *equal, QStringList *errors, const Progress &progress = {});
 
 private:
     void addSpelling(const QByteArray &path);
 
-    QByteArray root;                     // of the base; empty when it is a manifest
+    QByteArray root;                     // folder of the base; empty when it is a manifest
     QHash<QByteArray, FileDigest> files; // of the base; without digests until they are read
     QSet<QByteArray> released;
-    QSet<QByteArray> spellings;        // files and folders
-    QHash<QString, QByteArray> folded; // the first spelling by the path without case
+    QSet<QByteArray> spellings;        // of files and folders
+    QHash<QString, QByteArray> folded; // first spelling by case-folded path
 };

@@ -14,8 +14,8 @@ enum ExitCode {
     Refused = 1,     ///< The folder cannot be published as it is.
     WrongUsage = 2,  ///< The command line is invalid.
     Failed = 3,      ///< Something could not be read or written.
-    Different = 4,   ///< A published file or manifest is not the expected one.
-    Unpublished = 5, ///< No manifest could be fetched.
+    Different = 4,   ///< A published file, the manifest or its signature is not as expected.
+    Unpublished = 5, ///< No usable manifest, or no signature of it, could be fetched.
 };
 
 /// The parsed command line.
@@ -30,8 +30,8 @@ struct Options {
     bool quiet = false;
 
     QString folder;
-    QString
-        manifest; ///< The file to write, or to compare the published manifest with (if not empty).
+    /// The file to write, or to compare the published manifest with; may then be empty.
+    QString manifest;
 
     // For Publish.
     QString version;
@@ -47,7 +47,7 @@ struct Options {
 
     // For Check.
     QString baseUrl;
-    QString key; ///< Of the manifest's signature; empty without a check of it.
+    QString key; ///< Public key for the manifest's signature; empty to skip that check.
     QString manifestName = QStringLiteral("manifest.json");
     int timeout = 60;    ///< Seconds.
     bool strict = false; ///< Faulty answers are errors.
@@ -59,8 +59,8 @@ class CommandLine
 public:
     CommandLine();
 
-    /// Parses @p arguments, of which the first is the program's name. Sets @p error to the reason
-    /// if they are invalid; only "quiet" of the result is valid then.
+    /// Parses @p arguments; the first one is the program's name. If they are invalid, sets @p error
+    /// to the reason; of the result only "quiet" is valid then.
     Options read(const QStringList &arguments, QString *error);
 
 private:

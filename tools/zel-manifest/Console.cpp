@@ -45,7 +45,7 @@ void Console::progress(const QString &activity, const FileAmount &done, const Fi
         QStringLiteral("%1 %2 %, %3 of %4, %5 of %6")
             .arg(activity, QString::number(percent), sizeText(done.bytes), sizeText(all.bytes),
                  QString::number(done.files), filesText(all.files));
-    // Spaces, not a control sequence: they clear the rest of an older line on every terminal.
+    // Clear the rest of the previous line by spaces, which work on every terminal.
     writeToTerminal(QLatin1Char('\r') + line.leftJustified(shownLength));
     shownLength = line.size();
 }

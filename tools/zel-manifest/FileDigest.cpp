@@ -61,7 +61,7 @@ bool isSameTime(const timespec &a, const timespec &b)
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
-/// The threads' work queue: each takes the next file.
+/// A work queue: each thread takes the next file.
 class DigestRun
 {
 public:

@@ -12,7 +12,7 @@
 
 struct evp_md_ctx_st;
 
-/// Incremental SHA-256 by libcrypto, which uses CPU instructions for it.
+/// Incremental SHA-256 by libcrypto.
 class Sha256
 {
 public:
@@ -36,11 +36,11 @@ struct FileDigest {
     QByteArray sha256; ///< Lower-case hex digits.
 };
 
-/// Called on the caller's thread, about ten times a second, with what is done so far.
+/// Called on the caller's thread, about ten times a second, with the amount read so far.
 using DigestProgress = std::function<void(const FileAmount &done)>;
 
-/// Reads the files at @p paths, two at a time, and puts their digests in @p digests in the same
-/// order. Returns false when a file could not be read whole, or changed while it was read;
-/// @p errors then holds a line for each such file, in the order of the paths.
+/// Computes the digests of the files at @p paths, two at a time, and stores them in @p digests in
+/// the same order. Returns false when a file could not be read whole, or changed while it was read;
+/// @p errors then has a line for each such file, in the order of the paths.
 bool digestFiles(const QByteArrayList &paths, QList<FileDigest> *digests, QStringList *errors,
                  const DigestProgress &progress = {});

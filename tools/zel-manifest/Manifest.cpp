@@ -17,11 +17,12 @@ namespace
 /// @p text as a JSON string.
 QByteArray jsonString(const QString &text)
 {
-    // QJsonDocument writes no bare string: write an array of one and strip the brackets.
+    // QJsonDocument cannot write a bare string: write an array of one string and strip the
+    // brackets.
     QByteArray json = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
     json = json.mid(1, json.size() - 2);
-    // QJsonDocument, which the launcher reads with, drops this character at the start of a string
-    // unless it is escaped.
+    // QJsonDocument, by which the launcher reads the manifest, drops this character at the start of
+    // a string unless it is escaped.
     const QByteArray byteOrderMark("\"\xEF\xBB\xBF");
     if (json.startsWith(byteOrderMark)) {
         json.replace(0, byteOrderMark.size(), "\"\\ufeff");

@@ -10,7 +10,7 @@
 namespace
 {
 
-/// A fault and what it leads to.
+/// A fault and its consequence.
 struct FaultText {
     QString name;
     QString effect;
@@ -143,7 +143,7 @@ void PatchCheck::reportFaults(Finding::Kind kind)
     }
 }
 
-/// Notes the faults of the newest answer, the one for @p path.
+/// Records the faults of the latest answer, the one for @p path.
 void PatchCheck::judge(const QString &path)
 {
     ++answers;

@@ -11,7 +11,7 @@
 #include "zel-manifest/PublishedPatch.h"
 #include "zel-manifest/Text.h"
 
-/// What a check found.
+/// A warning or an error that a check reports.
 struct Finding {
     enum Kind {
         Warning, ///< Launchers still install the patch correctly.
@@ -28,39 +28,39 @@ class PatchCheck
 public:
     using Report = std::function<void(const Finding &)>;
 
-    /// @p baseUrl and @p timeout are those of PublishedPatch. @p findingReport is called for each
-    /// finding as soon as it is made.
+    /// @p baseUrl and @p timeout are those of PublishedPatch. @p findingReport is called at once
+    /// for each finding.
     PatchCheck(const QString &baseUrl, int timeout, Report findingReport);
 
-    /// Checks the base URL and fetches the manifest, which is published as @p name. Returns false,
-    /// with the reason reported, when launchers could not fetch it.
+    /// Checks the base URL and fetches the manifest, which is published as @p name. Reports the
+    /// reason and returns false when launchers could not fetch it.
     bool fetchManifest(const QString &name = QStringLiteral("manifest.json"));
-    /// Fetches the signature of the manifest, which is beside it. Returns false, with the reason
-    /// reported, when that failed.
+    /// Fetches the signature of the manifest, which is beside it. Reports the reason and returns
+    /// false on failure.
     bool fetchSignature(QByteArray *signature);
-    /// Returns false, with the reason reported, unless @p signature is one of the manifest by the
-    /// key @p key (see Signature).
+    /// Reports the reason and returns false unless @p signature is a signature of the manifest by
+    /// the key @p key (see Signature).
     bool checkSignature(const QByteArray &signature, const QString &key);
-    /// Reads the manifest. Returns false, with the reason reported, when launchers could not use
-    /// it.
+    /// Parses the fetched manifest. Reports the reason and returns false when launchers could not
+    /// use it.
     bool readManifest();
     const Manifest &manifest() const { return published; }
 
-    /// Reports an error unless the manifest is byte for byte @p expected, the content of the file
-    /// @p name.
+    /// Reports an error unless the manifest is byte for byte equal to @p expected, the content of
+    /// the file @p name.
     void compareManifest(const QByteArray &expected, const QString &name);
     /// Fetches all files of the manifest and compares their sizes and digests with those listed.
-    /// @p progress is called with what is fetched so far.
+    /// @p progress is called with the amount fetched so far.
     void compareFiles(const std::function<void(const FileAmount &done)> &progress = {});
 
-    /// Reports how the answers so far could be better, each kind of fault once.
+    /// Reports the faults of the answers so far as findings of @p kind, one for each kind of fault.
     void reportFaults(Finding::Kind kind);
 
-    /// How many errors were reported.
+    /// The number of errors reported.
     qsizetype errorCount() const { return errors; }
 
 private:
-    /// Answers of one fault.
+    /// The answers with the same fault.
     struct Faulty {
         qsizetype count = 0;
         QString first; ///< Path of the first one.
@@ -78,7 +78,7 @@ private:
     PublishedPatch patch;
     QString manifestName;
     QByteArray json;
-    bool isWebPage = false; // the manifest
+    bool isWebPage = false; // whether the manifest was sent as one
     Manifest published;
     QMap<AnswerFault, Faulty> faulty;
     qsizetype answers = 0;

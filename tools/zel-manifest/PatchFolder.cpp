@@ -35,7 +35,7 @@ QByteArray toBytes(const fs::path &path)
     return QByteArray::fromStdString(path.native());
 }
 
-/// Why Windows does not allow this name of a file or folder; nothing if it does.
+/// Why Windows does not allow @p name for a file or folder; nothing if it does.
 std::optional<QString> windowsObjection(const QString &name)
 {
     static const QRegularExpression reserved(
@@ -125,7 +125,8 @@ private:
         }
         const bool isLink = S_ISLNK(status.st_mode);
         if (isLink) {
-            // On failure this remains the link's status; followLink() reports it, unless excluded.
+            // If this fails, the status remains that of the link, which followLink() reports unless
+            // the link is excluded.
             ::stat(place.c_str(), &status);
         }
         const bool isFolder = S_ISDIR(status.st_mode);
@@ -204,7 +205,8 @@ private:
         return target;
     }
 
-    /// Checks the name. Only warns of a name that Windows does not allow.
+    /// Whether the launcher can store the name; refuses it if not. Only warns of a name that
+    /// Windows does not allow.
     bool isNameFit(const QByteArray &path, const QByteArray &name, bool isFile)
     {
         const std::optional<QString> text = textOf(name);

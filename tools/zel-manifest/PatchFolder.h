@@ -7,16 +7,16 @@
 #include <QString>
 #include <QStringList>
 
-/// A pattern of names that are not published: "*", "?" and "[...]" as in a shell, none of which
-/// matches "/". A pattern with a "/" in it, other than at its end, is compared with the whole path
-/// below the folder, any other with the last name of it. One that ends with "/" matches folders
-/// only.
+/// A pattern of names that are not published: "*", "?" and "[...]" as in a shell; none of them
+/// matches "/". A pattern with a "/" before its end is compared with the whole path below the
+/// folder, any other pattern with the last component of the path. A pattern that ends with "/"
+/// matches folders only.
 class ExcludePattern
 {
 public:
     explicit ExcludePattern(const QString &pattern);
 
-    /// False for what is no pattern, such as "" or a "[" that is never closed.
+    /// False if the pattern is malformed, such as "" or one with a "[" that is never closed.
     bool isValid() const;
     QString text() const { return pattern; }
     /// True when the file or folder at @p path, relative to the published folder, is excluded.
@@ -32,7 +32,7 @@ private:
 /// The result of scanning a folder. All lines are in the order of the paths.
 struct PatchFolderScan {
     QByteArrayList files;  ///< Paths below the folder, in bytewise order.
-    QByteArrayList absent; ///< Paths of manifests, which are never listed.
+    QByteArrayList absent; ///< Paths of manifests in the folder, which are never listed.
     qint64 totalSize = 0;  ///< Bytes of all files.
 
     QByteArrayList caseTwins; ///< Paths that differ from another one only in letter case.
@@ -41,16 +41,16 @@ struct PatchFolderScan {
 
     QStringList warnings; ///< What the operator should know.
     QStringList problems; ///< Why the folder cannot be published.
-    QStringList failures; ///< What could not be read.
+    QStringList failures; ///< Files and folders that could not be read.
 };
 
 /// Scans a folder to publish. Names are the raw bytes of the file system, whatever the locale.
 class PatchFolder
 {
 public:
-    /// Walks @p folder. Symbolic links are followed while they stay inside it. @p manifest, where
-    /// the manifest will be written, is not listed, and neither is "manifest.json" in the folder
-    /// itself, which is where the launcher expects the manifest.
+    /// Walks @p folder. Symbolic links that stay inside it are followed. Neither @p manifest, the
+    /// file that the manifest will be written to, nor "manifest.json" in the folder itself, where
+    /// the launcher expects the manifest, is listed.
     static PatchFolderScan scan(const QString &folder, const QString &manifest,
                                 const QList<ExcludePattern> &excludes = {});
 

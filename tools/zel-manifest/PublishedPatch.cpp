@@ -31,7 +31,7 @@ QList<AnswerFault> PatchAnswer::faults() const
         faults.append(AnswerFault::Plain);
     }
     if (url != asked) {
-        // The headers are then those of several answers.
+        // After a redirect Qt reports the headers of several answers.
         faults.append(AnswerFault::Redirected);
     } else if (isCompressed) {
         faults.append(AnswerFault::Compressed);
@@ -60,7 +60,7 @@ bool PatchAnswer::isCacheable() const
 
 bool PatchAnswer::isWebPage() const
 {
-    // After a redirection there may be several types, the answer's own at the end.
+    // After a redirect there may be several types; the last one is that of the final answer.
     return contentType.toLower().split(',').constLast().trimmed().startsWith("text/html");
 }
 
@@ -101,7 +101,8 @@ bool PublishedPatch::tryFile(const QString &url, QString *error)
     return fetch(url, {}, error);
 }
 
-/// Fetches @p address and passes its content on; without @p take only until the content begins.
+/// Fetches @p address and passes its content to @p take; if that is empty, stops when the content
+/// begins.
 bool PublishedPatch::fetch(const QString &address, const Take &take, QString *error)
 {
     newestAnswer = {};
@@ -166,14 +167,14 @@ bool PublishedPatch::fetch(const QString &address, const Take &take, QString *er
 
 void PublishedPatch::record(const QNetworkReply &reply)
 {
-    // Before Qt 6.10, a transfer that times out ends as if it were cancelled.
+    // Before Qt 6.10, a transfer that times out reports that it was cancelled.
     newestAnswer.error = reply.error() == QNetworkReply::OperationCanceledError
                              ? QNetworkReply::TimeoutError
                              : reply.error();
     newestAnswer.status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     newestAnswer.url = reply.url();
     newestAnswer.hasLength = reply.header(QNetworkRequest::ContentLengthHeader).isValid();
-    // The network library takes the length out of the header of a compressed answer.
+    // QNetworkAccessManager removes the length of a compressed answer from its header.
     newestAnswer.isCompressed =
         reply.attribute(QNetworkRequest::OriginalContentLengthAttribute).isValid() ||
         reply.hasRawHeader("Content-Encoding");

@@ -14,7 +14,7 @@ namespace
 
 constexpr qint64 mebibyte = 1 << 20;
 
-/// How many missing files are named; the others are counted.
+/// The number of missing files that are named; more are only counted.
 constexpr qsizetype longestList = 10;
 
 /// True when a pattern matches @p path or a folder that it is in.
@@ -98,7 +98,7 @@ ExitCode Publishing::readExcludes()
     return Done;
 }
 
-/// Reads what players have already. Returns false, with the errors shown, when that failed.
+/// Reads the base and the releases since. Shows the errors and returns false when that failed.
 bool Publishing::readBase()
 {
     if (!options.base.isEmpty()) {
@@ -143,8 +143,8 @@ ExitCode Publishing::report(const PatchFolderScan &scan)
     return scan.problems.isEmpty() && mayReplace ? Done : Refused;
 }
 
-/// Warns of a "manifest.json" that is neither listed nor replaced. Returns false, with the error
-/// shown, when the new manifest would replace a file of the patch.
+/// Warns of a "manifest.json" that is neither listed nor replaced. Shows an error and returns false
+/// when the new manifest would replace a file of the patch.
 bool Publishing::reportAbsent(const QByteArrayList &absent)
 {
     for (const QByteArray &path : absent) {
@@ -168,9 +168,9 @@ bool Publishing::reportAbsent(const QByteArrayList &absent)
     return true;
 }
 
-/// Finds out where the launcher will store the files @p places: where players have them. Returns
-/// false, with the errors shown, when one differs from that in letter case and this is not to be
-/// fixed.
+/// Finds the paths at which the launcher will store the files @p places: those in the letter case
+/// that players have. Shows an error for each difference and returns false, unless --fix-case is
+/// given.
 bool Publishing::choosePaths(const QByteArrayList &places)
 {
     QSet<QByteArray> shown;
@@ -232,7 +232,8 @@ void Publishing::reportMissing()
                                  "one, put an empty or harmless file of its name into the folder"));
 }
 
-/// Names the first few of @p paths, says @p what of each, and gives @p advice.
+/// Warns with the text @p what of each of the first few @p paths, then shows their number and
+/// @p advice.
 void Publishing::warnOfMissing(const QByteArrayList &paths, const QString &what,
                                const QString &advice)
 {
@@ -244,7 +245,7 @@ void Publishing::warnOfMissing(const QByteArrayList &paths, const QString &what,
     }
 }
 
-/// Puts the files that players need in the manifest. Returns false, with the errors shown, when one
+/// Lists the files that players need in the manifest. Shows the errors and returns false when one
 /// could not be read.
 bool Publishing::listFiles(qint64 totalSize)
 {
@@ -313,7 +314,7 @@ bool Publishing::deliver(const QByteArray &json)
     return true;
 }
 
-/// Says what was written, and what it costs.
+/// Shows what was written and how much a start downloads.
 void Publishing::summarize(qsizetype manifestSize)
 {
     if (manifest.files.isEmpty()) {

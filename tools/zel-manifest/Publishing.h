@@ -45,5 +45,5 @@ private:
     Base base;
     QList<PatchFile> files; // in bytewise order of the paths
     Manifest manifest;
-    FileAmount leftOut; // because the base has it
+    FileAmount leftOut; // files that the base has
 };

@@ -3,15 +3,15 @@
 #include <QByteArray>
 #include <QString>
 
-/// Signatures made with the program minisign, which checks them, too.
+/// Signatures by the program minisign.
 namespace Signature
 {
 
 /// True when minisign is installed.
 bool canBeChecked();
 
-/// Returns false, with the reason in @p error, unless @p signature is one of @p content by the
-/// public key @p key: the key itself, or the path of its file.
+/// Returns false, with the reason in @p error, unless @p signature is a signature of @p content by
+/// the public key @p key, which is the key itself or the path of its file.
 bool check(const QByteArray &signature, const QByteArray &content, const QString &key,
            QString *error);
 

@@ -10,7 +10,7 @@
 
 int main(int argc, char *argv[])
 {
-    // File names are UTF-8 and messages are English, whatever the operator's locale.
+    // File names are UTF-8 and messages are English in every locale.
     qputenv("LC_ALL", "C.UTF-8");
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("zel-manifest"));
