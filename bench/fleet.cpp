@@ -1,4 +1,5 @@
-// Many launchers that update at once, and what they cost the web server.
+// Many launchers that update at once: their updates per second, and the processor time of launcher
+// and web server for each.
 //
 //   fleet SERVER CERTIFICATE PID FOLDER
 //
@@ -28,10 +29,10 @@ using namespace Bench;
 namespace
 {
 
-/// Launchers begin no further update after this time.
+/// A launcher starts no further update after this time.
 constexpr double roundMs = 2000;
 constexpr int mostLaunchers = 256;
-/// A number of launchers is left out if one update of each would take longer.
+/// A number of launchers is skipped if one update of each would take longer.
 constexpr double longestRoundSeconds = 20;
 constexpr unsigned alarmSeconds = 120;
 
@@ -70,7 +71,7 @@ double ownTime()
 /// One launcher: updates again and again, each time as a new PatchManager with a new connection.
 int runLauncher(const QString &url, const QString &certificate, const QString &folder)
 {
-    ::alarm(alarmSeconds); // ends the process if an update does not
+    ::alarm(alarmSeconds); // ends the process if an update does not end
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     configuration.setCaCertificates(QSslCertificate::fromPath(certificate));
     QSslConfiguration::setDefaultConfiguration(configuration);
@@ -90,7 +91,7 @@ int runLauncher(const QString &url, const QString &certificate, const QString &f
     return EXIT_SUCCESS;
 }
 
-/// What launchers that update at once achieve and cost.
+/// The result for a number of launchers that update at once.
 struct Result {
     int launchers = 0;
     double updatesPerSecond = 0;
@@ -109,7 +110,7 @@ public:
     {
     }
 
-    /// Takes four times as many launchers until more of them achieve no more.
+    /// Quadruples the number of launchers until that gains less than 5 % in updates per second.
     Result findBest(const Patch &patch) const
     {
         Result best = run(patch, 1);

@@ -1,5 +1,5 @@
-// Replaces Wine: writes the time of its start, in nanoseconds of the steady clock, to the file
-// named by ZEL_BENCH_STAMP.
+// Started in place of Wine. Writes the time of its start, in nanoseconds of the steady clock, to
+// the file that ZEL_BENCH_STAMP names.
 
 #include <chrono>
 #include <cstdio>

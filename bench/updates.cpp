@@ -86,7 +86,7 @@ double runBareLoop(const QString &url, const QString &folder, int count)
     return millisecondsSince(start);
 }
 
-/// From the end of the manifest's reply until the request for the first file is sent.
+/// The time from the end of the manifest's reply to the request for the first file.
 double runManifest(const QString &url, const QString &folder)
 {
     PatchManager manager;

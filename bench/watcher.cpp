@@ -1,8 +1,8 @@
 // Preloaded into a program with a window: ends it at an event and writes the result to
 // descriptor 3. ZEL_BENCH_UNTIL names the event:
 //
-//   window      the first paint of the window is on the screen; prints the colour that the middle
-//               of its upper half then has
+//   window      the first paint of the window is on the screen; prints the colour in the middle of
+//               the window's upper half
 //   dialog      after that, the first paint of the dialog that a click on the button
 //               "Configuracao" opens; prints the milliseconds since the click
 
@@ -31,7 +31,8 @@ using Clock = std::chrono::steady_clock;
     std::_Exit(isWritten ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
-/// A pixel of @p window on the screen. The window system replies after all earlier drawing.
+/// The colour in the middle of the upper half of @p window on the screen. The window system replies
+/// after all earlier drawing.
 QColor pixelOnScreen(const QWidget &window)
 {
     const QPixmap pixel = QGuiApplication::primaryScreen()->grabWindow(
@@ -94,7 +95,7 @@ private:
 
 void watch()
 {
-    qunsetenv("LD_PRELOAD"); // not for child processes
+    qunsetenv("LD_PRELOAD"); // child processes must not load this module
     QCoreApplication *app = QCoreApplication::instance();
     app->installEventFilter(new Watcher(app));
 }

@@ -30,7 +30,7 @@ make_work() {
 clean_up() {
     trap - EXIT INT TERM
     local i
-    # A signal may come before a process that was started is in pids.
+    # A signal may arrive before the last process started is in pids.
     mapfile -t -O "${#pids[@]}" pids < <(jobs -p)
     for ((i = ${#pids[@]} - 1; i >= 0; i--)); do
         kill "${pids[i]}" 2>/dev/null || true
@@ -106,7 +106,7 @@ CONF
         "$(command -v nginx || echo /usr/sbin/nginx)" -c "$work/nginx.conf" \
             -e "$work/nginx-error.log" 2>/dev/null &
         pid=$!
-        # The file exists once this nginx, not another program, has the port.
+        # The PID file shows that this nginx, not another program, listens on the port.
         while kill -0 "$pid" 2>/dev/null; do
             if [[ -s $work/nginx.pid ]] && : 2>/dev/null <"/dev/tcp/127.0.0.1/$port"; then
                 pids+=("$pid")
@@ -119,7 +119,7 @@ CONF
     die "nginx did not start: $(tail -n 1 "$work/nginx-error.log" 2>/dev/null)"
 }
 
-# ---- reads the launcher's window through AT-SPI and clicks in it
+# ---- reading the launcher's window through AT-SPI and clicking in it
 
 read_widget() { tests/support/windows/screen_reader.py "$@" 2>/dev/null; }
 

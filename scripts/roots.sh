@@ -2,8 +2,8 @@
 # Chroots ("roots") of other distributions, below $ZEL_ROOTS or build/roots. Sourced as root, after
 # lib.sh, in a private mount namespace. Roots are kept and upgraded once a day.
 #
-# The mirror is the one in the package sources of this machine; Ubuntu's is in the folder "ubuntu"
-# beside Debian's. ZEL_DEBIAN_MIRROR and ZEL_UBUNTU_MIRROR set other ones.
+# The mirrors are those in the package sources of this machine; if these have none of Ubuntu, the
+# folder "ubuntu" beside Debian's. ZEL_DEBIAN_MIRROR and ZEL_UBUNTU_MIRROR set others.
 
 roots=${ZEL_ROOTS:-$PWD/build/roots}
 
@@ -24,8 +24,8 @@ is_ubuntu() { # suite
     case $1 in bookworm | trixie | sid) return 1 ;; esac
 }
 
-# The mirror of a suite.
-mirror_of() {
+# Prints the mirror of a suite.
+mirror_of() { # suite
     local sites debian ubuntu
     # shellcheck disable=SC2016 # apt's fields
     sites=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 2>/dev/null) || true
@@ -39,7 +39,7 @@ mirror_of() {
     fi
 }
 
-# Debian 12 has no keyring of Ubuntu; take that of Debian 13.
+# Prints the path of Ubuntu's keyring. Debian 12 has none; take that of Debian 13.
 ubuntu_keyring() {
     local keyring=usr/share/keyrings/ubuntu-archive-keyring.gpg
     if [[ ! -f $roots/ubuntu/$keyring ]]; then
@@ -80,8 +80,8 @@ minimal_root() {
             "/usr/share/debootstrap/scripts/$script"
         [[ $suite == sid ]] ||
             echo "deb $mirror $suite-updates main" >>"$root.new/etc/apt/sources.list"
-        # Accept a mirror that is behind, start no services, do not sync: a root can be created
-        # again.
+        # Accept a mirror that is out of date, start no services, and do not sync to the disk: a
+        # damaged root can be created again.
         echo 'Acquire::Check-Valid-Until "false";' >"$root.new/etc/apt/apt.conf.d/zel-mirror"
         echo force-unsafe-io >"$root.new/etc/dpkg/dpkg.cfg.d/zel"
         printf '#!/bin/sh\nexit 101\n' >"$root.new/usr/sbin/policy-rc.d"

@@ -9,7 +9,7 @@
 class WatchedProgram
 {
 public:
-    /// The result of a program and its time.
+    /// A finished run of a program.
     struct Run {
         double milliseconds = 0; ///< From the program's start.
         QString output;
@@ -28,7 +28,7 @@ public:
     Run run(const QStringList &command, const QString &until) const;
     /// The milliseconds until the window of @p command shows @p colour.
     double runUntilWindow(const QStringList &command, const QString &colour) const;
-    /// The instructions executed until then, in millions.
+    /// The instructions executed until the window of @p command shows @p colour, in millions.
     double instructionsUntilWindow(const QStringList &command, const QString &colour) const;
 
 private:

@@ -60,7 +60,7 @@ fi
 
 programs() { grep -v / "$1"; } # in the list of a version
 
-# A file is ours if the list of an installed version names it.
+# Whether the list of an installed version contains the program.
 is_ours() { cat "$target"/zel-launcher.files/*/ARQUIVOS 2>/dev/null | grep -qxF "$1"; }
 for program in $(programs "$list"); do
     [ ! -e "$target/$program" ] && [ ! -L "$target/$program" ] || is_ours "$program" ||
@@ -123,7 +123,7 @@ if [ -z "$into" ]; then
         ln -sfn "$target/$program" "$bin/$program.novo"
         mv -f "$bin/$program.novo" "$bin/$program"
     done
-    for link in "$bin"/*; do # to a program that this version no longer has
+    for link in "$bin"/*; do # remove links to programs that this version no longer has
         case $(readlink "$link") in
         "$target"/*) [ -e "$link" ] || rm -f "$link" ;;
         esac
@@ -132,7 +132,7 @@ if [ -z "$into" ]; then
     (cd "$share/icons" && find . -type f) | while read -r icon; do
         put "$share/icons/$icon" "$data/icons/$icon"
     done
-    # Desktop entries need a quoted command, and escape its backslashes once more.
+    # A desktop entry needs a quoted command in which each backslash is escaped once more.
     command=$(printf '%s' "$target/zel_launcher" | sed 's/[\\"`$]/\\&/g; s/%/%%/g; s/\\/\\\\/g')
     entry=$target/zel-launcher.files/$menu.novo
     {

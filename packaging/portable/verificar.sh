@@ -41,7 +41,7 @@ complain() {
 
 [ -x /bin/bash ] || complain "Falta o /bin/bash, que inicia o jogo."
 
-# The dynamic linker knows all its search paths.
+# Ask the dynamic linker, which knows all its search paths.
 linker=/lib64/ld-linux-x86-64.so.2
 [ -x "$linker" ] || refuse "Falta $linker: este sistema nao guarda as bibliotecas no lugar usual."
 while read -r kind name package; do
