@@ -24,7 +24,7 @@ QStringList linesOf(const Outcome &outcome)
     return outcome.output.split(u'\n', Qt::SkipEmptyParts);
 }
 
-/// The lines of that subject.
+/// The lines of the report about @p subject.
 QString about(const Outcome &outcome, const QString &subject)
 {
     return linesOf(outcome)
@@ -68,7 +68,7 @@ private slots:
     void wineIsMissing();
 
 private:
-    /// Runs it through the command @p before.
+    /// Runs zel-doctor; the command line @p before precedes its own.
     Outcome doctor(const QStringList &arguments, const QMap<QString, QString> &variables = {},
                    const QStringList &before = {}) const;
     /// Runs it offline in a mount namespace.
@@ -141,7 +141,7 @@ void TestZelDoctor::theManualPagesKnowEveryOptionAndTheLimits()
                 .replace(u"\\-"_s, u"-"_s);
         QCOMPARE(optionsIn(text), optionsIn(help));
         QVERIFY2(text.contains(u"%1 se"_s.arg(Checks::totalLimitMs() / 1000)), qPrintable(page));
-        // The list of checks with a limit of their own.
+        // The pages list the checks whose limit is not the usual one.
         for (const Check &check : Checks::all()) {
             const QString line =
                 u"\n%1 %2\n"_s.arg(QLatin1String(check.name)).arg(check.limitMs / 1000);

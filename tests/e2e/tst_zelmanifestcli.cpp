@@ -24,7 +24,7 @@ QStringList linesOf(const Outcome &outcome)
     return lines;
 }
 
-/// The last message about small files.
+/// The last message when @p files together have less than 0.005 MiB.
 QString cost(const QString &files)
 {
     return u"each start downloads the manifest and %1, 0.00 MiB; 1,000 starts 0.00 GiB"_s.arg(
@@ -119,7 +119,7 @@ void TestZelManifestCli::theManualPageAndTheGuideKnowEveryOption()
     const QSet<QString> options = optionsIn(manifest(u"--help"_s).output);
     QVERIFY(options.size() >= 11);
     QCOMPARE(optionsIn(page), options);
-    const QSet<QString> shown{u"--help"_s, u"--version"_s}; // by themselves
+    const QSet<QString> shown{u"--help"_s, u"--version"_s}; // not in the guide
     const QSet<QString> missing =
         options - optionsIn(QString::fromUtf8(Disk::read(sources + u"/docs/operators.md"_s)));
     QCOMPARE(missing - shown, QSet<QString>());
@@ -441,7 +441,7 @@ void TestZelManifestCli::aPathInOtherLettersIsRefusedOrFixed()
     QCOMPARE(listedIn(u"out.json"_s, u"url"_s),
              QStringList({u"r/data/MAP/B"_s, u"r/data/c"_s, u"r/X"_s}));
 
-    // The manifest of a release has its letters from the base, too.
+    // The manifest of a release has the base's letter case, too.
     outcome = manifest(u"-p3 -n --base client --since out.json --fix-case new"_s);
     QVERIFY2(!outcome.messages.contains(u"warning"_s), qPrintable(outcome.messages));
 
@@ -506,7 +506,7 @@ void TestZelManifestCli::aLargeFileIsWarnedOf()
              QStringList({u"warning: \"a b\": has 1 byte; the launcher holds a whole file in "
                           "memory"_s,
                           warning}));
-    // Nobody downloads it.
+    // No player downloads a file that the base has.
     Disk::makeLink(at(u"client"_s), u"patch"_s);
     QCOMPARE(linesOf(manifest(u"-q -p1 --base client -x a* patch"_s)).size(), 1);
     makeLongFile(qint64(256) << 20);

@@ -28,8 +28,8 @@ constexpr int baseFileCount = 24;
 /// nginx sends the first bytes of an answer, this many, immediately, and the rest a second later.
 constexpr int bytesPerSecond = 2000;
 
-/// File number @p index in the version @p kind of its content. One is sent slowly, so that an
-/// update lasts longer than a publication.
+/// The content number @p kind of the file number @p index. File 0 is so large that it is sent
+/// slowly: an update lasts longer than a publication.
 QByteArray content(int index, int kind)
 {
     const int size = index == 0 ? bytesPerSecond : 10 * index;
@@ -61,8 +61,8 @@ struct Player {
 
 } // namespace
 
-/// Launchers update from a real nginx again and again while zel-publish runs. ZEL_TEST_FULL in the
-/// environment increases the number of both.
+/// Launchers update from a real nginx again and again while zel-publish runs. With ZEL_TEST_FULL in
+/// the environment there are more launchers and more publications.
 class TestZelPublish : public TestBase
 {
     Q_OBJECT

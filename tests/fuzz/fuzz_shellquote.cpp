@@ -16,7 +16,7 @@ using Fuzz::require;
 namespace
 {
 
-/// A bash that evaluates one command line after another. In case of a quoting error it is
+/// A bash that evaluates one command line after another. A quoting error must do no harm: bash is
 /// restricted, has an empty PATH and lacks dangerous builtins.
 class Bash
 {

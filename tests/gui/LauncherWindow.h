@@ -70,7 +70,7 @@ public:
 
     /// Whether both buttons that a busy window disables are enabled.
     bool isIdle() const { return play->isEnabled() && settings->isEnabled(); }
-    /// Whether both are disabled.
+    /// Whether both of these buttons are disabled.
     bool isBusy() const { return !play->isEnabled() && !settings->isEnabled(); }
     /// The bars' percentages.
     QList<int> progress() const { return {upperBar->value(), lowerBar->value()}; }

@@ -22,9 +22,9 @@ namespace
 {
 
 constexpr int startCount = 300;
-/// Starts until everything that is allocated once is allocated.
+/// After these starts, everything that is allocated only once has been allocated.
 constexpr int warmUpCount = 50;
-/// A leak of 64 bytes per start exceeds it.
+/// The heap may grow by 64 bytes per start; a larger growth is a leak.
 constexpr qint64 allowedBytes = 64 * startCount;
 
 qint64 allocatedBytes()
@@ -92,7 +92,7 @@ void TestManyStarts::runStarts(LauncherWindow &launcher, int count)
     }
 }
 
-/// How much the heap grows by as many starts of a process object alone.
+/// The growth of the heap by as many starts of a bare QProcess.
 qint64 TestManyStarts::growthWithoutLauncher()
 {
     QProcess process;

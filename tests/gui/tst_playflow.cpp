@@ -306,7 +306,7 @@ void TestPlayFlow::aLaterCheckDoesNotForceTheBarsOnPurpose()
     LauncherWindow launcher;
     playFirst(launcher);
 
-    // A result without the progress of 100 that precedes it.
+    // A result without the usual progress of 100 before it.
     publish(HttpAnswer::withLength(manifest(u"1.0.0"_s)).heldAt(0));
     LauncherWindow::click(launcher.play);
     QCOMPARE(launcher.progress(), QList<int>({0, 8}));

@@ -80,7 +80,7 @@ private:
     int actingLevel = 0; // event loop level of the innermost running act()
     QEventLoop loop;
 
-    // What has been opened and started so far.
+    // The numbers of opened windows and started games so far.
     int windows = 0;
     int dialogs = 0;
     int choosers = 0;

@@ -21,9 +21,9 @@ TestEnvironment::TestEnvironment()
     }
     QFile::setPermissions(dir.filePath(u"runtime"_s),
                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    // Otherwise Qt 6.5 and later remark that they depend on it.
+    // Qt 6.5 and later warn about a locale that is not UTF-8.
     qputenv("LC_ALL", "C.UTF-8");
-    // The D-Bus library leaks where it looks for a bus and finds none.
+    // The D-Bus library leaks memory when it searches for a bus and finds none.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -53,7 +53,7 @@ QString TestEnvironment::settingsFile()
 
 void TestBase::init()
 {
-    // The offscreen platform prints this for windows of fixed size, menus and tool tips.
+    // Except the offscreen platform's warnings about windows of fixed size, menus and tool tips.
     QTest::failOnWarning(
         QRegularExpression(QStringLiteral("^(?!This plugin does not support "
                                           "(propagateSizeHints|raise|grabbing the keyboard))")));

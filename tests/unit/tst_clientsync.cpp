@@ -15,13 +15,13 @@ const QByteArray tail = "0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n"; // of "sn.bin"
 
 const ServerProfile profile = {u"Alpha"_s, u"10.0.0.1"_s, 2};
 
-// What is written for that profile.
+// The files written for this profile.
 const QByteArray newServerList = "0 0 10.0.0.1\n0 1 10.0.0.1\n0 2 10.0.0.1\n";
 const QByteArray newSnBin = "1 Alpha\n" + tail;
 const QByteArray newServerTxt = "10.0.0.1\n";
 const QByteArray newLoginIni = "a=1\nserver_ip=10.0.0.1\nb=2\n";
 
-// The client folder's files before.
+// The files in the client folder before that.
 const QByteArray oldServerList = "0 0 old\n";
 const QByteArray oldSnBin = "1 Old\n";
 const QByteArray oldServerTxt = "an.address.longer.than.the.new.one\nand more\n";

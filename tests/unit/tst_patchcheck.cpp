@@ -190,7 +190,7 @@ void TestPatchCheck::eachFaultOfTheAnswersIsReportedOnce()
     server.answer("/faults/manifest.json", HttpAnswer::chunked(manifestOf(entries.join(',')))
                                                .withHeader("Cache-Control: "
                                                            "no-cache"));
-    // A page is one only where something else is listed.
+    // A web page is a fault only if its content is not the listed one.
     server.answer("/faults/right", HttpAnswer::gzipped("0123456789").withHeader(html));
     server.answer("/faults/short", HttpAnswer::chunked("0123"));
     server.answer("/faults/page", HttpAnswer::withLength("<html>").withHeader(html));

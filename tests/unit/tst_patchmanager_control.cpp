@@ -154,7 +154,7 @@ void TestPatchManagerControl::filesStoredBeforeCancelStay()
 
 void TestPatchManagerControl::cancelBetweenRequestsEndsTheRunAtItsNextStep_data()
 {
-    // The precondition forbids these calls; they show the only places that look at the flag.
+    // The precondition forbids these calls; they show the only places that check the flag.
     QTest::addColumn<int>("line");
     QTest::addColumn<int>("linesBeforeTheEnd");
     QTest::addColumn<int>("requests");

@@ -299,8 +299,8 @@ void TestPatchManagerFaults::theLengthOfARedirectIsIgnored_data()
 
 void TestPatchManagerFaults::theLengthOfARedirectIsIgnored()
 {
-    // Qt leaves the redirect's header on about one reply in five. It closes the connection, since
-    // Qt 6.8 may lose a request that it sends over one that the answer before closes.
+    // Qt leaves the header of the redirect on some of the replies. The redirect closes the
+    // connection, because Qt 6.8 may lose the next request on the same connection.
     QFETCH(const HttpAnswer, answer);
     publish(u"2"_s, QList<Listed>(60, {u"a"_s, u"redirected"_s}));
     server->answer("/redirected", HttpAnswer::redirect("/a").withHeader("Connection: close"));

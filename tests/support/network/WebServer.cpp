@@ -93,7 +93,7 @@ bool WebServer::startOnPorts()
 
     const QDeadlineTimer deadline(Timeouts::programMs);
     while (!deadline.hasExpired() && !process.waitForFinished(10)) {
-        // The file exists once this server, not another program, has the port.
+        // The PID file shows that this server, not another program, listens on the port.
         if (QFile::exists(fileOf(u"pid"_s))) {
             QTcpSocket socket;
             socket.connectToHost(QHostAddress(QHostAddress::LocalHost), port);

@@ -7,7 +7,7 @@
 namespace ProcessTable
 {
 
-/// Whether there is a process with that id, zombies included.
+/// Whether there is a process with the ID @p pid, zombies included.
 bool isAlive(qint64 pid);
 
 /// The children of this process, zombies included.

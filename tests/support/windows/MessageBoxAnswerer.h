@@ -30,13 +30,13 @@ public:
 
     ~MessageBoxAnswerer() override;
 
-    /// Answers one more box by a click on @p button, after a @p look if one is given. Boxes are
-    /// answered in the order of these calls. With QMessageBox::NoButton the look closes the box.
+    /// Answers one more box: calls @p look, if given, and clicks @p button. Boxes are answered in
+    /// the order of these calls. With QMessageBox::NoButton, @p look must close the box.
     void expect(QMessageBox::StandardButton button, Look look = {});
 
     /// The boxes so far.
     const QList<Box> &boxes() const { return seen; }
-    /// The newest box; it must have come.
+    /// The last box so far. Precondition: there was one.
     const Box &last() const { return seen.last(); }
     /// True when every expected box was answered and is closed.
     bool isDone() const { return expected.isEmpty() && open == 0; }

@@ -18,13 +18,14 @@ class StyleSheet
 public:
     explicit StyleSheet(const QString &text);
 
-    /// What is wrong with the text, a property named twice in a rule included; else empty.
+    /// Why the text is not valid, such as a property that a rule sets twice; empty if it is valid.
     QString error;
     QList<StyleRule> rules;
 
     /// The selectors of all rules, in the order of the sheet.
     QStringList selectors() const;
-    /// The properties that the rules with just @p selector set, the later rule winning.
+    /// The properties set by the rules whose only selector is @p selector; later rules override
+    /// earlier ones.
     QMap<QString, QString> properties(const QString &selector) const;
 
 private:

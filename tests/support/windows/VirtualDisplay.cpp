@@ -64,7 +64,7 @@ QString VirtualDisplay::waitForWindow(const QString &title, const QStringList &k
 
 bool VirtualDisplay::click(const QString &window, QPoint place) const
 {
-    // xdotool waits long if the mouse is already there: move it from the next pixel.
+    // xdotool waits long if the mouse is already in place: move it to the next pixel before.
     return !output(u"xdotool"_s, {u"mousemove"_s, u"--window"_s, window, digits(place.x() - 1),
                                   digits(place.y()), u"mousemove"_s, u"--sync"_s, u"--window"_s,
                                   window, digits(place.x()), digits(place.y()), u"click"_s, u"1"_s})
