@@ -79,10 +79,10 @@ class TestPublish : public TestBase
 private slots:
     void initTestCase();
     void cleanupTestCase();
-    void launchersGetThePatchAndTheCheckAsksForTheSame();
+    void launchersGetThePatchAndTheCheckRequestsTheSame();
     void launchersGetAPatchBelowAUrlPrefix();
     void playersOfEveryReleaseGetTheSame();
-    void aPathInOtherLettersIsStoredWherePlayersHaveIt();
+    void aPathInAnotherLetterCaseIsStoredWherePlayersHaveIt();
     void theLauncherCouldNotReplaceAFileWithARefusedLongName();
     void theLauncherWouldStoreARefusedColonElsewhere();
     void theCheckShowsWhatIsWrong();
@@ -203,7 +203,7 @@ QString TestPublish::update(const QString &client, const QString &path) const
     return finished.first().at(1).toString();
 }
 
-void TestPublish::launchersGetThePatchAndTheCheckAsksForTheSame()
+void TestPublish::launchersGetThePatchAndTheCheckRequestsTheSame()
 {
     const qsizetype perRun = names.size() + 1;
     const qsizetype before = nginx.requests().size();
@@ -283,7 +283,7 @@ void TestPublish::playersOfEveryReleaseGetTheSame()
     QTRY_COMPARE(nginx.requests().size(), before + 8);
 }
 
-void TestPublish::aPathInOtherLettersIsStoredWherePlayersHaveIt()
+void TestPublish::aPathInAnotherLetterCaseIsStoredWherePlayersHaveIt()
 {
     const QString store = dir.filePath(u"letters"_s);
     write(place(store, "client/Data/Map.pak"), "1");

@@ -47,22 +47,22 @@ private slots:
     void theManualPagesKnowEveryOptionAndTheLimits();
     void wrongUsageIsCode3_data();
     void wrongUsageIsCode3();
-    void everythingIsLookedAtAndNothingIsChanged();
-    void offlineAsksNoServer();
+    void everythingIsCheckedAndNothingIsChanged();
+    void offlineContactsNoServer();
     void theReportGoesToAFile();
     void aReportThatCannotBeWrittenIsCode3();
     void theReportIsJson();
     void errorsAreCode2();
     void theLogIsShownOnRequest();
-    void noNameIsShown();
-    void aCheckThatHangsIsGivenUp();
-    void aCheckThatCannotBeKilledIsGivenUp();
+    void noPrivateNameIsShown();
+    void aCheckThatHangsTimesOut();
+    void aCheckThatCannotBeKilledTimesOut();
     void withoutADisplayTheScreenIsAnError_data();
     void withoutADisplayTheScreenIsAnError();
     void aSmallScreenIsAWarning();
     void aScaledScreenIsAWarning();
     void missingFontsAreAWarning();
-    void whatMayNotBeReadIsAnError();
+    void aFileWithoutReadPermissionIsAnError();
     void aFolderThatIsReadOnlyIsAnError();
     void aFullDiskIsAnError();
     void wineIsMissing();
@@ -169,7 +169,7 @@ void TestZelDoctor::wrongUsageIsCode3()
     QCOMPARE(outcome.messages, u"zel-doctor: opcoes erradas; veja zel-doctor --help\n"_s);
 }
 
-void TestZelDoctor::everythingIsLookedAtAndNothingIsChanged()
+void TestZelDoctor::everythingIsCheckedAndNothingIsChanged()
 {
     const QMap<QString, QByteArray> before = Disk::files(folder());
     Disk::makeFolder(at(u"tmp"_s));
@@ -194,7 +194,7 @@ void TestZelDoctor::everythingIsLookedAtAndNothingIsChanged()
     QCOMPARE(Disk::names(at(u"tmp"_s)), QStringList());
 }
 
-void TestZelDoctor::offlineAsksNoServer()
+void TestZelDoctor::offlineContactsNoServer()
 {
     HttpServer server;
     set(u"patch/baseUrl"_s, server.url());
@@ -270,7 +270,7 @@ void TestZelDoctor::theLogIsShownOnRequest()
                           u"    open ~/jogo/x"_s, u"    end"_s, u"0 erro(s), 1 aviso(s)"_s}));
 }
 
-void TestZelDoctor::noNameIsShown()
+void TestZelDoctor::noPrivateNameIsShown()
 {
     Disk::write(at(u"home/.local/state/Orvandale/wine.log"_s), "C:\\users\\eva\\x of eva\n");
     for (const QStringList &arguments :
@@ -282,7 +282,7 @@ void TestZelDoctor::noNameIsShown()
     }
 }
 
-void TestZelDoctor::aCheckThatHangsIsGivenUp()
+void TestZelDoctor::aCheckThatHangsTimesOut()
 {
     // The font library waits until a process writes into this.
     QCOMPARE(::mkfifo(qPrintable(at(u"fonts.conf"_s)), 0600), 0);
@@ -294,7 +294,7 @@ void TestZelDoctor::aCheckThatHangsIsGivenUp()
     QCOMPARE(linesOf(outcome).size(), 16); // the other checks and the summary
 }
 
-void TestZelDoctor::aCheckThatCannotBeKilledIsGivenUp()
+void TestZelDoctor::aCheckThatCannotBeKilledTimesOut()
 {
     NEEDS_OWN_MOUNTS();
     const QString helper = QStringLiteral(ZEL_SOURCES "/tests/support/files/hanging-folder");
@@ -371,7 +371,7 @@ void TestZelDoctor::missingFontsAreAWarning()
              "sudo apt install fonts-inter fonts-jetbrains-mono"_s);
 }
 
-void TestZelDoctor::whatMayNotBeReadIsAnError()
+void TestZelDoctor::aFileWithoutReadPermissionIsAnError()
 {
     QStringList before;
     if (geteuid() == 0) { // without root's rights to every file

@@ -53,9 +53,9 @@ private slots:
     void aKilledRunLeavesTheOldManifest();
     void progressIsShownOnATerminalOnly();
     void theProgressOnTheBaseIsShown();
-    void onlyWhatPlayersNeedIsListed_data();
-    void onlyWhatPlayersNeedIsListed();
-    void aPathInOtherLettersIsRefusedOrFixed();
+    void onlyFilesThatPlayersNeedAreListed_data();
+    void onlyFilesThatPlayersNeedAreListed();
+    void aPathInAnotherLetterCaseIsRefusedOrFixed();
     void ofManyMissingFilesTheFirstAreNamed();
     void patternsAreReadFromFiles();
     void theManifestIsDownloadedToo();
@@ -332,7 +332,7 @@ void TestZelManifestCli::theProgressOnTheBaseIsShown()
     QVERIFY2(shown.match(outcome.output).hasMatch(), qPrintable(outcome.output));
 }
 
-void TestZelManifestCli::onlyWhatPlayersNeedIsListed_data()
+void TestZelManifestCli::onlyFilesThatPlayersNeedAreListed_data()
 {
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QStringList>("messages");
@@ -373,7 +373,7 @@ void TestZelManifestCli::onlyWhatPlayersNeedIsListed_data()
          u"warning: 1 file"_s + keptFromReleases});
 }
 
-void TestZelManifestCli::onlyWhatPlayersNeedIsListed()
+void TestZelManifestCli::onlyFilesThatPlayersNeedAreListed()
 {
     QFETCH(const QString, arguments);
     QFETCH(const QStringList, messages);
@@ -406,7 +406,7 @@ void TestZelManifestCli::onlyWhatPlayersNeedIsListed()
     QCOMPARE(listedIn(u"out.json"_s, u"path"_s), listed);
 }
 
-void TestZelManifestCli::aPathInOtherLettersIsRefusedOrFixed()
+void TestZelManifestCli::aPathInAnotherLetterCaseIsRefusedOrFixed()
 {
     for (const QString &name : {u"client/Data/Map/a"_s, u"client/Data/Map/b"_s, u"client/x"_s}) {
         Disk::write(at(name), "1");

@@ -87,8 +87,8 @@ private slots:
     void theServerFilesAreWrittenFirst();
     void aMissingPreconditionIsShown_data();
     void aMissingPreconditionIsShown();
-    void aClientThatDoesNotStartIsShown_data();
-    void aClientThatDoesNotStartIsShown();
+    void aClientThatDoesNotStartIsReported_data();
+    void aClientThatDoesNotStartIsReported();
     void aFailedStartUnderWineNamesTheShellOnPurpose();
     void anUnusableWineShowsAsTheShellsExitCode_data();
     void anUnusableWineShowsAsTheShellsExitCode();
@@ -324,13 +324,13 @@ void TestGameLaunch::aMissingPreconditionIsShown()
     QCOMPARE(client->read(u"server.txt"_s).isNull(), !text.startsWith(u"Executavel"_s));
 }
 
-void TestGameLaunch::aClientThatDoesNotStartIsShown_data()
+void TestGameLaunch::aClientThatDoesNotStartIsReported_data()
 {
     addUnusablePrograms();
     QTest::newRow("interpreter missing") << "#!/nowhere/sh\n"_ba << true;
 }
 
-void TestGameLaunch::aClientThatDoesNotStartIsShown()
+void TestGameLaunch::aClientThatDoesNotStartIsReported()
 {
     QFETCH(const QByteArray, content);
     QFETCH(const bool, isExecutable);

@@ -43,7 +43,7 @@ private slots:
     void theButtonOpensTheDialogOverTheWindow();
     void okReloadsThePictureAndTheSummary();
     void okReloadsEvenWhenTheClientsFilesFail();
-    void theSummaryStandsEvenWithoutAPicture();
+    void theSummaryIsShownEvenWithoutAPicture();
     void cancelReloadsNothing();
 
 private:
@@ -146,7 +146,7 @@ void TestOpenSettings::okReloadsEvenWhenTheClientsFilesFail()
     QCOMPARE(launcher->status->text(), u"Aurora  |  10.0.0.5 x  |  Versao 1.0.0"_s);
 }
 
-void TestOpenSettings::theSummaryStandsEvenWithoutAPicture()
+void TestOpenSettings::theSummaryIsShownEvenWithoutAPicture()
 {
     const FakeClient other(u"other"_s);
     QVERIFY(QFile::remove(other.filePath(u"Launcher.bmp"_s)));

@@ -152,13 +152,13 @@ private slots:
     void theGroupsAreInOrderWithoutTabs();
     void eachGroupHasItsRows();
     void theFirstFieldOfARowTakesTheSpareWidth();
-    void theSlidersHaveTheirSheet();
+    void theSlidersHaveTheirStyleSheet();
     void aSliderShowsItsValue();
     void aMovedSliderKeepsItsWidth();
     void theLabelsAreOnOneLineWithTheirFields();
-    void theFormAloneDecidesHowWideAComboBoxIs();
+    void theWidthOfAComboBoxDependsOnlyOnTheForm();
     void aLongWinePathDoesNotWidenTheDialog();
-    void aLongWinePathIsCutInTheMiddle();
+    void aLongWinePathIsElidedInTheMiddle();
     void theListOfWinesOpensAsWideAsItsPaths();
     void aTallDialogKeepsTheGroupsTogether();
     void theWheelChangesAFieldOnlyWithTheFocus();
@@ -166,16 +166,16 @@ private slots:
     void aFieldReachedByTabIsScrolledIntoView();
     void enterAccepts();
     void theBackgroundBetweenTheGroupsIsTheThemes();
-    void aCheckBoxShowsItsBox();
+    void aCheckBoxShowsItsIndicator();
     void spinAndComboBoxesShowTheirArrows();
     void theSpinBoxHasNoStrayLinesInLightMode();
-    void theSlidersHandleIsWhole();
+    void theSlidersHandleIsNotClipped();
     void aFieldShowsThatItHasTheFocus();
     void theClearButtonShowsItsIndicator();
     void theStandardButtonsHaveNoIcons();
-    void everyPictureOfTheSheetExists();
-    void theSheetLeavesOtherWindowsAlone();
-    void withoutThePicturesTheStyleSheetIsEmpty();
+    void everyImageOfTheStyleSheetExists();
+    void theStyleSheetDoesNotAffectOtherWindows();
+    void withoutTheImagesTheStyleSheetIsEmpty();
 
 private:
     void open();
@@ -360,7 +360,7 @@ void TestSettingsDialog::theFirstFieldOfARowTakesTheSpareWidth()
     QCOMPARE(fields->refreshWine->width(), fields->refreshWine->sizeHint().width());
 }
 
-void TestSettingsDialog::theSlidersHaveTheirSheet()
+void TestSettingsDialog::theSlidersHaveTheirStyleSheet()
 {
     for (const QSlider *slider : {fields->brightness, fields->effects, fields->music}) {
         QCOMPARE(slider->styleSheet().simplified(),
@@ -420,7 +420,7 @@ void TestSettingsDialog::theLabelsAreOnOneLineWithTheirFields()
     QCOMPARE(rows, 17);
 }
 
-void TestSettingsDialog::theFormAloneDecidesHowWideAComboBoxIs()
+void TestSettingsDialog::theWidthOfAComboBoxDependsOnlyOnTheForm()
 {
     LauncherSettings::instance().winePath = u"/opt/"_s + QString(200, u'm');
     open();
@@ -451,7 +451,7 @@ void TestSettingsDialog::aLongWinePathDoesNotWidenTheDialog()
     }
 }
 
-void TestSettingsDialog::aLongWinePathIsCutInTheMiddle()
+void TestSettingsDialog::aLongWinePathIsElidedInTheMiddle()
 {
     // The texts look equal only if both ends of the paths are equal.
     const auto pictureWith = [this](const QString &path) {
@@ -596,7 +596,7 @@ void TestSettingsDialog::theBackgroundBetweenTheGroupsIsTheThemes()
              mode == ZelTheme::Mode::Dark ? QColor(0x1a, 0x1a, 0x2e) : QColor(0xf5, 0xf5, 0xf7));
 }
 
-void TestSettingsDialog::aCheckBoxShowsItsBox()
+void TestSettingsDialog::aCheckBoxShowsItsIndicator()
 {
     QCheckBox *box = fields->useWine;
     const QRect indicator(0, 0, 18, box->height());
@@ -652,7 +652,7 @@ void TestSettingsDialog::theSpinBoxHasNoStrayLinesInLightMode()
     }
 }
 
-void TestSettingsDialog::theSlidersHandleIsWhole()
+void TestSettingsDialog::theSlidersHandleIsNotClipped()
 {
     QSlider *slider = fields->brightness;
     fields->scrollArea->ensureWidgetVisible(slider);
@@ -731,7 +731,7 @@ void TestSettingsDialog::theStandardButtonsHaveNoIcons()
     MessageBox::information(nullptr, u"Titulo"_s, u"Texto"_s);
 }
 
-void TestSettingsDialog::everyPictureOfTheSheetExists()
+void TestSettingsDialog::everyImageOfTheStyleSheetExists()
 {
     static const QRegularExpression url(u"url\\(([^)]*)\\)"_s);
     int pictures = 0;
@@ -747,7 +747,7 @@ void TestSettingsDialog::everyPictureOfTheSheetExists()
     QCOMPARE(pictures, 5);
 }
 
-void TestSettingsDialog::theSheetLeavesOtherWindowsAlone()
+void TestSettingsDialog::theStyleSheetDoesNotAffectOtherWindows()
 {
     QVERIFY(application().styleSheet() == ZelTheme::globalStyleSheet(mode));
     const QRegularExpression general(
@@ -755,7 +755,7 @@ void TestSettingsDialog::theSheetLeavesOtherWindowsAlone()
     QVERIFY(!dialog->styleSheet().contains(general)); // its boxes inherit the style sheet
 }
 
-void TestSettingsDialog::withoutThePicturesTheStyleSheetIsEmpty()
+void TestSettingsDialog::withoutTheImagesTheStyleSheetIsEmpty()
 {
     Q_CLEANUP_RESOURCE(indicators);
     const auto restore = qScopeGuard([] { Q_INIT_RESOURCE(indicators); });

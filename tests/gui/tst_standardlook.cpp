@@ -111,11 +111,11 @@ class TestStandardLook : public TestBase
 private slots:
     void cleanup();
 
-    void theDesktopDoesNotShow_data();
-    void theDesktopDoesNotShow();
-    void aChangeOfTheDesktopDoesNotShow_data() { theDesktopDoesNotShow_data(); }
-    void aChangeOfTheDesktopDoesNotShow();
-    void aChangeOfLanguageKeepsTheTexts_data() { theDesktopDoesNotShow_data(); }
+    void theDesktopThemeHasNoEffect_data();
+    void theDesktopThemeHasNoEffect();
+    void aChangeOfTheDesktopThemeHasNoEffect_data() { theDesktopThemeHasNoEffect_data(); }
+    void aChangeOfTheDesktopThemeHasNoEffect();
+    void aChangeOfLanguageKeepsTheTexts_data() { theDesktopThemeHasNoEffect_data(); }
     void aChangeOfLanguageKeepsTheTexts();
     void standardButtonsHavePortugueseTexts_data();
     void standardButtonsHavePortugueseTexts();
@@ -146,7 +146,7 @@ void TestStandardLook::change(QPlatformTheme *theme)
     QWindowSystemInterface::sendWindowSystemEvents(QEventLoop::AllEvents);
 }
 
-void TestStandardLook::theDesktopDoesNotShow_data()
+void TestStandardLook::theDesktopThemeHasNoEffect_data()
 {
     QTest::addColumn<Mode>("mode");
     QTest::addColumn<Visitor>("visitWindow");
@@ -157,7 +157,7 @@ void TestStandardLook::theDesktopDoesNotShow_data()
     QTest::newRow("question, light") << Mode::Light << &visitQuestion;
 }
 
-void TestStandardLook::theDesktopDoesNotShow()
+void TestStandardLook::theDesktopThemeHasNoEffect()
 {
     QFETCH(const Mode, mode);
     QFETCH(const Visitor, visitWindow);
@@ -174,7 +174,7 @@ void TestStandardLook::theDesktopDoesNotShow()
     QCOMPARE(looksIn(visitWindow), expected);
 }
 
-void TestStandardLook::aChangeOfTheDesktopDoesNotShow()
+void TestStandardLook::aChangeOfTheDesktopThemeHasNoEffect()
 {
     QFETCH(const Mode, mode);
     QFETCH(const Visitor, visitWindow);

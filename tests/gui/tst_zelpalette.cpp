@@ -54,8 +54,8 @@ private slots:
     void anUnknownModeIsDark();
 
     void withoutThePaletteAButtonIsUnreadable();
-    void theDesktopColorsNoClassOfWidgets_data() { addModesAndDesktops(); }
-    void theDesktopColorsNoClassOfWidgets();
+    void theDesktopsPalettesOfWidgetClassesAreReplaced_data() { addModesAndDesktops(); }
+    void theDesktopsPalettesOfWidgetClassesAreReplaced();
     void aMessageBoxIsReadable_data() { addModesAndDesktops(); }
     void aMessageBoxIsReadable();
     void aFileChooserIsReadable_data() { addModesAndDesktops(); }
@@ -149,7 +149,7 @@ void TestZelPalette::withoutThePaletteAButtonIsUnreadable()
     QCOMPARE_LT(buttonContrast(&button), 2.0);
 }
 
-void TestZelPalette::theDesktopColorsNoClassOfWidgets()
+void TestZelPalette::theDesktopsPalettesOfWidgetClassesAreReplaced()
 {
     QFETCH(const Mode, mode);
     qApp->setStyleSheet(QString());

@@ -22,16 +22,16 @@ class TestPatchBase : public FolderTest
     Q_OBJECT
 
 private slots:
-    void whatTheBaseHasIsEqual_data();
-    void whatTheBaseHasIsEqual();
-    void whatAReleaseListedIsNotEqual();
+    void aFileThatTheBaseHasIsEqual_data();
+    void aFileThatTheBaseHasIsEqual();
+    void aFileThatAReleaseListedIsNotEqual();
     void onlyFilesOfTheRightSizeAreRead();
     void aFileThatCannotBeReadIsNamed();
     void spellingsAreThoseOfThePlayers_data();
     void spellingsAreThoseOfThePlayers();
     void pathsAreInTheOrderOfTheirBytes();
-    void whatIsNoManifestIsNoBase_data();
-    void whatIsNoManifestIsNoBase();
+    void anInvalidManifestIsRejected_data();
+    void anInvalidManifestIsRejected();
 
 private:
     QString writeManifest(const QString &name, const QMap<QByteArray, QByteArray> &files) const;
@@ -52,14 +52,14 @@ QString TestPatchBase::writeManifest(const QString &name,
     return at(name);
 }
 
-void TestPatchBase::whatTheBaseHasIsEqual_data()
+void TestPatchBase::aFileThatTheBaseHasIsEqual_data()
 {
     QTest::addColumn<bool>("fromManifest");
     QTest::newRow("a folder") << false;
     QTest::newRow("a manifest") << true;
 }
 
-void TestPatchBase::whatTheBaseHasIsEqual()
+void TestPatchBase::aFileThatTheBaseHasIsEqual()
 {
     QFETCH(const bool, fromManifest);
     const QMap<QByteArray, QByteArray> client{{"d/same", "12345"},
@@ -92,7 +92,7 @@ void TestPatchBase::whatTheBaseHasIsEqual()
     QCOMPARE(errors, QStringList());
 }
 
-void TestPatchBase::whatAReleaseListedIsNotEqual()
+void TestPatchBase::aFileThatAReleaseListedIsNotEqual()
 {
     Base base;
     QString error;
@@ -152,11 +152,11 @@ void TestPatchBase::spellingsAreThoseOfThePlayers_data()
         QTest::newRow(name) << path << spelling;
     };
     row("a known file", "Data/Map.pak", "Data/Map.pak");
-    row("a known file in other letters", "DATA/map.PAK", "Data/Map.pak");
+    row("a known file in another letter case", "DATA/map.PAK", "Data/Map.pak");
     row("a new file in a known folder", "data/new", "Data/new");
     row("new folders", "New/folder/File", "New/folder/File");
-    row("a folder in other letters", "DATA", "Data");
-    row("not a folder in other letters", "database/x", "database/x");
+    row("a folder in another letter case", "DATA", "Data");
+    row("not a folder in another letter case", "database/x", "database/x");
     row("letters beyond ASCII", "ação", "Ação");
     // On Linux the base can hold both.
     row("one of two spellings", "two/a", "two/a");
@@ -194,7 +194,7 @@ void TestPatchBase::pathsAreInTheOrderOfTheirBytes()
     QCOMPARE(base.paths(), QByteArrayList({"B", "a/b", "a0"}));
 }
 
-void TestPatchBase::whatIsNoManifestIsNoBase_data()
+void TestPatchBase::anInvalidManifestIsRejected_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("reason");
@@ -203,7 +203,7 @@ void TestPatchBase::whatIsNoManifestIsNoBase_data()
     QTest::newRow("no file") << QByteArray() << u"No such file or directory"_s;
 }
 
-void TestPatchBase::whatIsNoManifestIsNoBase()
+void TestPatchBase::anInvalidManifestIsRejected()
 {
     QFETCH(const QByteArray, content);
     QFETCH(const QString, reason);

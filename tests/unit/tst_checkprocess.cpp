@@ -18,10 +18,10 @@ private slots:
     void standardInputIsEmpty();
     void aProgramThatIsMissingHasNoOutput();
     void aChildHasNoTerminal();
-    void aChildThatHangsIsGivenUp();
-    void aChildThatPrintsForEverIsGivenUp();
-    void whatAChildHasStartedEnds_data();
-    void whatAChildHasStartedEnds();
+    void aChildThatHangsTimesOut();
+    void aChildThatPrintsForeverTimesOut();
+    void processesStartedByAChildAreKilled_data();
+    void processesStartedByAChildAreKilled();
     void theTableOfChecksIsConsistent();
 };
 
@@ -69,7 +69,7 @@ void TestCheckProcess::aChildHasNoTerminal()
     QCOMPARE(numbers.value(0), numbers.value(1));
 }
 
-void TestCheckProcess::aChildThatHangsIsGivenUp()
+void TestCheckProcess::aChildThatHangsTimesOut()
 {
     QElapsedTimer timer;
     timer.start();
@@ -78,19 +78,19 @@ void TestCheckProcess::aChildThatHangsIsGivenUp()
     QVERIFY(timer.elapsed() >= 300);
 }
 
-void TestCheckProcess::aChildThatPrintsForEverIsGivenUp()
+void TestCheckProcess::aChildThatPrintsForeverTimesOut()
 {
     QVERIFY(!shell("while :; do echo; done", 300).isInTime);
 }
 
-void TestCheckProcess::whatAChildHasStartedEnds_data()
+void TestCheckProcess::processesStartedByAChildAreKilled_data()
 {
     QTest::addColumn<bool>("hangs");
     QTest::newRow("it hangs") << true;
     QTest::newRow("it ends") << false;
 }
 
-void TestCheckProcess::whatAChildHasStartedEnds()
+void TestCheckProcess::processesStartedByAChildAreKilled()
 {
     QFETCH(const bool, hangs);
     const QByteArray file = at(u"pid"_s).toUtf8();

@@ -13,34 +13,34 @@ class TestClientChecks : public DoctorTest
 private slots:
     void theSettingsFileIsGood();
     void theSettingsFileIsMissing();
-    void theSettingsFileCannotBeMade();
+    void theSettingsFileCannotBeCreated();
     void theSettingsFileCannotBeRead();
     void theSettingsFileHasAnotherFormat();
     void theClientFolderIsGood();
     void theClientFolderIsMissing();
     void theClientFolderIsAFile();
     void noClientFolderIsChosen();
-    void littleRoomIsLeft_data();
-    void littleRoomIsLeft();
-    void theRoomIsThatOfTheClientFolder();
+    void theDiskIsNearlyFull_data();
+    void theDiskIsNearlyFull();
+    void theFreeSpaceIsThatOfTheClientFolder();
     void theExecutableIsFoundByARule();
     void theExecutableIsMissing();
     void theExecutableCannotBeRead();
-    void theExecutableIsNoWindowsProgram();
+    void theExecutableIsNotAWindowsProgram();
     void withoutWineTheExecutableMustRunOnLinux();
-    void namesDifferInLetterCaseAlone();
+    void namesDifferOnlyInLetterCase();
     void clientFilesMayBeMissing();
     void clientFilesCannotBeRead_data();
     void clientFilesCannotBeRead();
-    void configBinIsJudged();
-    void configBinHoldsWhatTheLauncherWouldCorrect_data();
-    void configBinHoldsWhatTheLauncherWouldCorrect();
-    void serverListIsJudged();
-    void snBinIsJudged();
-    void serverTxtIsJudged();
-    void loginIniIsJudged_data();
-    void loginIniIsJudged();
-    void whatTheLauncherWritesIsGood();
+    void configBinIsChecked();
+    void configBinHasValuesThatTheLauncherWouldCorrect_data();
+    void configBinHasValuesThatTheLauncherWouldCorrect();
+    void serverListIsChecked();
+    void snBinIsChecked();
+    void serverTxtIsChecked();
+    void loginIniIsChecked_data();
+    void loginIniIsChecked();
+    void filesWrittenByTheLauncherAreValid();
     void nothingIsWritten();
 
 private:
@@ -75,7 +75,7 @@ void TestClientChecks::theSettingsFileIsMissing()
     QCOMPARE(Disk::names(TestEnvironment::configHome()), QStringList());
 }
 
-void TestClientChecks::theSettingsFileCannotBeMade()
+void TestClientChecks::theSettingsFileCannotBeCreated()
 {
     resetSettings();
     Disk::write(TestEnvironment::configHome() + u"/Orvandale"_s, "");
@@ -140,7 +140,7 @@ void TestClientChecks::noClientFolderIsChosen()
     QVERIFY2(found.contains(QCoreApplication::applicationDirPath()), qPrintable(found));
 }
 
-void TestClientChecks::littleRoomIsLeft_data()
+void TestClientChecks::theDiskIsNearlyFull_data()
 {
     QTest::addColumn<qint64>("bytes");
     QTest::addColumn<QString>("line");
@@ -155,14 +155,14 @@ void TestClientChecks::littleRoomIsLeft_data()
     QTest::newRow("enough") << 1024 * MiB << u"ok    espaco em disco: 1024 MiB livres."_s;
 }
 
-void TestClientChecks::littleRoomIsLeft()
+void TestClientChecks::theDiskIsNearlyFull()
 {
     QFETCH(const qint64, bytes);
     QFETCH(const QString, line);
     QCOMPARE(lines({ClientChecks::roomResult(bytes)}), line + u'\n');
 }
 
-void TestClientChecks::theRoomIsThatOfTheClientFolder()
+void TestClientChecks::theFreeSpaceIsThatOfTheClientFolder()
 {
     set(u"client/dir"_s, u"/proc"_s); // a file system without free space
     QVERIFY(lines(ClientChecks::room()).startsWith(u"erro  espaco em disco: 0 MiB livres."_s));
@@ -198,7 +198,7 @@ void TestClientChecks::theExecutableCannotBeRead()
              "chmod u+rw.\n"_s.arg(client(u"ZEL.exe"_s)));
 }
 
-void TestClientChecks::theExecutableIsNoWindowsProgram()
+void TestClientChecks::theExecutableIsNotAWindowsProgram()
 {
     Disk::write(client(u"ZEL.exe"_s), "text");
     QCOMPARE(lines(ClientChecks::executable()),
@@ -218,7 +218,7 @@ void TestClientChecks::withoutWineTheExecutableMustRunOnLinux()
              u"ok    executavel: %1 (na pasta do cliente).\n"_s.arg(client(u"ZEL.exe"_s)));
 }
 
-void TestClientChecks::namesDifferInLetterCaseAlone()
+void TestClientChecks::namesDifferOnlyInLetterCase()
 {
     Disk::write(client(u"Data/a"_s), "");
     QCOMPARE(lines(ClientChecks::names()), u"ok    nomes de arquivos: nenhum difere de outro so "
@@ -281,7 +281,7 @@ void TestClientChecks::clientFilesCannotBeRead()
              "u+rw.\n"_s.arg(name, client(name)));
 }
 
-void TestClientChecks::configBinIsJudged()
+void TestClientChecks::configBinIsChecked()
 {
     Disk::write(client(u"Config.bin"_s), "short");
     QCOMPARE(lines(ClientChecks::configBin()),
@@ -293,7 +293,7 @@ void TestClientChecks::configBinIsJudged()
     QCOMPARE(lines(ClientChecks::configBin()), u"ok    Config.bin: valido.\n"_s);
 }
 
-void TestClientChecks::configBinHoldsWhatTheLauncherWouldCorrect_data()
+void TestClientChecks::configBinHasValuesThatTheLauncherWouldCorrect_data()
 {
     QTest::addColumn<int>("word");
     QTest::addColumn<int>("value");
@@ -303,7 +303,7 @@ void TestClientChecks::configBinHoldsWhatTheLauncherWouldCorrect_data()
     QTest::newRow("brightness") << 6 << 101;
 }
 
-void TestClientChecks::configBinHoldsWhatTheLauncherWouldCorrect()
+void TestClientChecks::configBinHasValuesThatTheLauncherWouldCorrect()
 {
     QFETCH(const int, word);
     QFETCH(const int, value);
@@ -316,7 +316,7 @@ void TestClientChecks::configBinHoldsWhatTheLauncherWouldCorrect()
     QCOMPARE(Disk::read(client(u"Config.bin"_s)), bytes);
 }
 
-void TestClientChecks::serverListIsJudged()
+void TestClientChecks::serverListIsChecked()
 {
     const QString path = client(u"serverlist.txt"_s);
     const QString start = u"Clique em Iniciar: o launcher grava o arquivo de novo.\n"_s;
@@ -351,7 +351,7 @@ void TestClientChecks::serverListIsJudged()
              u"ok    serverlist.txt: 10.0.0.1, 1 canal(is).\n"_s);
 }
 
-void TestClientChecks::snBinIsJudged()
+void TestClientChecks::snBinIsChecked()
 {
     const QString path = client(u"sn.bin"_s);
     Disk::write(path, "0 Alpha\n");
@@ -368,7 +368,7 @@ void TestClientChecks::snBinIsJudged()
              "Confira o servidor em Configuracao e clique em OK.\n"_s);
 }
 
-void TestClientChecks::serverTxtIsJudged()
+void TestClientChecks::serverTxtIsChecked()
 {
     const QString path = client(u"server.txt"_s);
     set(u"server/ip"_s, u" 10.0.0.1 "_s);
@@ -380,7 +380,7 @@ void TestClientChecks::serverTxtIsJudged()
              "arquivo de novo.\n"_s);
 }
 
-void TestClientChecks::loginIniIsJudged_data()
+void TestClientChecks::loginIniIsChecked_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("line");
@@ -398,7 +398,7 @@ void TestClientChecks::loginIniIsJudged_data()
            "arquivo original.\n"_s;
 }
 
-void TestClientChecks::loginIniIsJudged()
+void TestClientChecks::loginIniIsChecked()
 {
     QFETCH(const QByteArray, content);
     QFETCH(const QString, line);
@@ -407,7 +407,7 @@ void TestClientChecks::loginIniIsJudged()
     QCOMPARE(lines(ClientChecks::loginIni()), line);
 }
 
-void TestClientChecks::whatTheLauncherWritesIsGood()
+void TestClientChecks::filesWrittenByTheLauncherAreValid()
 {
     Disk::write(client(u"zel_login.ini"_s), "server_ip=1\n");
     LauncherSettings &launcher = LauncherSettings::instance();

@@ -37,15 +37,15 @@ class TestCommandLine : public TestBase
     Q_OBJECT
 
 private slots:
-    void helpSaysAll();
+    void theHelpIsComplete();
     void theVersionIsThatOfTheProgram();
-    void everyOptionIsTaken_data();
-    void everyOptionIsTaken();
+    void everyOptionIsParsed_data();
+    void everyOptionIsParsed();
     void wrongUsageHasAReason_data();
     void wrongUsageHasAReason();
 };
 
-void TestCommandLine::helpSaysAll()
+void TestCommandLine::theHelpIsComplete()
 {
     for (const QString &option : {u"-h"_s, u"--help"_s, u"-h -p 1 a b"_s}) {
         const Options options = optionsOf(option);
@@ -77,7 +77,7 @@ void TestCommandLine::theVersionIsThatOfTheProgram()
     }
 }
 
-void TestCommandLine::everyOptionIsTaken_data()
+void TestCommandLine::everyOptionIsParsed_data()
 {
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("taken");
@@ -125,7 +125,7 @@ void TestCommandLine::everyOptionIsTaken_data()
     row(u"-u http://host -o x.json patch"_s, u"check http://host for 60 s with x.json"_s);
 }
 
-void TestCommandLine::everyOptionIsTaken()
+void TestCommandLine::everyOptionIsParsed()
 {
     QFETCH(const QString, arguments);
     QFETCH(const QString, taken);

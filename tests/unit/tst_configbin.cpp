@@ -65,8 +65,8 @@ private slots:
     void everyWordLoadsIntoItsField_data();
     void everyWordLoadsIntoItsField();
     void aWordIsSignedAndHasItsLowByteFirst();
-    void loadingIntoNothingFails();
-    void whatIsNoFileOfThirtyBytesFailsAndLeavesTheRecord();
+    void loadingIntoNullFails();
+    void onlyAFileOfThirtyBytesChangesTheRecord();
 
     void everyFieldIsSavedAsItsWord_data();
     void everyFieldIsSavedAsItsWord();
@@ -74,8 +74,8 @@ private slots:
     void savingClampsInTheFileOnly();
     void wordFiveIsKeptButZeroBecomesMinusOneDeliberately_data();
     void wordFiveIsKeptButZeroBecomesMinusOneDeliberately();
-    void loadingAndSavingKeepsAFileButForItsSwitches();
-    void whatCannotBeWrittenFailsToSave();
+    void aRoundTripChangesOnlyTheSwitches();
+    void aFileThatCannotBeWrittenFailsToSave();
 
     void aLevelIsShownInPercent();
     void aPercentageIsStoredAsALevel();
@@ -203,7 +203,7 @@ void TestConfigBin::aWordIsSignedAndHasItsLowByteFirst()
     }
 }
 
-void TestConfigBin::loadingIntoNothingFails()
+void TestConfigBin::loadingIntoNullFails()
 {
     Disk::write(path(), bytesOf(newFile));
     for (const QString &file : {path(), u"/nonexistent/Config.bin"_s}) {
@@ -214,7 +214,7 @@ void TestConfigBin::loadingIntoNothingFails()
     }
 }
 
-void TestConfigBin::whatIsNoFileOfThirtyBytesFailsAndLeavesTheRecord()
+void TestConfigBin::onlyAFileOfThirtyBytesChangesTheRecord()
 {
     const QString wrongSize = u"Config.bin invalido (%1 bytes, esperado 30)."_s;
     for (const int size : {0, 1, 29, 31, 60, 100'000}) {
@@ -346,7 +346,7 @@ void TestConfigBin::wordFiveIsKeptButZeroBecomesMinusOneDeliberately()
     QCOMPARE(config.raw, raw);
 }
 
-void TestConfigBin::loadingAndSavingKeepsAFileButForItsSwitches()
+void TestConfigBin::aRoundTripChangesOnlyTheSwitches()
 {
     const QList<std::pair<Words, Words>> files = {
         {{-7000, 300, 3, 199, 200, 1234, 100, 1, 0, 1, -32768, 1, 1, 17, 32767},
@@ -363,7 +363,7 @@ void TestConfigBin::loadingAndSavingKeepsAFileButForItsSwitches()
     }
 }
 
-void TestConfigBin::whatCannotBeWrittenFailsToSave()
+void TestConfigBin::aFileThatCannotBeWrittenFailsToSave()
 {
     requireWriteFaults(folder(), bytesOf(newFile), [](const QString &path, QString *error) {
         return ConfigBin::save(path, ClientConfig(), error);

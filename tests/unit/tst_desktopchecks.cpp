@@ -11,13 +11,13 @@ class TestDesktopChecks : public DoctorTest
     Q_OBJECT
 
 private slots:
-    void theScreenIsJudged();
-    void theFontsAreJudged();
+    void theScreenIsChecked();
+    void theFontsAreChecked();
     void theVersionsAreNamed();
     void theGraphicsDriversAreNamed();
 };
 
-void TestDesktopChecks::theScreenIsJudged()
+void TestDesktopChecks::theScreenIsChecked()
 {
     // The offscreen platform's own screen.
     QCOMPARE(lines({DesktopChecks::display().value(0)}),
@@ -25,7 +25,7 @@ void TestDesktopChecks::theScreenIsJudged()
              "724. Escolha uma resolucao maior ou uma escala menor.\n"_s);
 }
 
-void TestDesktopChecks::theFontsAreJudged()
+void TestDesktopChecks::theFontsAreChecked()
 {
     QStringList missing;
     for (const QString &family : {u"Inter"_s, u"JetBrains Mono"_s}) {

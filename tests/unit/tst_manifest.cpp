@@ -29,12 +29,12 @@ class TestManifest : public FolderTest
 private slots:
     void urlsEncodeWhatTheLauncherWouldMisread_data();
     void urlsEncodeWhatTheLauncherWouldMisread();
-    void theLauncherAsksForExactlyTheName_data();
-    void theLauncherAsksForExactlyTheName();
+    void theLauncherRequestsExactlyTheName_data();
+    void theLauncherRequestsExactlyTheName();
     void aManifestIsJsonWithOneLineForEachFile();
     void aManifestReadsBackAsItWasWritten();
     void aManifestIsReadLikeTheLauncherReadsIt();
-    void whatIsNoJsonObjectIsNoManifest();
+    void onlyAJsonObjectIsAManifest();
     void amountsAreSumsOfTheManifest();
     void aFileIsReadWhole();
     void aFileIsReplacedWholeAndLinksAreFollowed();
@@ -68,7 +68,7 @@ void TestManifest::urlsEncodeWhatTheLauncherWouldMisread()
     QCOMPARE(Manifest::urlOf(path), url);
 }
 
-void TestManifest::theLauncherAsksForExactlyTheName_data()
+void TestManifest::theLauncherRequestsExactlyTheName_data()
 {
     QTest::addColumn<QString>("base");
     QTest::addColumn<QByteArray>("before"); // what the server receives before the name
@@ -87,7 +87,7 @@ void TestManifest::theLauncherAsksForExactlyTheName_data()
     QTest::newRow("an IPv6 address") << u"http://[::1]:8080/x/"_s << "/x/"_ba;
 }
 
-void TestManifest::theLauncherAsksForExactlyTheName()
+void TestManifest::theLauncherRequestsExactlyTheName()
 {
     QFETCH(const QString, base);
     QFETCH(const QByteArray, before);
@@ -161,7 +161,7 @@ void TestManifest::aManifestIsReadLikeTheLauncherReadsIt()
     QVERIFY(manifest.files.isEmpty());
 }
 
-void TestManifest::whatIsNoJsonObjectIsNoManifest()
+void TestManifest::onlyAJsonObjectIsAManifest()
 {
     for (const char *json : {"", "[]", "<html></html>", "{\"version\": \"1\""}) {
         Manifest manifest{u"kept"_s, {}};

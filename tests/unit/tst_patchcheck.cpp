@@ -33,13 +33,13 @@ private slots:
     void init();
     void everyFileIsCompared_data();
     void everyFileIsCompared();
-    void theCheckGoesOnAfterADifference();
+    void theCheckContinuesAfterADifference();
     void progressCountsWhatIsFetched();
     void aManifestIsNeeded();
     void theManifestHasAnotherName();
     void theManifestIsComparedByteForByte();
     void eachFaultOfTheAnswersIsReportedOnce();
-    void theFaultsOfAManifestThatIsNoneAreReported();
+    void theFaultsOfAnInvalidManifestAreReported();
     void aManifestThatCachesMayKeepIsReported();
     void baseUrlsThatLoseNamesAreWarnedOf_data();
     void baseUrlsThatLoseNamesAreWarnedOf();
@@ -107,7 +107,7 @@ void TestPatchCheck::everyFileIsCompared()
     QCOMPARE(check.errorCount(), expected.filter(u"error"_s).size());
 }
 
-void TestPatchCheck::theCheckGoesOnAfterADifference()
+void TestPatchCheck::theCheckContinuesAfterADifference()
 {
     const QByteArray size = "\"size\": 2";
     publish("/many/", listed("1", size) + ',' + listed("2", size) + ',' + listed("3", size));
@@ -218,7 +218,7 @@ void TestPatchCheck::eachFaultOfTheAnswersIsReportedOnce()
     QCOMPARE(check.errorCount(), 3 + 4);
 }
 
-void TestPatchCheck::theFaultsOfAManifestThatIsNoneAreReported()
+void TestPatchCheck::theFaultsOfAnInvalidManifestAreReported()
 {
     server.answer("/portal/manifest.json",
                   HttpAnswer::redirect(server.url(u"/login"_s).toLatin1()));

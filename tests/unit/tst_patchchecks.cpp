@@ -13,7 +13,7 @@ private slots:
     void init();
     void cleanup();
 
-    void withoutAnAddressNothingIsAsked();
+    void withoutAnAddressNothingIsRequested();
     void theAddressIsNotValid();
     void theServerIsGood();
     void theServerIsDown();
@@ -22,8 +22,8 @@ private slots:
     void theServerSendsNothing();
     void theServerClosesTheConnection();
     void theServerRedirects();
-    void theServerRedirectsForEver();
-    void theManifestIsNone();
+    void theServerRedirectsForever();
+    void theManifestIsNotAJsonObject();
     void answersHaveNoLength();
     void answersAreCompressed();
     void aFileIsMissing();
@@ -73,7 +73,7 @@ void TestPatchChecks::cleanup()
     FolderTest::cleanup();
 }
 
-void TestPatchChecks::withoutAnAddressNothingIsAsked()
+void TestPatchChecks::withoutAnAddressNothingIsRequested()
 {
     set(u"patch/baseUrl"_s, u"  "_s);
     QCOMPARE(lines(PatchChecks::server()),
@@ -173,7 +173,7 @@ void TestPatchChecks::theServerRedirects()
         qPrintable(found));
 }
 
-void TestPatchChecks::theServerRedirectsForEver()
+void TestPatchChecks::theServerRedirectsForever()
 {
     server->answer("/manifest.json", HttpAnswer::redirect(manifestUrl().toLatin1()));
     const QString found = lines(PatchChecks::server());
@@ -184,7 +184,7 @@ void TestPatchChecks::theServerRedirectsForEver()
     QVERIFY2(found.endsWith(u"). Avise quem mantem o servidor.\n"_s), qPrintable(found));
 }
 
-void TestPatchChecks::theManifestIsNone()
+void TestPatchChecks::theManifestIsNotAJsonObject()
 {
     server->answer("/manifest.json", HttpAnswer::withLength("[]"));
     QCOMPARE(lines(PatchChecks::server()),

@@ -129,7 +129,7 @@ private slots:
     void namesForWindowsAreJudged_data();
     void namesForWindowsAreJudged() { compareRow(); }
     void theManifestIsNotListedWhereverItIs();
-    void whatCannotBeReadIsAFailure();
+    void aFolderThatCannotBeReadIsAFailure();
     void excludesApplyToNamesOrPaths_data();
     void excludesApplyToNamesOrPaths();
 };
@@ -320,7 +320,7 @@ void TestPatchFolder::theManifestIsNotListedWhereverItIs()
     QCOMPARE(linesFor(u"alias"_s, u"alias/list/new.json"_s), absent);
 }
 
-void TestPatchFolder::whatCannotBeReadIsAFailure()
+void TestPatchFolder::aFolderThatCannotBeReadIsAFailure()
 {
     const Folder folder({"file"});
     for (const auto &[name, reason] : {std::pair{u"/none"_s, u"\": No such file or directory"_s},

@@ -87,8 +87,8 @@ private slots:
     void aManifestOfWhiteSpaceTakesBoundedMemory_data();
     void aManifestOfWhiteSpaceTakesBoundedMemory();
 
-    void whatCannotBeOpenedIsNamed_data();
-    void whatCannotBeOpenedIsNamed();
+    void aTargetThatCannotBeOpenedIsNamed_data();
+    void aTargetThatCannotBeOpenedIsNamed();
     void aFolderRemovedDuringARunIsCreatedAgain();
     void aFolderReplacedByAFileDuringARunIsNamed();
     void aTargetThatBecomesAFolderDuringARunIsNamed();
@@ -400,7 +400,7 @@ void TestPatchManagerFaults::aManifestOfWhiteSpaceTakesBoundedMemory()
     expectRecovery({});
 }
 
-void TestPatchManagerFaults::whatCannotBeOpenedIsNamed_data()
+void TestPatchManagerFaults::aTargetThatCannotBeOpenedIsNamed_data()
 {
     QTest::addColumn<QString>("path");
     QTest::newRow("a folder") << u"folder"_s;
@@ -416,7 +416,7 @@ void TestPatchManagerFaults::whatCannotBeOpenedIsNamed_data()
     QTest::newRow("null character alone") << QString(QChar::Null);
 }
 
-void TestPatchManagerFaults::whatCannotBeOpenedIsNamed()
+void TestPatchManagerFaults::aTargetThatCannotBeOpenedIsNamed()
 {
     QFETCH(const QString, path);
     QVERIFY(QDir(clientPath({})).mkdir(u"folder"_s));

@@ -14,8 +14,8 @@ private slots:
     void privateNamesAreReplaced_data();
     void privateNamesAreReplaced();
     void controlCharactersAreReplaced();
-    void emptyNamesAndTheRootFolderAreNone();
-    void everyTextOfAResultIsMeant();
+    void emptyNamesAndTheRootFolderAreIgnored();
+    void everyTextOfAResultIsChanged();
     void theOwnNamesAreThoseOfTheUser();
 };
 
@@ -56,13 +56,13 @@ void TestPrivateNames::controlCharactersAreReplaced()
     QCOMPARE(PrivateNames({}, {}).hiddenIn(u"a\x1b[2J\nb\tc\x7f"_s), u"a?[2J b\tc?"_s);
 }
 
-void TestPrivateNames::emptyNamesAndTheRootFolderAreNone()
+void TestPrivateNames::emptyNamesAndTheRootFolderAreIgnored()
 {
     const PrivateNames names({u"/"_s, QString()}, {QString()});
     QCOMPARE(names.hiddenIn(u"/usr/bin/wine of x"_s), u"/usr/bin/wine of x"_s);
 }
 
-void TestPrivateNames::everyTextOfAResultIsMeant()
+void TestPrivateNames::everyTextOfAResultIsChanged()
 {
     const PrivateNames names({u"/data/ana"_s}, {});
     Result result = Result::error(u"s"_s, u"/data/ana/1"_s, u"/data/ana/2"_s);

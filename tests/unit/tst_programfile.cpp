@@ -10,7 +10,7 @@ class TestProgramFile : public DoctorTest
 private slots:
     void theKindComesFromTheHeader_data();
     void theKindComesFromTheHeader();
-    void whatIsNoFileIsUnreadable();
+    void aMissingFileOrAFolderIsUnreadable();
 };
 
 void TestProgramFile::theKindComesFromTheHeader_data()
@@ -39,7 +39,7 @@ void TestProgramFile::theKindComesFromTheHeader()
     QCOMPARE(programKind(at(u"x.exe"_s)), kind);
 }
 
-void TestProgramFile::whatIsNoFileIsUnreadable()
+void TestProgramFile::aMissingFileOrAFolderIsUnreadable()
 {
     QCOMPARE(programKind(at(u"none"_s)), ProgramKind::Unreadable);
     QCOMPARE(programKind(client()), ProgramKind::Unreadable);

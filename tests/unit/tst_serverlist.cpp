@@ -43,7 +43,7 @@ private slots:
     void linesAreReadAsRows_data();
     void linesAreReadAsRows();
     void aFileWithoutContentLoadsAsAnEmptyList();
-    void loadingAFolderOrIntoNothingFails();
+    void loadingAFolderOrIntoNullFails();
 
     void thePrimaryServerIsFound_data();
     void thePrimaryServerIsFound();
@@ -55,7 +55,7 @@ private slots:
     void theWrittenListHoldsOneGroup();
     void badValuesAreRefusedAndTheFileIsUntouched_data();
     void badValuesAreRefusedAndTheFileIsUntouched();
-    void whatCannotBeWrittenFails();
+    void aFileThatCannotBeWrittenFails();
 
 private:
     QString path() const { return at(u"serverlist.txt"_s); }
@@ -138,7 +138,7 @@ void TestServerList::aFileWithoutContentLoadsAsAnEmptyList()
     QCOMPARE(Disk::names(folder()), QStringList());
 }
 
-void TestServerList::loadingAFolderOrIntoNothingFails()
+void TestServerList::loadingAFolderOrIntoNullFails()
 {
     QList<ServerEntry> entries = {{5, 5, u"old"_s, {}}};
     QString error;
@@ -317,7 +317,7 @@ void TestServerList::badValuesAreRefusedAndTheFileIsUntouched()
     QVERIFY(!QFile::exists(path()));
 }
 
-void TestServerList::whatCannotBeWrittenFails()
+void TestServerList::aFileThatCannotBeWrittenFails()
 {
     requireWriteFaults(folder(), "0 0 a\n0 1 a\n", [](const QString &path, QString *error) {
         return ServerList::writeMinimal(path, 0, u"a"_s, 1, error);

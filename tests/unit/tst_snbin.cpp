@@ -22,13 +22,13 @@ private slots:
 
     void theFirstLineIsRead_data();
     void theFirstLineIsRead();
-    void whatCannotBeOpenedIsNotRead();
+    void aFileThatCannotBeOpenedIsNotRead();
 
     void aNameIsPreparedForTheFile_data();
     void aNameIsPreparedForTheFile();
 
     void aGroupOutOfRangeIsRefusedAndTheFileIsUntouched();
-    void whatCannotBeWrittenFails();
+    void aFileThatCannotBeWrittenFails();
 
 private:
     QString path() const { return at(u"sn.bin"_s); }
@@ -117,7 +117,7 @@ void TestSnBin::theFirstLineIsRead()
     QCOMPARE(Disk::read(path()), file);
 }
 
-void TestSnBin::whatCannotBeOpenedIsNotRead()
+void TestSnBin::aFileThatCannotBeOpenedIsNotRead()
 {
     Disk::write(at(u"other"_s), "1 Alpha\n");
     QString name = u"before"_s;
@@ -199,7 +199,7 @@ void TestSnBin::aGroupOutOfRangeIsRefusedAndTheFileIsUntouched()
     }
 }
 
-void TestSnBin::whatCannotBeWrittenFails()
+void TestSnBin::aFileThatCannotBeWrittenFails()
 {
     requireWriteFaults(folder(), "1 New\n" + tail, [](const QString &path, QString *error) {
         return SnBin::writeMainGroup(path, 1, u"New"_s, error);

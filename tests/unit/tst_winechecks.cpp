@@ -16,7 +16,7 @@ private slots:
     void init();
     void cleanup();
 
-    void withoutWineNothingOfItIsLookedAt();
+    void withoutWineNoCheckOfWineRuns();
     void wineRunsTheExecutable_data();
     void wineRunsTheExecutable();
     void theExecutableMayBeMissing();
@@ -24,14 +24,14 @@ private slots:
     void theChosenWineCannotBeRun();
     void theScriptFindsNoWine();
     void theScriptStartsAWine();
-    void wineTellsNoVersion_data();
-    void wineTellsNoVersion();
-    void thePrefixIsJudged();
-    void thePrefixIsNoFolder();
+    void winePrintsNoVersion_data();
+    void winePrintsNoVersion();
+    void thePrefixIsChecked();
+    void thePrefixIsNotAFolder();
     void thePrefixIsOwnedByAnotherUser();
     void thePrefixHasAnotherArchitecture();
     void thePrefixIsOf32Bits();
-    void thePrefixLacksWhat32BitProgramsNeed();
+    void thePrefixLacksThe32BitFiles();
     void thePrefixComesFromTheProfile();
     void theProfileIsGood();
     void theProfileEndsTheShell_data();
@@ -84,7 +84,7 @@ void TestWineChecks::cleanup()
     FolderTest::cleanup();
 }
 
-void TestWineChecks::withoutWineNothingOfItIsLookedAt()
+void TestWineChecks::withoutWineNoCheckOfWineRuns()
 {
     set(u"client/useWine"_s, false);
     profile("exit 1\n");
@@ -185,7 +185,7 @@ void TestWineChecks::theScriptStartsAWine()
     QCOMPARE(lines(WineChecks::wine()), line);
 }
 
-void TestWineChecks::wineTellsNoVersion_data()
+void TestWineChecks::winePrintsNoVersion_data()
 {
     QTest::addColumn<QByteArray>("script");
     QTest::newRow("nothing") << "exit 0"_ba;
@@ -195,7 +195,7 @@ void TestWineChecks::wineTellsNoVersion_data()
     QTest::newRow("not when asked") << "[ \"$*\" = --version ] || echo wine"_ba;
 }
 
-void TestWineChecks::wineTellsNoVersion()
+void TestWineChecks::winePrintsNoVersion()
 {
     QFETCH(const QByteArray, script);
     chooseWine(script);
@@ -204,7 +204,7 @@ void TestWineChecks::wineTellsNoVersion()
              "instale-o de novo. Debian e Ubuntu: sudo apt install wine\n"_s.arg(wine()));
 }
 
-void TestWineChecks::thePrefixIsJudged()
+void TestWineChecks::thePrefixIsChecked()
 {
     QCOMPARE(
         lines(WineChecks::prefix()),
@@ -224,7 +224,7 @@ void TestWineChecks::thePrefixIsJudged()
             path));
 }
 
-void TestWineChecks::thePrefixIsNoFolder()
+void TestWineChecks::thePrefixIsNotAFolder()
 {
     Disk::write(at(u"file"_s), "");
     profile("export WINEPREFIX='" + at(u"file"_s).toUtf8() + "'\n");
@@ -294,7 +294,7 @@ void TestWineChecks::thePrefixIsOf32Bits()
              "prefixos de 32 bits. Remova WINEARCH.\n"_s.arg(path));
 }
 
-void TestWineChecks::thePrefixLacksWhat32BitProgramsNeed()
+void TestWineChecks::thePrefixLacksThe32BitFiles()
 {
     const QString path = at(u"prefix"_s);
     const QString line =

@@ -17,11 +17,11 @@ private slots:
     void theLoginShellMayPrint();
     void theLoginShellMayEndEarly();
     void theLoginShellMayNotEnd();
-    void withoutAScriptTheEnvironmentCounts();
+    void withoutAScriptTheEnvironmentApplies();
     void theScriptHasItsOwnDefaults();
     void theScriptTakesTheEnvironment();
     void theScriptsSettingsComeFirst();
-    void theScriptsInvalidLinesDoNotCount();
+    void invalidLinesOfTheScriptsSettingsAreIgnored();
     void theScriptsSettingsMayBeUnreadable();
     void theScriptIsKnownThroughALink();
     void commandsAreFoundOnThePathOfTheEnvironment();
@@ -112,7 +112,7 @@ void TestWineSetup::theLoginShellMayNotEnd()
     QCOMPARE(shell.environment, QProcessEnvironment::systemEnvironment());
 }
 
-void TestWineSetup::withoutAScriptTheEnvironmentCounts()
+void TestWineSetup::withoutAScriptTheEnvironmentApplies()
 {
     conf("WINE=/other\nPREFIX=/other\nWINEARCH=win32\n");
     const QString wine = program(u"wine"_s);
@@ -163,7 +163,7 @@ void TestWineSetup::theScriptsSettingsComeFirst()
     QCOMPARE(choice.arch, u"win32"_s);
 }
 
-void TestWineSetup::theScriptsInvalidLinesDoNotCount()
+void TestWineSetup::invalidLinesOfTheScriptsSettingsAreIgnored()
 {
     const QString wine = program(u"wine"_s);
     conf("WINE=" + wine.toUtf8() + "\nWINE=\nPREFIX=/a\nPREFIX=b\nPREFIX\n");
