@@ -60,7 +60,7 @@ bool PatchCheck::fetchManifest(const QString &name)
         fail(manifestName, error);
         return false;
     }
-    judge(manifestName);
+    recordFaults(manifestName);
     if (patch.answer().url == patch.answer().asked && patch.answer().isCacheable()) {
         note(AnswerFault::Cacheable, manifestName);
     }
@@ -120,7 +120,7 @@ void PatchCheck::compareFiles(const std::function<void(const FileAmount &)> &pro
         FileDigest file;
         QString error;
         if (patch.fetchFile(entry.url, &file, &error, fileProgress)) {
-            judge(entry.path);
+            recordFaults(entry.path);
             if (!isListed(entry, file) && patch.answer().isWebPage()) {
                 note(AnswerFault::WebPage, entry.path);
             }
@@ -144,7 +144,7 @@ void PatchCheck::reportFaults(Finding::Kind kind)
 }
 
 /// Records the faults of the latest answer, the one for @p path.
-void PatchCheck::judge(const QString &path)
+void PatchCheck::recordFaults(const QString &path)
 {
     ++answers;
     const QList<AnswerFault> faults = patch.answer().faults();

@@ -67,7 +67,7 @@ private:
     };
 
     void checkBaseUrl();
-    void judge(const QString &path);
+    void recordFaults(const QString &path);
     void note(AnswerFault fault, const QString &path);
     bool isListed(const ManifestEntry &entry, const FileDigest &file);
     void warn(const QString &path, const QString &text);
