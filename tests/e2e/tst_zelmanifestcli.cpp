@@ -362,12 +362,13 @@ void TestZelManifestCli::onlyFilesThatPlayersNeedAreListed_data()
     row("releases since then", u"--base client --since 1.1.json --since 1.2.json new"_s,
         {u"changed"_s, u"d/new"_s, u"same"_s},
         ofReleases + QStringList{u"left out, as the base has them: 1 file, 1 byte"_s});
-    row("releases alone", u"--since 1.1.json new"_s,
+    row("releases without a base", u"--since 1.1.json new"_s,
         {u"changed"_s, u"d/new"_s, u"d/same"_s, u"same"_s}, ofReleases);
-    row("what is excluded is not missing", u"--base client -x gon? -x d/ new"_s, {u"changed"_s},
+    row("an excluded file of the base is not missing", u"--base client -x gon? -x d/ new"_s,
+        {u"changed"_s},
         {u"\"d\": excluded"_s, u"warning: the pattern \"gon?\" excludes nothing"_s,
          u"left out, as the base has them: 1 file, 1 byte"_s});
-    row("but a release's file is, excluded or not", u"--since 1.2.json -x same new"_s,
+    row("an excluded file of a release is missing", u"--since 1.2.json -x same new"_s,
         {u"changed"_s, u"d/new"_s},
         {u"\"d/same\": excluded"_s, u"\"same\": excluded"_s, unlisted(u"same"_s),
          u"warning: 1 file"_s + keptFromReleases});

@@ -436,13 +436,13 @@ void TestGameLaunch::aFaultyProfileDoesNotHinderTheGame_data()
     QTest::addColumn<QByteArray>("profile");
     QTest::newRow("a syntax error") << "if then fi (\n"_ba;
     QTest::newRow("an open quote") << "echo 'no end\n"_ba;
-    QTest::newRow("no text") << QByteArray("\xff\xfe\0\x01\n", 5);
+    QTest::newRow("bytes that are not text") << QByteArray("\xff\xfe\0\x01\n", 5);
     QTest::newRow("a failure at its end") << "false\n"_ba;
-    QTest::newRow("an early return") << "return 3\n"_ba;
-    QTest::newRow("strict from here on") << "set -eu\n"_ba;
+    QTest::newRow("return before the end") << "return 3\n"_ba;
+    QTest::newRow("set -eu") << "set -eu\n"_ba;
     QTest::newRow("each command is printed") << "set -x\n"_ba;
-    QTest::newRow("nothing to print to") << "exec >&- 2>&-\n"_ba;
-    QTest::newRow("nothing to read from") << "exec <&-\n"_ba;
+    QTest::newRow("closed output") << "exec >&- 2>&-\n"_ba;
+    QTest::newRow("closed input") << "exec <&-\n"_ba;
 }
 
 void TestGameLaunch::aFaultyProfileDoesNotHinderTheGame()

@@ -337,8 +337,8 @@ void TestMainWindow::theLowerBarRunsAheadOnPurpose_data()
     QTest::addColumn<int>("lower");
     QTest::newRow("start") << 0 << 8;
     QTest::newRow("middle") << 50 << 58;
-    QTest::newRow("last full lead") << 92 << 100;
-    QTest::newRow("first short lead") << 93 << 100;
+    QTest::newRow("last percentage with the full lead") << 92 << 100;
+    QTest::newRow("first percentage with a shorter lead") << 93 << 100;
     QTest::newRow("95") << 95 << 100;
     QTest::newRow("end") << 100 << 100;
 }

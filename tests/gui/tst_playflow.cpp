@@ -216,7 +216,7 @@ void TestPlayFlow::aFailedFirstCheckShowsAWarningThenAQuestion_data()
     QTest::addColumn<QMessageBox::StandardButton>("answer");
     QTest::newRow("yes") << QMessageBox::Yes;
     QTest::newRow("no") << QMessageBox::No;
-    QTest::newRow("closed, which counts as no") << QMessageBox::NoButton;
+    QTest::newRow("closed without an answer") << QMessageBox::NoButton;
 }
 
 void TestPlayFlow::aFailedFirstCheckShowsAWarningThenAQuestion()

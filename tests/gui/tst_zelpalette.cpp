@@ -73,7 +73,7 @@ void TestZelPalette::everyTextOfThePaletteIsReadable_data()
 
     QTest::newRow("window") << QPalette::WindowText << QPalette::Window;
     QTest::newRow("field") << QPalette::Text << QPalette::Base;
-    QTest::newRow("every other row") << QPalette::Text << QPalette::AlternateBase;
+    QTest::newRow("alternate row") << QPalette::Text << QPalette::AlternateBase;
     QTest::newRow("button") << QPalette::ButtonText << QPalette::Button;
     QTest::newRow("selection") << QPalette::HighlightedText << QPalette::Highlight;
     QTest::newRow("placeholder") << QPalette::PlaceholderText << QPalette::Base;

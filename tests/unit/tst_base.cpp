@@ -159,10 +159,10 @@ void TestPatchBase::spellingsAreThoseOfThePlayers_data()
     row("not a folder in another letter case", "database/x", "database/x");
     row("letters beyond ASCII", "ação", "Ação");
     // On Linux the base can hold both.
-    row("one of two spellings", "two/a", "two/a");
-    row("the other of them", "TWO/b", "TWO/b");
-    row("a file in the other of them", "two/B", "TWO/b");
-    row("a new file in the other of them", "two/c", "two/c");
+    row("two spellings: the first", "two/a", "two/a");
+    row("two spellings: the second", "TWO/b", "TWO/b");
+    row("a file in the second spelling", "two/B", "TWO/b");
+    row("a new file in the first spelling", "two/c", "two/c");
     row("a third spelling", "Two/c", "TWO/c");
     row("a release's file", "data/ONLY", "Data/Only");
     row("a release's folder", "Release/x", "RELEASE/x");

@@ -193,7 +193,7 @@ void TestCommandLine::wrongUsageHasAReason_data()
     row("an empty prefix", u"-p 1 --url-prefix= patch"_s, u"\"\""_s + noPrefix);
     row("two bases", u"-p 1 --base a --base-manifest b patch"_s,
         u"--base and --base-manifest exclude each other"_s);
-    row("a letter case of nothing", u"-p 1 --fix-case patch"_s,
+    row("--fix-case without a base", u"-p 1 --fix-case patch"_s,
         u"--fix-case is for --base, --base-manifest and --since"_s);
     for (const QString &option : {u"base"_s, u"base-manifest"_s, u"since"_s}) {
         QTest::addRow("an empty name for --%s", qPrintable(option))

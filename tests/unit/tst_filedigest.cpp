@@ -141,7 +141,7 @@ void TestFileDigest::aFileThatChangesWhileItIsReadIsAnError_data()
     QTest::addColumn<Writer>("change");
     QTest::newRow("it grows") << Writer(
         [](int file, int count) { ::pwrite(file, "y", 1, longSize + count); });
-    QTest::newRow("it is written over") << Writer([](int file, int) { ::pwrite(file, "y", 1, 0); });
+    QTest::newRow("it is overwritten") << Writer([](int file, int) { ::pwrite(file, "y", 1, 0); });
     QTest::newRow("its time changes by seconds") << Writer([](int file, int count) {
         const timespec times[2] = {{count, 0}, {count, 0}};
         ::futimens(file, times);

@@ -297,7 +297,7 @@ void TestPatchChecks::aPathLeavesTheClientFolder_data()
     QTest::addColumn<bool>("leaves");
     QTest::newRow("a file") << u"a"_s << false;
     QTest::newRow("in a folder") << u"a/b"_s << false;
-    QTest::newRow("there and back") << u"a/../b"_s << false;
+    QTest::newRow("through a folder and back") << u"a/../b"_s << false;
     QTest::newRow("a name that begins with dots") << u"..a/b"_s << false;
     QTest::newRow("the folder above") << u".."_s << true;
     QTest::newRow("a file above") << u"../a"_s << true;

@@ -154,7 +154,7 @@ void TestPatchFolder::aFolderIsJudged_data()
     row("an empty folder", {"logs/old/"},
         {"warning \"logs/old\": the folder is empty; the launcher will not make it"});
     row("nothing", {}, {});
-    row("what is excluded is shown once and not walked", {"keep", "tmp/1", "tmp/2", "x.bak"},
+    row("an excluded folder is shown once and not entered", {"keep", "tmp/1", "tmp/2", "x.bak"},
         {"file keep", "excluded tmp", "excluded x.bak"}, {u"tmp"_s, u"t*"_s, u"*.bak"_s});
     row("a pattern that excludes nothing", {"a.tmp"},
         {"excluded a.tmp", "warning the pattern \"*.bka\" excludes nothing"},

@@ -123,7 +123,7 @@ void TestPatchManagerFaults::aFailedTransferIsReportedWithQtsText_data()
     QTest::newRow("closed inside the header") << whole.cutAt(HttpAnswer::insideHeader);
     QTest::newRow("reset without an answer") << whole.resetAt(HttpAnswer::beforeHeader);
     QTest::newRow("reset inside the header") << whole.resetAt(HttpAnswer::insideHeader);
-    QTest::newRow("no HTTP") << HttpAnswer::raw("SSH-2.0-OpenSSH_9.2\r\n", "").cutAt(0);
+    QTest::newRow("not HTTP") << HttpAnswer::raw("SSH-2.0-OpenSSH_9.2\r\n", "").cutAt(0);
     QTest::newRow("broken compression") << whole.withHeader("Content-Encoding: gzip");
     QTest::newRow("redirect loop") << HttpAnswer::redirect("/manifest.json");
     QTest::newRow("redirect to nothing") << HttpAnswer::redirect("/nowhere");

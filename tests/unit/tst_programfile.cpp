@@ -23,10 +23,10 @@ void TestProgramFile::theKindComesFromTheHeader_data()
     QTest::newRow("empty") << QByteArray() << ProgramKind::Foreign;
     QTest::newRow("no MZ") << "XX"_ba + program32().sliced(2) << ProgramKind::Foreign;
     QTest::newRow("no PE") << program32().replace("PE", "NE") << ProgramKind::Foreign;
-    QTest::newRow("cut in its header") << program32().chopped(1) << ProgramKind::Foreign;
-    QTest::newRow("cut before the place of the header")
+    QTest::newRow("truncated in its PE header") << program32().chopped(1) << ProgramKind::Foreign;
+    QTest::newRow("truncated before the offset of the header")
         << program32().first(0x3F) << ProgramKind::Foreign;
-    QTest::newRow("nothing behind the place of the header")
+    QTest::newRow("truncated after the offset of the header")
         << program32().first(0x40) << ProgramKind::Foreign;
     QTest::newRow("a script") << "#!/bin/sh\n"_ba + QByteArray(100, '\n') << ProgramKind::Foreign;
 }

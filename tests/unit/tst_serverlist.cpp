@@ -89,8 +89,8 @@ void TestServerList::linesAreReadAsRows_data()
     row("more than three tokens", "2 3 10.0.0.1 name of it\n", {u"2|3|10.0.0.1"_s});
     row("words in place of numbers", "x y 1.2.3.4\n", {u"0|0|1.2.3.4"_s});
     row("numbers with a suffix", "1x 2.5 1.2.3.4\n", {u"0|0|1.2.3.4"_s});
-    row("numbers of another base", "0x10 0b1 1.2.3.4\n", {u"0|0|1.2.3.4"_s});
-    row("leading zeros are no other base", "010 007 a\n", {u"10|7|a"_s});
+    row("hexadecimal and binary numbers", "0x10 0b1 1.2.3.4\n", {u"0|0|1.2.3.4"_s});
+    row("leading zeros are decimal", "010 007 a\n", {u"10|7|a"_s});
     row("negative numbers", "-1 -2 a\n", {u"-1|-2|a"_s});
     row("numbers too large to hold", "2147483648 99999999999999999999 a\n", {u"0|0|a"_s});
     row("the largest numbers", "2147483647 -2147483648 a\n", {u"2147483647|-2147483648|a"_s});
@@ -101,7 +101,7 @@ void TestServerList::linesAreReadAsRows_data()
         {u"1|0|a\u00a0z"_s});
     row("lines that end with CR LF", "1 0 a\r\n1 1 b\r\n", {u"1|0|a"_s, u"1|1|b"_s});
     row("no line end at the end", "1 0 a\n1 1 b", {u"1|0|a"_s, u"1|1|b"_s});
-    row("an address that is no address", "1 0 jogo.ex\xC3\xAAmplo\n", {u"1|0|jogo.exêmplo"_s});
+    row("an address beyond ASCII", "1 0 jogo.ex\xC3\xAAmplo\n", {u"1|0|jogo.exêmplo"_s});
     row("a byte order mark", "\xEF\xBB\xBF\x31 0 a\n", {u"1|0|a"_s});
     row("the order of the file", "2 1 c\n0 0 a\n1 1 b\n0 0 a\n",
         {u"2|1|c"_s, u"0|0|a"_s, u"1|1|b"_s, u"0|0|a"_s});
@@ -178,12 +178,12 @@ void TestServerList::thePrimaryServerIsFound_data()
     row("negative channels do not count", "1 0 a\n1 -4 b\n", u"a"_s, 1);
     row("no limit here", "1 0 a\n1 25 a\n", u"a"_s, 25);
     row("channel 0 announced alone counts as one", "0 0 a\n", u"a"_s, 1);
-    row("a negative main line is passed over for the channel lines", "-1 0 a\n2 1 b\n2 3 b\n",
-        u"b"_s, 3);
-    row("a negative main line is passed over for a later group's channels, not to its main line",
+    row("after a negative main line, the channel lines decide", "-1 0 a\n2 1 b\n2 3 b\n", u"b"_s,
+        3);
+    row("after a negative main line, the next group with a channel line is used",
         "-1 0 a\n5 1 b\n4 0 c\n", u"b"_s, 1);
-    row("a negative main line, but the main line of the next group is used",
-        "-1 0 a\n4 1 b\n4 0 c\n", u"c"_s, 1);
+    row("after a negative main line, the main line of that group is used", "-1 0 a\n4 1 b\n4 0 c\n",
+        u"c"_s, 1);
     row("a negative channel line before is ignored for a main line", "-3 1 x\n1 0 a\n", u"a"_s, 1);
     row("comments and short lines are skipped", "# 0 0 x\n7 0\n1 0 a\n", u"a"_s, 1);
 }

@@ -74,7 +74,7 @@ void TestSnBin::theFirstLineIsRead_data()
     row("a negative group", "-1 Name\n", false, u"Name"_s);
     row("a word in place of the group", "x Name\n", false, u"Name"_s);
     row("a group with a suffix", "1x Name\n", false, u"Name"_s);
-    row("a group of another base", "0x1 Name\n", false, u"Name"_s);
+    row("a hexadecimal group", "0x1 Name\n", false, u"Name"_s);
     row("a group with a leading zero is decimal", "010 Name\n", true, u"Name"_s);
     row("a group too large to hold", "4294967297 Name\n", false, u"Name"_s);
     row("a group that is no whole number", "1.0 Name\n", false, u"Name"_s);

@@ -254,7 +254,7 @@ void TestZelTheme::aSheetHasItsRulesAndNoOthers_data()
     QTest::newRow("global, neither is dark") << ZelTheme::globalStyleSheet(Mode(2)) << dark;
     QTest::newRow("global, light")
         << ZelTheme::globalStyleSheet(Mode::Light) << fileBeside(u"light.qss"_s);
-    const QString kit =
+    const QString buttonsAndPanels =
         ZelTheme::sidebarButtonStyle(true, Mode::Dark) +
         ZelTheme::sidebarButtonStyle(false, Mode::Dark) +
         ZelTheme::sidebarButtonStyle(true, Mode::Light) +
@@ -265,7 +265,8 @@ void TestZelTheme::aSheetHasItsRulesAndNoOthers_data()
         ZelTheme::cardStyle(Mode::Dark) + ZelTheme::cardStyle(Mode::Light) +
         ZelTheme::logViewStyle() + ZelTheme::accentButtonStyle(u"rgba(1, 2, 3, 0.5)"_s) +
         ZelTheme::headerBarStyle(u"#111111"_s, u"#222222"_s);
-    QTest::newRow("kit") << kit << fileBeside(u"kit.qss"_s);
+    QTest::newRow("buttons and panels")
+        << buttonsAndPanels << fileBeside(u"buttons-and-panels.qss"_s);
 }
 
 void TestZelTheme::aSheetHasItsRulesAndNoOthers()
