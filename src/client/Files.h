@@ -4,7 +4,7 @@
 #include <QFile>
 #include <QString>
 
-/// Helpers shared by the readers and writers of the client's files.
+/// Functions that the readers and writers of the client's files share.
 namespace Files
 {
 
