@@ -356,6 +356,7 @@ void TestClientSync::ignoredFailuresDoNotEndTheWriting_data()
     row("the ini file is the null device", u"zel_login.ini"_s, u"/dev/null"_s);
     row("the ini file is a link to nothing", u"zel_login.ini"_s, u"nonexistent"_s);
     row("the patched client cannot be removed", u"ZEL_patched.exe"_s, QString());
+    row("the patched client is a link to nothing", u"ZEL_patched.exe"_s, u"nonexistent"_s);
 }
 
 void TestClientSync::ignoredFailuresDoNotEndTheWriting()

@@ -184,6 +184,7 @@ void TestServerList::thePrimaryServerIsFound_data()
         "-1 0 a\n5 1 b\n4 0 c\n", u"b"_s, 1);
     row("after a negative main line, the main line of that group is used", "-1 0 a\n4 1 b\n4 0 c\n",
         u"c"_s, 1);
+    row("a negative channel decides nothing", "1 -1 a\n2 1 b\n", u"b"_s, 1);
     row("a negative channel line before is ignored for a main line", "-3 1 x\n1 0 a\n", u"a"_s, 1);
     row("comments and short lines are skipped", "# 0 0 x\n7 0\n1 0 a\n", u"a"_s, 1);
 }
