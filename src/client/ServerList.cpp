@@ -105,7 +105,6 @@ bool ServerList::detectPrimary(const QString &path, QString *ip, int *channelCou
         }
         if (entry.channel == 0) {
             mainIp = entry.ip; // the last main line of the group wins
-            continue;
         }
         highestChannel = std::max(highestChannel, entry.channel);
         if (entry.channel == 1 && firstChannelIp.isEmpty()) {
