@@ -219,6 +219,7 @@ void TestWineDiscovery::eachExecutableIsListedOnce_data()
     row("a Lutris runner with wine alone", "L/lutris-GE-8/bin/wine",
         "Lutris: L/lutris-GE-8/bin/wine");
     row("a hidden Lutris runner and a plain file", "L/.old/bin/wine, L/wine", "");
+    row("the runners' folder and the one above are no runners", "L/bin/wine, L/../bin/wine64", "");
     row("a linked Lutris runner", "builds/ge-9/bin/wine, L/linked -> builds/ge-9",
         "Lutris: builds/ge-9/bin/wine");
     row("dangling links", "L/ge-8/bin/wine -> gone, bin/wine64 -> gone", "");
@@ -353,6 +354,7 @@ void TestWineDiscovery::theShellsLinesAreResolved_data()
     row("more than a pipe holds",
         "/usr/bin/head -c 300000 /dev/zero | /usr/bin/tr '\\0' x; echo; echo @elsewhere/wine",
         wine);
+    row("many errors", "/usr/bin/head -c 300000000 /dev/zero >&2; echo @elsewhere/wine", wine);
 }
 
 void TestWineDiscovery::theShellsLinesAreResolved()
@@ -362,7 +364,9 @@ void TestWineDiscovery::theShellsLinesAreResolved()
     make({u"elsewhere/wine"_s, u"elsewhere/with blank"_s, u"elsewhere/ação"_s,
           u"-elsewhere/plain"_s, u"bin/wine-ge"_s, u"work/ge/wine"_s});
     fakeShell(script);
+    const qint64 peak = ProcessTable::memory("VmHWM");
     expect(found);
+    QVERIFY(ProcessTable::memory("VmHWM") - peak < 100'000); // errors are not kept
 }
 
 void TestWineDiscovery::aLineWithANulAddsNothing()
