@@ -109,13 +109,14 @@ QByteArray configBin(char resolution)
 QJsonArray saveOnFullDisk(const QString &disk)
 {
     constexpr int pageSize = 4096;
-    const QByteArray oldFile = "[client]\ndir=/old\n";
+    const QByteArray theirs = "[theirs]\nkey=" + QByteArray(80'000, 'k') + '\n';
+    const QByteArray oldFile = "[client]\ndir=/old\n\n" + theirs;
     const QString settingsOnDisk = disk + u"/Orvandale"_s;
     const QString ballast = disk + u"/ballast"_s;
     settings().websiteUrl = QString(6000, u'w');
 
     QJsonArray results;
-    for (int freePages = 0; freePages < 20; ++freePages) {
+    for (int freePages = 0; freePages < 50; ++freePages) {
         QFile::remove(ballast);
         writeSettings(oldFile);
         QFile file(ballast);
@@ -130,7 +131,7 @@ QJsonArray saveOnFullDisk(const QString &disk)
         const QByteArray saved = Disk::read(settingsPath());
         results += QJsonObject{{u"old"_s, saved == oldFile},
                                {u"new"_s, saved.contains("website=" + QByteArray(6000, 'w')) &&
-                                              saved.contains("name=Orvandale\n")},
+                                              saved.endsWith(theirs)},
                                {u"files"_s, Disk::names(settingsOnDisk).size()}};
     }
     return results;
@@ -632,7 +633,7 @@ void TestLauncherSettings::aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne()
     const QString disk = at(u"disk"_s);
     Disk::makeFolder(disk);
     Child child({u"save on a full disk"_s, disk});
-    child.mountFirst(u"mount -t tmpfs -o size=256k tmpfs '%1' && mkdir '%1/Orvandale'"_s.arg(disk));
+    child.mountFirst(u"mount -t tmpfs -o size=512k tmpfs '%1' && mkdir '%1/Orvandale'"_s.arg(disk));
     if (isLink) {
         Disk::makeFolder(settingsFolder());
         Disk::makeLink(settingsPath(), disk + u"/Orvandale/settings"_s);
@@ -641,7 +642,7 @@ void TestLauncherSettings::aDiskThatIsNearlyFullHoldsTheOldFileOrTheNewOne()
     }
     const QJsonArray results = QJsonDocument::fromJson(child.output()).array();
 
-    QCOMPARE(results.size(), 20);
+    QCOMPARE(results.size(), 50);
     for (const auto &result : results) {
         const bool isOld = result[u"old"].toBool();
         QVERIFY(isOld != result[u"new"].toBool());
