@@ -21,7 +21,7 @@ bool SettingsStore::hasRoom() const
     const QFileInfo file(fileName());
     QTemporaryFile probe(file.exists() ? file.canonicalFilePath() : fileName());
     const QByteArray content(file.size() + roomForChanges, ' ');
-    return probe.open() && probe.write(content) == content.size() && probe.flush();
+    return probe.open() && probe.write(content) == content.size();
 }
 
 void SettingsStore::removeStaleLock() const
