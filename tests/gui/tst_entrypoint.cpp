@@ -85,7 +85,7 @@ int runLauncher(Watcher *watcher)
     currentWatcher = watcher;
     // The launcher drops Qt's messages; restore the handler of the test.
     const QtMessageHandler handler = qInstallMessageHandler(nullptr);
-    QByteArray name("zel_launcher");
+    QByteArray name("renamed");
     std::array<char *, 2> arguments{name.data(), nullptr};
     const int status = launcherMain(1, arguments.data());
     installedHandler = qInstallMessageHandler(handler);

@@ -439,7 +439,7 @@ void TestGameLaunch::aFaultyProfileDoesNotHinderTheGame_data()
     QTest::newRow("bytes that are not text") << QByteArray("\xff\xfe\0\x01\n", 5);
     QTest::newRow("a failure at its end") << "false\n"_ba;
     QTest::newRow("return before the end") << "return 3\n"_ba;
-    QTest::newRow("set -eu") << "set -eu\n"_ba;
+    QTest::newRow("set -eu") << "set -eu\necho a word\necho a word >&2\n"_ba;
     QTest::newRow("each command is printed") << "set -x\n"_ba;
     QTest::newRow("closed output") << "exec >&- 2>&-\n"_ba;
     QTest::newRow("closed input") << "exec <&-\n"_ba;

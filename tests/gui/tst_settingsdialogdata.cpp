@@ -662,8 +662,11 @@ void TestSettingsDialogData::aCancelledChooserChangesNothing()
 {
     client->write(u"serverlist.txt"_s, "0 1 10.7.7.7\n"); // an import would read it
     const FakeClient other(u"other"_s);
-    settings.clientExe = other.filePath(u"ZEL.exe"_s);
+    settings.clientExe = client->filePath(u"ZEL.exe"_s);
+    const QString wine = host->addRunner(u"second"_s);
     open();
+    SettingsFields::type(fields->clientDir, other.dir());
+    SettingsFields::choose(fields->wine, u"Lutris (%1)"_s.arg(wine));
     SettingsFields::type(fields->serverName, u"Typed"_s);
     const Texts before = shown();
     FileChooserUser user;
@@ -678,8 +681,9 @@ void TestSettingsDialogData::aCancelledChooserChangesNothing()
 
     const QStringList titles{u"Pasta do cliente"_s, u"Executavel do jogo"_s,
                              u"Executavel do Wine"_s};
-    // Deliberate: the chooser of the executable starts in the client folder.
-    const QStringList starts{client->dir() + u'/', client->dir() + u'/', settings.winePath};
+    // Each starts at what the fields show. Deliberate: the chooser of the executable starts in the
+    // client folder.
+    const QStringList starts{other.dir() + u'/', other.dir() + u'/', wine};
     const QList<QStringList> filters{
         {}, {u"Executavel (*.exe)"_s, u"Todos (*)"_s}, {u"Todos (*)"_s}};
     QCOMPARE(user.choosers().size(), 3);

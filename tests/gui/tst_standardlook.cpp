@@ -272,6 +272,8 @@ void TestStandardLook::theIconsBelongToTheMode_data()
     QTest::newRow("dark, already, capitals")
         << Mode::Dark << QStringList{u"Kind-Dark"_s, u"Kind-Dark-dark"_s} << u"Kind-Dark"_s
         << u"Kind-Dark"_s;
+    QTest::newRow("dark, both spellings")
+        << Mode::Dark << QStringList{u"kind-dark"_s, u"kind-Dark"_s} << u"kind"_s << u"kind-dark"_s;
     QTest::newRow("light, capitals") << Mode::Light << capitals << u"Kind-Dark"_s << u"Kind"_s;
 
     QTest::newRow("no dark one") << Mode::Dark << QStringList{u"kind"_s} << u"kind"_s << u"kind"_s;

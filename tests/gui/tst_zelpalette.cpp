@@ -123,15 +123,19 @@ void TestZelPalette::aModeHasItsColors()
 {
     QFETCH(const Mode, mode);
     QFETCH(const QPalette::ColorGroup, group);
+    const QPalette palette = ZelPalette::forMode(mode);
     QStringList colors;
     for (const auto role :
          {QPalette::Window, QPalette::WindowText, QPalette::Base, QPalette::AlternateBase,
           QPalette::Text, QPalette::Button, QPalette::ButtonText, QPalette::BrightText,
           QPalette::PlaceholderText, QPalette::Highlight, QPalette::HighlightedText, QPalette::Link,
           QPalette::LinkVisited, QPalette::ToolTipBase, QPalette::ToolTipText}) {
-        colors.append(ZelPalette::forMode(mode).color(group, role).name());
+        colors.append(palette.color(group, role).name());
     }
     QTEST(colors.join(u' '), "colors");
+    // The bevel's colours belong to the button's.
+    const QPalette bevel(palette.color(QPalette::Active, QPalette::Button));
+    QCOMPARE(palette.color(group, QPalette::Dark), bevel.color(group, QPalette::Dark));
 }
 
 void TestZelPalette::anUnknownModeIsDark()
