@@ -1,6 +1,5 @@
 #include "ui/FieldWidgets.h"
 
-#include <QAbstractItemView>
 #include <QComboBox>
 #include <QEvent>
 #include <QGroupBox>
@@ -8,7 +7,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QScreen>
 #include <QSlider>
 #include <QSpinBox>
 #include <QStyleOptionComboBox>
@@ -16,7 +14,6 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
-#include <algorithm>
 #include <utility>
 
 namespace
@@ -33,16 +30,6 @@ public:
     using QComboBox::QComboBox;
 
     QSize sizeHint() const override { return minimumSizeHint(); }
-
-    void showPopup() override
-    {
-        const int room = 2 * view()->style()->pixelMetric(QStyle::PM_ScrollBarExtent);
-        const int wanted = view()->sizeHintForColumn(0) + room;
-        // The box itself may be wider than the screen.
-        view()->setMinimumWidth(
-            std::max(width(), std::min(wanted, screen()->availableSize().width())));
-        QComboBox::showPopup();
-    }
 
 protected:
     void paintEvent(QPaintEvent * /*event*/) override
