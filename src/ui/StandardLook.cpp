@@ -79,7 +79,6 @@ StandardLook::StandardLook(ZelTheme::Mode themeMode)
     , font(QApplication::font())
     , palette(ZelPalette::forMode(themeMode))
 {
-    restoreTimer.setSingleShot(true);
     connect(&restoreTimer, &QTimer::timeout, this, &StandardLook::restore);
     restore();
     QCoreApplication::installTranslator(&texts);
@@ -120,6 +119,6 @@ void StandardLook::restore()
     setIconTheme(mode);
     // Without this, widgets keep the fonts that the style sheet derived from the desktop's font.
     qApp->setStyleSheet(qApp->styleSheet());
-    // The calls above sent font and palette events, too, which started the timer.
+    // It repeats, and the font and palette events of the calls above start it, too.
     restoreTimer.stop();
 }
