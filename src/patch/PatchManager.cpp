@@ -63,13 +63,11 @@ bool writeBody(QIODevice *body, QSaveFile *file)
     constexpr qint64 blockSize = 65536;
 
     const qint64 size = body->bytesAvailable();
-    while (!body->atEnd()) {
-        const QByteArray block = body->read(blockSize);
-        if (block.isEmpty() || file->write(block) != block.size()) {
-            return false;
-        }
+    for (QByteArray block = body->read(blockSize); !block.isEmpty();
+         block = body->read(blockSize)) {
+        file->write(block);
     }
-    return file->flush() && file->error() == QFileDevice::NoError && file->size() == size;
+    return file->size() == size; // size() flushes
 }
 
 /// Replaces the file at @p target atomically by the body. Returns the error message, nothing on
