@@ -93,7 +93,9 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
     static QTemporaryDir ownFolder;
     folder = &ownFolder;
     static int appArgc = 1;
-    static QCoreApplication app(appArgc, *argv);
+    // Never destroyed: at exit, objects that Qt's network library needs for that may be gone.
+    static const QCoreApplication &app = *new QCoreApplication(appArgc, *argv);
+    Q_UNUSED(app)
     TestEnvironment::nameApplication();
     qInstallMessageHandler(failOnFatal);
     return 0;

@@ -191,7 +191,7 @@ bool isKnownEnd(bool success, const QString &message)
 
 void fuzzOne(const QByteArray &input)
 {
-    // Never destroyed: at exit, objects that Qt's network library needs for that may be gone.
+    // Never destroyed, like the application.
     static PatchServer &server = *new PatchServer;
     static Updater &updater = *new Updater;
     static const QDir client(Fuzz::path(QStringLiteral("root/client")));
