@@ -66,7 +66,6 @@ void Checking::compare(PatchCheck *check, const std::optional<QByteArray> &expec
     check->compareFiles([&](const FileAmount &done) {
         console->progress(QStringLiteral("fetching"), done, check->manifest().amount());
     });
-    console->endProgress();
 }
 
 void Checking::show(const Finding &finding)

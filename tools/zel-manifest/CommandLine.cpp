@@ -57,8 +57,7 @@ CommandLine::CommandLine()
          baseUrl,      manifestName,  key,         strict,    timeout,           quiet,
          help,         programVersion});
     parser.addPositionalArgument(QStringLiteral("FOLDER"),
-                                 QStringLiteral("The folder with the files of the patch."),
-                                 QStringLiteral("FOLDER"));
+                                 QStringLiteral("The folder with the files of the patch."));
 }
 
 Options CommandLine::read(const QStringList &arguments, QString *error)

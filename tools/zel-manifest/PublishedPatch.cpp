@@ -105,7 +105,6 @@ bool PublishedPatch::tryFile(const QString &url, QString *error)
 /// begins.
 bool PublishedPatch::fetch(const QString &address, const Take &take, QString *error)
 {
-    newestAnswer = {};
     const QUrl url(base + address, QUrl::TolerantMode);
     if (!url.isValid()) {
         *error = QStringLiteral("not a valid URL: ") + url.errorString();
@@ -174,10 +173,7 @@ void PublishedPatch::record(const QNetworkReply &reply)
     newestAnswer.status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     newestAnswer.url = reply.url();
     newestAnswer.hasLength = reply.header(QNetworkRequest::ContentLengthHeader).isValid();
-    // QNetworkAccessManager removes the length of a compressed answer from its header.
-    newestAnswer.isCompressed =
-        reply.attribute(QNetworkRequest::OriginalContentLengthAttribute).isValid() ||
-        reply.hasRawHeader("Content-Encoding");
+    newestAnswer.isCompressed = reply.hasRawHeader("Content-Encoding");
     newestAnswer.isChunked = reply.rawHeader("Transfer-Encoding").toLower().contains("chunked");
     newestAnswer.cacheControl = reply.rawHeader("Cache-Control");
     newestAnswer.contentType = reply.rawHeader("Content-Type");

@@ -1,8 +1,6 @@
 #include <QCoreApplication>
 #include <QTextStream>
 
-#include <optional>
-
 #include "zel-manifest/Checking.h"
 #include "zel-manifest/CommandLine.h"
 #include "zel-manifest/Console.h"
@@ -13,7 +11,6 @@ int main(int argc, char *argv[])
     // File names are UTF-8 and messages are English in every locale.
     qputenv("LC_ALL", "C.UTF-8");
     const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("zel-manifest"));
 
     QString error;
     const Options options = CommandLine().read(QCoreApplication::arguments(), &error);
