@@ -36,8 +36,8 @@ bool Signature::check(const QByteArray &signature, const QByteArray &content, co
                    {QStringLiteral("-V"),
                     QFile::exists(key) ? QStringLiteral("-p") : QStringLiteral("-P"), key,
                     QStringLiteral("-m"), contentFile, QStringLiteral("-x"), signatureFile});
-    minisign.waitForFinished(-1);
-    if (minisign.exitStatus() != QProcess::NormalExit || minisign.exitCode() != 0) {
+    if (!minisign.waitForFinished(-1) || minisign.exitStatus() != QProcess::NormalExit ||
+        minisign.exitCode() != 0) {
         *error = QString::fromLocal8Bit(minisign.readAllStandardError()).simplified();
         return false;
     }
