@@ -360,6 +360,13 @@ void TestPublish::theCheckShowsWhatIsWrong()
                  warnings + u"zel-manifest: 2 wrong in: version \"1\", 2 files, 11 bytes\n"_s);
     QCOMPARE(outcome.exitCode, 4);
     QCOMPARE(runManifest({u"-q"_s, u"-u"_s, url}).messages.count(u'\n'), 3);
+
+    write(place(folder, "manifest.json"), "[]");
+    outcome = runManifest({u"-u"_s, url});
+    QCOMPARE(outcome.messages,
+             u"zel-manifest: error: \"manifest.json\": is not a JSON object\n"_s +
+                 QString(warnings).replace(u"of 3"_s, u"of 1"_s).replace(u"3 of"_s, u"1 of"_s));
+    QCOMPARE(outcome.exitCode, 5);
 }
 
 void TestPublish::theCheckShowsProgressOnATerminal()
@@ -415,11 +422,15 @@ void TestPublish::theSignatureIsCheckedFirst()
     outcome = check(u"nonsense"_s);
     QCOMPARE(outcome.exitCode, 4);
     QVERIFY2(outcome.messages.startsWith(wrong), qPrintable(outcome.messages));
+    // A program that does not start verifies nothing.
+    Disk::writeExecutable(dir.filePath(u"bin/minisign"_s), "#!/none\n");
+    QCOMPARE(check(own, {{u"PATH"_s, dir.filePath(u"bin"_s)}}).exitCode, 4);
     write(place(folder, "manifest.json"), "[]");
     outcome = check(own);
     QCOMPARE(outcome.exitCode, 4);
-    QVERIFY2(outcome.messages.startsWith(wrong + u"Signature verification failed\n"_s),
-             qPrintable(outcome.messages));
+    QVERIFY2(
+        outcome.messages.startsWith(wrong + u"Signature verification failed\nzel-manifest: "_s),
+        qPrintable(outcome.messages));
     QVERIFY2(!outcome.messages.contains(u"JSON"_s), qPrintable(outcome.messages));
     fs::remove(place(folder, "manifest.json.minisig"));
     outcome = check(own);
@@ -427,7 +438,7 @@ void TestPublish::theSignatureIsCheckedFirst()
     QVERIFY2(outcome.messages.startsWith(u"zel-manifest: error: \"manifest.json.minisig\": "_s),
              qPrintable(outcome.messages));
     // Only the first two checks requested the file.
-    QTRY_COMPARE(nginx.requests().count("GET /signed/manifest.json HTTP/1.1"), 6);
+    QTRY_COMPARE(nginx.requests().count("GET /signed/manifest.json HTTP/1.1"), 7);
     QCOMPARE(nginx.requests().count("GET /signed/a HTTP/1.1"), 2);
 
     outcome = check(own, {{u"PATH"_s, dir.path()}});

@@ -6,8 +6,10 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QStandardPaths>
+#include <QTcpServer>
 
 #include <algorithm>
+#include <unistd.h>
 
 #include "Outcome.h"
 
@@ -50,6 +52,8 @@ private slots:
     void everyRunShowsItsMessagesAndEndsWithItsCode();
     void aFullStandardOutputIsCode3();
     void withoutSha256NoManifestIsWritten();
+    void aFolderThatCannotBeReadIsCode3();
+    void aServerThatSendsNothingTimesOut();
     void aKilledRunLeavesTheOldManifest();
     void progressIsShownOnATerminalOnly();
     void theProgressOnTheBaseIsShown();
@@ -198,10 +202,12 @@ void TestZelManifestCli::everyRunShowsItsMessagesAndEndsWithItsCode_data()
         {u"\"c.tmp\": excluded"_s, u"\"logs\": excluded"_s, u"\"old.json\": excluded"_s,
          u"written: \"more/manifest.json\": version \"1\", 1 file, 1 byte"_s, cost(u"1 file"_s)});
     row(u"-q -p1 -x *.tmp --exclude=logs/ more"_s, 0, {});
-    row(u"-q -p1 bad"_s, 1,
-        {u"warning: \"con\": Windows keeps the name CON for a device"_s,
-         u"error: \"nowhere\": is a symbolic link that leads nowhere"_s,
-         u"error: \"a\": differs from \"A\" only in letter case, which Windows ignores"_s});
+    for (const QString &arguments : {u"-q -p1 bad"_s, u"-q -p1 -o bad/nowhere bad"_s}) {
+        row(arguments, 1,
+            {u"warning: \"con\": Windows keeps the name CON for a device"_s,
+             u"error: \"nowhere\": is a symbolic link that leads nowhere"_s,
+             u"error: \"a\": differs from \"A\" only in letter case, which Windows ignores"_s});
+    }
     row(u"-p1 none"_s, 3, {u"error: \"none\" is not a folder"_s});
     row(u"-p1 link"_s, 3, {u"error: \"link\" is not a folder"_s});
     row(u"-p1 -o none/m.json patch"_s, 3,
@@ -268,6 +274,31 @@ void TestZelManifestCli::withoutSha256NoManifestIsWritten()
     QCOMPARE(Disk::read(manifestPath()), old);
 }
 
+void TestZelManifestCli::aFolderThatCannotBeReadIsCode3()
+{
+    Disk::makeFolder(at(u"patch/sub"_s));
+    QVERIFY(QFile::setPermissions(at(u"patch/sub"_s), {}));
+    const QString withoutRights = // to every file, which root has
+        geteuid() == 0 ? u"setpriv --bounding-set=-dac_override,-dac_read_search "_s : QString();
+    const Outcome outcome = shell(withoutRights + u"\"$0\" -p1 patch"_s);
+    QVERIFY(QFile::setPermissions(at(u"patch/sub"_s), QFile::ReadOwner | QFile::ExeOwner));
+    QCOMPARE(outcome.messages, u"zel-manifest: error: \"sub\": Permission denied\n"_s);
+    QCOMPARE(outcome.exitCode, 3);
+    QCOMPARE(Disk::read(manifestPath()), old);
+}
+
+void TestZelManifestCli::aServerThatSendsNothingTimesOut()
+{
+    QTcpServer server; // accepts no connection
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    const Outcome outcome =
+        manifest(u"--timeout 1 -u http://127.0.0.1:%1"_s.arg(server.serverPort()));
+    QCOMPARE(outcome.messages,
+             u"zel-manifest: error: \"manifest.json\": the server sent nothing for "
+             "1 seconds\n"_s);
+    QCOMPARE(outcome.exitCode, 5);
+}
+
 void TestZelManifestCli::aKilledRunLeavesTheOldManifest()
 {
     makeLongFile(qint64(1) << 40); // takes longer than the test
@@ -323,10 +354,11 @@ void TestZelManifestCli::theProgressOnTheBaseIsShown()
     makeLongFile(qint64(1) << 30);
     Disk::makeLink(at(u"client"_s), u"patch"_s);
     const Outcome outcome =
-        shell(u"script --quiet --return --command \"'$0' -p1 --base client patch\" /dev/null"_s);
+        shell(u"script --quiet --return --command \"'$0' -np1 --base client patch\" /dev/null"_s);
     QCOMPARE(outcome.exitCode, 0);
     static const QRegularExpression shown(
         u"\rreading the base \\d+ %, \\S+ (MiB|GiB) of 1\\.0 GiB, [01] of 2 files *\r +\r"
+        "\\{\r\n\"version\": \"1\",\r\n\"files\": \\[\r\n\\]\r\n\\}\r\n"
         "zel-manifest: warning: the manifest lists no file: .*\r\n"
         "zel-manifest: left out, as the base has them: 2 files, 1.0 GiB\r\n"_s);
     QVERIFY2(shown.match(outcome.output).hasMatch(), qPrintable(outcome.output));
@@ -357,7 +389,8 @@ void TestZelManifestCli::onlyFilesThatPlayersNeedAreListed_data()
     const QStringList leftOut{gone, goneAdvice,
                               u"left out, as the base has them: 2 files, 2 bytes"_s};
     row("without a base", u"new"_s, {u"changed"_s, u"d/new"_s, u"d/same"_s, u"same"_s}, {});
-    row("a folder as base", u"--base client new"_s, needed, leftOut);
+    row("a folder as base", u"--base client -x gone/ new"_s, needed,
+        QStringList{u"warning: the pattern \"gone/\" excludes nothing"_s} + leftOut);
     row("a manifest as base", u"--base-manifest client.json new"_s, needed, leftOut);
     row("releases since then", u"--base client --since 1.1.json --since 1.2.json new"_s,
         {u"changed"_s, u"d/new"_s, u"same"_s},

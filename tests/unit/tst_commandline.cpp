@@ -51,10 +51,14 @@ void TestCommandLine::theHelpIsComplete()
         const Options options = optionsOf(option);
         QCOMPARE(options.task, Options::ShowText);
         QVERIFY(options.text.startsWith(
-            u"Usage: zel-manifest [options] --patch-version TEXT FOLDER\n"_s));
+            u"Usage: zel-manifest [options] --patch-version TEXT FOLDER\n"
+            "       zel-manifest [options] --base-url URL [FOLDER]\n\nTurns FOLDER into "_s));
         QCOMPARE(options.text.count(u"Usage:"_s), 1);
         QVERIFY(options.text.contains(u"--allow-empty-version"_s));
-        QVERIFY(options.text.contains(u"(default: 60)"_s));
+        QVERIFY(options.text.contains(u"\nArguments:\n  FOLDER "_s));
+        for (const QString &value : {u"60"_s, u"256"_s, u"manifest.json"_s}) {
+            QVERIFY(options.text.simplified().contains(u"(default: %1)"_s.arg(value)));
+        }
         QVERIFY(options.text.contains(u"stores the empty one."_s));
         for (const char code : {'0', '1', '2', '3', '4', '5'}) {
             QVERIFY(options.text.contains(u"\n  %1  "_s.arg(QLatin1Char(code))));

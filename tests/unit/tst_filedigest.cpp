@@ -12,6 +12,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "support/process/ProcessTable.h"
 #include "zel-manifest/FileDigest.h"
 
 using namespace Qt::StringLiterals;
@@ -67,7 +68,9 @@ void TestFileDigest::digestsAreThoseOfSha256InTheOrderOfThePaths()
     QStringList errors{u"old"_s};
     QVERIFY(digestFiles({}, &digests, &errors));
     QVERIFY(digests.isEmpty());
+    const qsizetype open = ProcessTable::openDescriptors();
     QVERIFY(digestFiles(paths, &digests, &errors));
+    QCOMPARE(ProcessTable::openDescriptors(), open);
     QCOMPARE(errors, QStringList());
     QCOMPARE(digests.size(), paths.size());
     for (qsizetype i = 0; i < paths.size(); ++i) {

@@ -111,7 +111,8 @@ void TestPatchCheck::theCheckContinuesAfterADifference()
 {
     const QByteArray size = "\"size\": 2";
     publish("/many/", listed("1", size) + ',' + listed("2", size) + ',' + listed("3", size));
-    server.answer("/many/2", HttpAnswer::withLength("22"));
+    // Without a digest, a page is as listed.
+    server.answer("/many/2", HttpAnswer::withLength("22").withHeader("Content-Type: text/html"));
     server.answer("/many/3", HttpAnswer::withLength("333"));
     PatchCheck check = checkOf(server.url(u"/many"_s));
     QVERIFY(check.fetchManifest() && check.readManifest());
@@ -122,6 +123,8 @@ void TestPatchCheck::theCheckContinuesAfterADifference()
     QCOMPARE(findings.at(1), u"warning 2: the manifest has no digest to compare with"_s);
     QCOMPARE(findings.at(2), u"error 3: 3 bytes are published, 2 are listed"_s);
     QCOMPARE(check.errorCount(), 2);
+    check.reportFaults(Finding::Warning);
+    QVERIFY(findings.filter(u"web page"_s).isEmpty());
 }
 
 void TestPatchCheck::progressCountsWhatIsFetched()
@@ -163,6 +166,10 @@ void TestPatchCheck::theManifestHasAnotherName()
     QVERIFY(check.fetchManifest(u"new #1"_s));
     check.compareManifest({}, u"mine"_s);
     QCOMPARE(findings, QStringList{u"error new #1: is not the one in \"mine\""_s});
+    server.answer("/other/new%20%231.minisig", HttpAnswer::withLength("of it"));
+    QByteArray signature;
+    QVERIFY(check.fetchSignature(&signature));
+    QCOMPARE(signature, "of it"_ba);
 }
 
 void TestPatchCheck::theManifestIsComparedByteForByte()
@@ -183,7 +190,7 @@ void TestPatchCheck::eachFaultOfTheAnswersIsReportedOnce()
 {
     const QByteArray tail = R"("sha256": ")" + digest + '"';
     QByteArrayList entries;
-    for (const char *name : {"right", "short", "page", "missing"}) {
+    for (const char *name : {"right", "short", "page", "endless", "missing"}) {
         entries.append(listed(name, tail));
     }
     const QByteArray html = "Content-Type: text/html";
@@ -194,6 +201,7 @@ void TestPatchCheck::eachFaultOfTheAnswersIsReportedOnce()
     server.answer("/faults/right", HttpAnswer::gzipped("0123456789").withHeader(html));
     server.answer("/faults/short", HttpAnswer::chunked("0123"));
     server.answer("/faults/page", HttpAnswer::withLength("<html>").withHeader(html));
+    server.answer("/faults/endless", HttpAnswer::withoutLength("0123456789"));
     server.answer("/faults/missing", HttpAnswer::status("404 Not Found", "").withHeader(html));
     PatchCheck check = checkOf(server.url(u"/faults"_s));
     QVERIFY(check.fetchManifest() && check.readManifest());
@@ -201,11 +209,12 @@ void TestPatchCheck::eachFaultOfTheAnswersIsReportedOnce()
     const QString unknown =
         u"without a length the launcher shows no progress and may keep a truncated file"_s;
     const QStringList expected{
-        u"over http: 4 of 4 answers, first \"manifest.json\"; anyone on the network path can "
+        u"over http: 5 of 5 answers, first \"manifest.json\"; anyone on the network path can "
         "replace them"_s,
-        u"compressed: 1 of 4 answers, first \"right\"; "_s + unknown,
-        u"in chunks: 2 of 4 answers, first \"manifest.json\"; "_s + unknown,
-        u"a web page (text/html): 1 of 4 answers, first \"page\"; a missing file has to be "
+        u"compressed: 1 of 5 answers, first \"right\"; "_s + unknown,
+        u"in chunks: 2 of 5 answers, first \"manifest.json\"; "_s + unknown,
+        u"without a length: 1 of 5 answers, first \"endless\"; "_s + unknown,
+        u"a web page (text/html): 1 of 5 answers, first \"page\"; a missing file has to be "
         "answered with an error"_s};
     QCOMPARE(findings.size(), 3); // the files that are not as listed
     for (const auto &[kind, word] :
@@ -215,7 +224,7 @@ void TestPatchCheck::eachFaultOfTheAnswersIsReportedOnce()
         QCOMPARE(findings,
                  QStringList(expected).replaceInStrings(QRegularExpression(u"^"_s), word));
     }
-    QCOMPARE(check.errorCount(), 3 + 4);
+    QCOMPARE(check.errorCount(), 3 + 5);
 }
 
 void TestPatchCheck::theFaultsOfAnInvalidManifestAreReported()
@@ -227,7 +236,8 @@ void TestPatchCheck::theFaultsOfAnInvalidManifestAreReported()
     QVERIFY(!check.fetchManifest() || !check.readManifest());
     check.reportFaults(Finding::Warning);
     QCOMPARE(findings.size(), 4);
-    QVERIFY(findings.at(2).startsWith(u"warning : redirected: 1 of 1 answers, first "_s));
+    QCOMPARE(findings.at(2), u"warning : redirected: 1 of 1 answers, first \"manifest.json\"; each "
+                             "takes two requests"_s);
     QVERIFY(findings.at(3).startsWith(u"warning : a web page (text/html): 1 of 1 answers"_s));
 }
 
@@ -255,7 +265,7 @@ void TestPatchCheck::baseUrlsThatLoseNamesAreWarnedOf_data()
     const QString percent = u"warning : the base URL has a \"%\" that encodes nothing: "_s;
     const auto row = [](const char *name, const QString &path, const QByteArray &requested,
                         const QString &text) { QTest::newRow(name) << path << requested << text; };
-    row("an encoded character", u"/a%20b%C3"_s, "/a%20b%C3/manifest.json", u""_s);
+    row("encoded characters", u"/a%20b%C3%a7"_s, "/a%20b%C3%A7/manifest.json", u""_s);
     row("a number sign", u"/a#b"_s, "/a", number);
     row("a lone percent", u"/100%"_s, "/100%25/manifest.json", percent);
     row("a percent before one digit", u"/%2"_s, "/%252/manifest.json", percent);

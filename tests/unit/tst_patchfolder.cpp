@@ -151,6 +151,7 @@ void TestPatchFolder::aFolderIsJudged_data()
         {"file manifest.json.old", "file mods/manifest.json"});
     row("the manifest's signature", {"manifest.json.minisig", "mods/manifest.json.minisig"},
         {"file mods/manifest.json.minisig", "excluded manifest.json.minisig"});
+    row("a folder of that name", {"manifest.json.minisig/a"}, {"file manifest.json.minisig/a"});
     row("an empty folder", {"logs/old/"},
         {"warning \"logs/old\": the folder is empty; the launcher will not make it"});
     row("nothing", {}, {});
@@ -159,6 +160,8 @@ void TestPatchFolder::aFolderIsJudged_data()
     row("a pattern that excludes nothing", {"a.tmp"},
         {"excluded a.tmp", "warning the pattern \"*.bka\" excludes nothing"},
         {u"*.tmp"_s, u"*.bka"_s});
+    row("a byte order mark is part of a name", {"\xEF\xBB\xBFn", "n"},
+        {"file \xEF\xBB\xBFn", "excluded n"}, {u"n"_s});
     row("what would be refused can be excluded",
         {"a", "A", "bad\xFF.tmp", ":resource", "out -> /", "loop -> loop"},
         {"file a", "excluded :resource", "excluded A", "excluded bad\xFF.tmp", "excluded loop",
@@ -181,6 +184,8 @@ void TestPatchFolder::linksAreJudged_data()
         {"file a/b/file", "file a/file", "file b/a/file", "file b/file",
          "problem \"a/b/a\": is a symbolic link to a folder that it is in itself",
          "problem \"b/a/b\": is a symbolic link to a folder that it is in itself"});
+    row("a name that no disk takes", {"link -> " + QByteArray(256, 'n')},
+        {"failure \"link\": File name too long"});
     const auto refused = [](const QByteArray &name, const QByteArray &target,
                             const QByteArray &reason) {
         row(name,
@@ -234,10 +239,10 @@ void TestPatchFolder::namesAreJudged_data()
     refused("249 bytes", name, name, tooLong);
     refused("249 bytes, 248 characters", fewerCharacters, fewerCharacters, tooLong);
     const QByteArray longFolder = name + "123456"; // a folder is not replaced
-    row("a folder of 255 bytes", {longFolder + "/b"},
-        {"file " + longFolder + "/b", "warning \"" + longFolder +
-                                          "/b\": the path has more than "
-                                          "256 characters; most Windows programs cannot open it"});
+    row("a folder of 255 bytes", {longFolder + "/b/c"},
+        {"file " + longFolder + "/b/c", "warning \"" + longFolder +
+                                            "/b/c\": the path has more than 256 characters; most "
+                                            "Windows programs cannot open it"});
     allowed("a path of 256 characters", name.left(128) + '/' + name.left(127));
 
     const auto oneToWindows = [](const QByteArray &title, const QByteArrayList &names,
@@ -264,6 +269,7 @@ void TestPatchFolder::namesAreJudged_data()
          {"Config.bin"_ba, "SN.BIN"_ba, "server.txt"_ba, "serverlist.txt"_ba, "zel_login.ini"_ba}) {
         row(file, {file}, {"file " + file, "warning \"" + file + own});
         allowed(file + " in a subfolder", "sub/" + file);
+        allowed(file + " as a folder", file + "/a");
     }
 }
 
@@ -297,6 +303,9 @@ void TestPatchFolder::namesForWindowsAreJudged_data()
     warned("a numbered device", "lpt9.x", "keeps the name LPT9 for a device");
     warned("a device with a superscript", "com²", "keeps the name COM² for a device");
     warned("the console", "conin$", "keeps the name CONIN$ for a device");
+    for (const QByteArray &device : {"PRN"_ba, "CONOUT$"_ba, "COM1"_ba, "LPT¹"_ba, "COM³"_ba}) {
+        warned(device, device, "keeps the name " + device + " for a device");
+    }
     allowed("delete", "a\x7f");
     allowed("a blank at the start", " a");
     allowed("number zero", "com0");
@@ -308,12 +317,16 @@ void TestPatchFolder::namesForWindowsAreJudged_data()
 
 void TestPatchFolder::theManifestIsNotListedWhereverItIs()
 {
-    const Folder folder({"list/new.json", "manifest.json", "../alias -> patch"});
+    const Folder folder({"list/new.json", "manifest.json", "../alias -> patch",
+                         "to-new -> list/new.json", "to-old -> manifest.json"});
     const auto linesFor = [&folder](const QString &path, const QString &manifest) {
         return linesOf(PatchFolder::scan(folder.dir.filePath(path), folder.dir.filePath(manifest)));
     };
-    const QByteArrayList listed{"file list/new.json", "absent manifest.json"};
-    const QByteArrayList absent{"absent list/new.json", "absent manifest.json"};
+    const QByteArray link = "is a symbolic link to the manifest";
+    const QByteArrayList listed{"file list/new.json", "file to-new", "absent manifest.json",
+                                "problem \"to-old\": " + link};
+    const QByteArrayList absent{"absent list/new.json", "absent manifest.json",
+                                "problem \"to-new\": " + link, "problem \"to-old\": " + link};
     QCOMPARE(linesFor(u"patch"_s, u"patch/manifest.json"_s), listed);
     QCOMPARE(linesFor(u"patch"_s, u"other.json"_s), listed);
     QCOMPARE(linesFor(u"patch"_s, u"patch/list/../list/new.json"_s), absent);
