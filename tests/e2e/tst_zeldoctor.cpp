@@ -4,10 +4,14 @@
 #include <QSettings>
 #include <QStandardPaths>
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 
 #include "Outcome.h"
+#include "support/Timeouts.h"
 #include "support/files/Disk.h"
 #include "support/network/HttpServer.h"
 #include "support/process/OwnMounts.h"
@@ -56,6 +60,7 @@ private slots:
     void theLogIsShownOnRequest();
     void noPrivateNameIsShown();
     void aCheckThatHangsTimesOut();
+    void aCheckEndsWithTheProgram();
     void aCheckThatCannotBeKilledTimesOut();
     void withoutADisplayTheScreenIsAnError_data();
     void withoutADisplayTheScreenIsAnError();
@@ -123,9 +128,9 @@ void TestZelDoctor::helpAndVersionArePrinted()
     for (const auto &[option, text] :
          {std::pair{u"--help"_s, u"Uso: zel-doctor [opcoes]\n"_s},
           std::pair{u"--version"_s, u"zel-doctor " ZEL_VERSION "\n"_s}}) {
-        const Outcome outcome = doctor({option});
+        const Outcome outcome = doctor({option}, {{u"LC_ALL"_s, u"C"_s}});
         QCOMPARE(outcome.exitCode, 0);
-        QCOMPARE(outcome.messages, QString());
+        QCOMPARE(outcome.messages, QString()); // nor Qt's remark on the locale
         QVERIFY(outcome.output.startsWith(text));
     }
 }
@@ -294,6 +299,29 @@ void TestZelDoctor::aCheckThatHangsTimesOut()
     QCOMPARE(linesOf(outcome).size(), 16); // the other checks and the summary
 }
 
+void TestZelDoctor::aCheckEndsWithTheProgram()
+{
+    QCOMPARE(::mkfifo(qPrintable(at(u"fonts.conf"_s)), 0600), 0);
+    qputenv("FONTCONFIG_FILE", at(u"fonts.conf"_s).toUtf8());
+    QProcess doctor;
+    doctor.start(QStringLiteral(ZEL_DOCTOR), {u"--offline"_s});
+    qunsetenv("FONTCONFIG_FILE");
+    int file = -1;
+    const auto isWaitedFor = [&] { // by the check of the display, which then reads from this file
+        file = ::open(qPrintable(at(u"fonts.conf"_s)), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        return file >= 0;
+    };
+    QVERIFY(QTest::qWaitFor(isWaitedFor, Timeouts::programMs));
+    doctor.kill();
+    QVERIFY(doctor.waitForFinished());
+    pollfd reader{file, 0, 0};
+    const auto isGone = [&] {
+        return ::poll(&reader, 1, 0) == 1 && (reader.revents & POLLERR) != 0;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isGone(), Timeouts::programMs);
+    ::close(file);
+}
+
 void TestZelDoctor::aCheckThatCannotBeKilledTimesOut()
 {
     NEEDS_OWN_MOUNTS();
@@ -392,20 +420,38 @@ void TestZelDoctor::aFileWithoutReadPermissionIsAnError()
                  u"erro  %1: nao pode ser lido: ~/jogo/%1."_s.arg(name) + remedy);
     }
 
-    QVERIFY(QFile::setPermissions(at(u"home/jogo"_s), {}));
-    outcome = doctor({u"--offline"_s}, {}, before);
-    QVERIFY(QFile::setPermissions(at(u"home/jogo"_s), QFileDevice::ReadOwner |
-                                                          QFileDevice::WriteOwner |
-                                                          QFileDevice::ExeOwner));
-    QCOMPARE(about(outcome, u"pasta do cliente"_s),
-             u"erro  pasta do cliente: nao pode ser lida: ~/jogo. Corrija as permissoes, por "
-             "exemplo com chmod u+rwx."_s);
-
-    QVERIFY(QFile::setPermissions(settingsFile(), {}));
-    outcome = doctor({u"--offline"_s}, {}, before);
-    QCOMPARE(about(outcome, u"configuracoes"_s),
-             u"erro  configuracoes: ~/.config/Orvandale/zel_launcher.ini nao pode ser lido."_s +
-                 remedy);
+    // One check alone, while the file or folder has these permissions.
+    const auto isReported = [&](const QString &check, const QString &path,
+                                QFileDevice::Permissions permissions, const QString &text) {
+        const QFileDevice::Permissions usual = QFile::permissions(path);
+        QFile::setPermissions(path, permissions);
+        outcome = doctor({u"--run-check"_s, check}, {}, before);
+        QFile::setPermissions(path, usual);
+        return outcome.output.contains(text);
+    };
+    constexpr auto readable = QFileDevice::ReadOwner;
+    constexpr auto writable = QFileDevice::WriteOwner;
+    constexpr auto searchable = QFileDevice::ExeOwner;
+    for (const auto permissions : {readable | writable, writable | searchable}) {
+        QVERIFY2(isReported(u"pasta do cliente"_s, at(u"home/jogo"_s), permissions,
+                            u"nao pode ser lida: ~/jogo."_s) &&
+                     outcome.output.contains(u"por exemplo com chmod u+rwx."_s),
+                 qPrintable(outcome.output));
+    }
+    const QString settings = settingsFile();
+    const QString config = QFileInfo(settings).path();
+    for (const auto &[path, permissions, text] :
+         {std::tuple{settings, QFileDevice::Permissions(writable), u"nao pode ser lido."_s},
+          {settings, readable, u"nao pode ser gravado."_s},
+          {config, readable | searchable, u"nao pode ser gravado."_s},
+          {config, readable | writable, u"nao pode ser criado."_s}}) {
+        QVERIFY2(isReported(u"configuracoes"_s, path, permissions, u"zel_launcher.ini "_s + text),
+                 qPrintable(outcome.output));
+    }
+    QVERIFY(QFile::remove(settings));
+    QVERIFY2(
+        isReported(u"configuracoes"_s, config, readable | searchable, u"nao pode ser criado."_s),
+        qPrintable(outcome.output));
 }
 
 void TestZelDoctor::aFolderThatIsReadOnlyIsAnError()

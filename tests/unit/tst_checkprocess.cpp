@@ -4,6 +4,7 @@
 
 #include "support/Timeouts.h"
 #include "support/files/Disk.h"
+#include "support/process/ProcessTable.h"
 #include "zel-doctor/CheckProcess.h"
 
 using namespace Qt::StringLiterals;
@@ -17,6 +18,7 @@ private slots:
     void standardErrorIsDropped();
     void standardInputIsEmpty();
     void aProgramThatIsMissingHasNoOutput();
+    void aCheckWithoutResultsIsAWarning();
     void aChildHasNoTerminal();
     void aChildThatHangsTimesOut();
     void aChildThatPrintsForeverTimesOut();
@@ -37,7 +39,9 @@ CheckProcess::Outcome shell(const QByteArray &script, int limitMs = Timeouts::pr
 
 void TestCheckProcess::theOutputIsReadToItsEnd()
 {
+    const qsizetype open = ProcessTable::openDescriptors();
     CheckProcess::Outcome outcome = shell("printf a; sleep 0.1; printf b");
+    QCOMPARE(ProcessTable::openDescriptors(), open);
     QVERIFY(outcome.isInTime);
     QCOMPARE(outcome.output, "ab"_ba);
     outcome = shell("head -c 1000000 /dev/zero");
@@ -59,6 +63,14 @@ void TestCheckProcess::aProgramThatIsMissingHasNoOutput()
     const CheckProcess::Outcome outcome = CheckProcess::outputOf("/none", {}, Timeouts::programMs);
     QVERIFY(outcome.isInTime);
     QCOMPARE(outcome.output, ""_ba);
+}
+
+void TestCheckProcess::aCheckWithoutResultsIsAWarning()
+{
+    // This program does not know the check.
+    QCOMPARE(CheckProcess::run({"x", Timeouts::programMs, nullptr}),
+             Results{Result::warning(u"x"_s, u"a verificacao terminou sem resultado."_s,
+                                     u"Execute o zel-doctor de novo."_s)});
 }
 
 void TestCheckProcess::aChildHasNoTerminal()

@@ -126,6 +126,7 @@ void TestClientChecks::theClientFolderIsAFile()
     QCOMPARE(lines(ClientChecks::folder()),
              u"erro  pasta do cliente: nao e uma pasta: %1. Escolha a pasta do jogo em "
              "Configuracao.\n"_s.arg(at(u"file"_s)));
+    QCOMPARE(lines(ClientChecks::names()), QString());
 }
 
 void TestClientChecks::noClientFolderIsChosen()
@@ -362,6 +363,10 @@ void TestClientChecks::snBinIsChecked()
     QCOMPARE(lines(ClientChecks::snBin()), u"ok    sn.bin: \"Alpha\".\n"_s);
     set(u"server/name"_s, u" ALPHA "_s);
     QCOMPARE(lines(ClientChecks::snBin()), u"ok    sn.bin: \"Alpha\".\n"_s);
+    Disk::write(path, "3 Fifteen letters\n");
+    set(u"server/name"_s, u"Fifteen letters and more"_s);
+    QCOMPARE(lines(ClientChecks::snBin()), u"ok    sn.bin: \"Fifteen letters\".\n"_s);
+    Disk::write(path, "3 Alpha\n");
     set(u"server/name"_s, u"Beta"_s);
     QCOMPARE(lines(ClientChecks::snBin()),
              u"aviso sn.bin: \"Alpha\"; as configuracoes salvas dizem \"Beta\". Vale o arquivo. "
@@ -402,7 +407,7 @@ void TestClientChecks::loginIniIsChecked()
 {
     QFETCH(const QByteArray, content);
     QFETCH(const QString, line);
-    set(u"server/ip"_s, u"10.0.0.1"_s);
+    set(u"server/ip"_s, u" 10.0.0.1 "_s);
     Disk::write(client(u"zel_login.ini"_s), content);
     QCOMPARE(lines(ClientChecks::loginIni()), line);
 }

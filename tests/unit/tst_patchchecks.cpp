@@ -356,13 +356,18 @@ void TestPatchChecks::aProxyIsUsed()
 
 void TestPatchChecks::namesAndPasswordsAreNotShown()
 {
-    publish({});
     QString url = server->url();
     set(u"patch/baseUrl"_s, url.replace(u"//"_s, u"//eva:secret@"_s));
-    const QString found = lines(PatchChecks::server());
-    QVERIFY2(found.contains(u"responde"_s) && !found.contains(u"secret"_s) &&
-                 !found.contains(u"eva"_s),
-             qPrintable(found));
+    server->answer("/new", HttpAnswer::withLength("{}"));
+    for (const auto &[answer, shown] :
+         {std::pair{HttpAnswer::withLength("{}"), u"responde"_s},
+          {HttpAnswer::withLength("[]"), u"nao e um manifest.json"_s},
+          {HttpAnswer::redirect(url.toLatin1() + "/new"), u"redireciona para http"_s}}) {
+        server->answer("/manifest.json", answer);
+        const QString found = lines(PatchChecks::server());
+        QVERIFY2(found.contains(shown) && !found.contains(u"secret"_s) && !found.contains(u"eva"_s),
+                 qPrintable(found));
+    }
 }
 
 ZEL_TEST_MAIN(TestPatchChecks)

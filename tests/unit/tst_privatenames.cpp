@@ -30,15 +30,19 @@ void TestPrivateNames::privateNamesAreReplaced_data()
     QTest::newRow("Wine's spelling, escaped")
         << uR"("Z:\\data\\ana\\jogo")"_s << uR"("Z:~\\jogo")"_s;
     QTest::newRow("another letter case") << uR"(z:\Data\Ana\jogo)"_s << uR"(z:~\jogo)"_s;
-    QTest::newRow("a longer name") << u"/data/anabela/x"_s << u"/data/anabela/x"_s;
+    QTest::newRow("a longer name")
+        << u"/data/anabela/x /data/anaé"_s << u"/data/anabela/x /data/anaé"_s;
     QTest::newRow("the home folder of another user") << u"/home/rui/x /home/eva"_s << u"~/x ~"_s;
-    QTest::newRow("another folder named home") << u"/mnt/home/rui/x"_s << u"/mnt/home/rui/x"_s;
+    QTest::newRow("another folder named home")
+        << u"/mnt/home/rui/x ../home/a -/home/a"_s << u"/mnt/home/rui/x ../home/a -/home/a"_s;
+    QTest::newRow("home folders in a list")
+        << u"'/home/rui':/home/eva;/home/ana,/home/b"_s << u"'~':~;~,~"_s;
     QTest::newRow("a home folder in Wine's spelling")
         << uR"(Z:\home\rui\x "/home/eva")"_s << uR"(Z:~\x "~")"_s;
     QTest::newRow("the user") << u"C:\\users\\ana\\x USER=ana ana: Ana"_s
                               << u"C:\\users\\~\\x USER=~ ~: ~"_s;
     QTest::newRow("the user in a longer word")
-        << u"banana ana-b c-ana ana_ ana1"_s << u"banana ana-b c-ana ana_ ana1"_s;
+        << u"banana ana-b c-ana ana_ ana1 anaé"_s << u"banana ana-b c-ana ana_ ana1 anaé"_s;
     QTest::newRow("a user name with special characters") << u"a.b, axb"_s << u"~, axb"_s;
     QTest::newRow("nothing private") << u"/usr/bin/wine"_s << u"/usr/bin/wine"_s;
 }

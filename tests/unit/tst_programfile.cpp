@@ -43,6 +43,7 @@ void TestProgramFile::aMissingFileOrAFolderIsUnreadable()
 {
     QCOMPARE(programKind(at(u"none"_s)), ProgramKind::Unreadable);
     QCOMPARE(programKind(client()), ProgramKind::Unreadable);
+    QCOMPARE(programKind(u"/dev/zero"_s), ProgramKind::Unreadable);
 }
 
 ZEL_TEST_MAIN(TestProgramFile)

@@ -23,6 +23,7 @@ private slots:
     void theScriptsSettingsComeFirst();
     void invalidLinesOfTheScriptsSettingsAreIgnored();
     void theScriptsSettingsMayBeUnreadable();
+    void theScriptsSettingsAreInTheHomeFolder();
     void theScriptIsKnownThroughALink();
     void commandsAreFoundOnThePathOfTheEnvironment();
     void aProgramThatCannotRunIsNoWine();
@@ -178,6 +179,16 @@ void TestWineSetup::theScriptsSettingsMayBeUnreadable()
     Disk::makeFolder(TestEnvironment::configHome() + u"/Orvandale/wine.conf"_s);
     QCOMPARE(WineSetup::choiceFor(program(u"zel-wine"_s), environment()).prefix,
              home(u".local/share/Orvandale/prefix"_s));
+}
+
+void TestWineSetup::theScriptsSettingsAreInTheHomeFolder()
+{
+    Disk::write(home(u".config/Orvandale/wine.conf"_s), "PREFIX=/a\n");
+    const QByteArray before = qgetenv("XDG_CONFIG_HOME");
+    qunsetenv("XDG_CONFIG_HOME");
+    const QString prefix = WineSetup::choiceFor(program(u"zel-wine"_s), environment()).prefix;
+    qputenv("XDG_CONFIG_HOME", before);
+    QCOMPARE(prefix, u"/a"_s);
 }
 
 void TestWineSetup::theScriptIsKnownThroughALink()

@@ -47,7 +47,6 @@ QString versionOf(const QString &program)
 {
     constexpr int timeoutMs = 10'000;
     QProcess process;
-    process.setStandardErrorFile(QProcess::nullDevice());
     process.start(program, {QStringLiteral("--version")});
     if (!process.waitForFinished(timeoutMs)) {
         process.kill();
@@ -57,7 +56,7 @@ QString versionOf(const QString &program)
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
         return {};
     }
-    return QString::fromUtf8(process.readAllStandardOutput()).section(u'\n', 0, 0).trimmed();
+    return QString::fromUtf8(process.readAllStandardOutput()).section(u'\n', 0, 0);
 }
 
 QString registryOf(const QString &prefix)
