@@ -135,6 +135,11 @@ void TestPublishedPatch::aFileThatCannotBeFetchedCannotBeTried()
         QCOMPARE(patch.answer().status, QByteArray(status).left(3).toInt());
         QVERIFY(patch.answer().error != QNetworkReply::NoError);
     }
+    // QNetworkAccessManager treats some closes before a body of the larger size as its end.
+    for (const int size : {10, 1000000, 1000000, 1000000}) {
+        server.answer("/x", HttpAnswer::withLength(QByteArray(size, 'x')).cutAt(0));
+        QVERIFY(!PublishedPatch(server.url(), 30000).tryFile(u"x"_s, &error));
+    }
     server.answer("/x", HttpAnswer::withLength("x").heldAt(HttpAnswer::insideHeader));
     PublishedPatch patch(server.url(), 100);
     QVERIFY(!patch.tryFile(u"x"_s, &error));

@@ -150,9 +150,6 @@ bool PublishedPatch::fetch(const QString &address, const Take &take, QString *er
         *error = reply->errorString();
         return false;
     }
-    if (!take) {
-        return true; // an empty file
-    }
     takeReceived();
     // Qt sometimes treats an early close of the connection as the end of the body.
     if (const qint64 promised = PatchContract::promisedSize(*reply); received < promised) {
