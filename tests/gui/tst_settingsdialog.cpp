@@ -241,7 +241,6 @@ void TestSettingsDialog::theDialogHasItsTitleSizeAndSlots()
 {
     QCOMPARE(dialog->windowTitle(), u"Configuracoes"_s);
     QCOMPARE(dialog->minimumSize(), QSize(620, 640));
-    QVERIFY(dialog->testAttribute(Qt::WA_StyledBackground));
     for (const char *slot : {"onBrowseClientDir()", "onBrowseClientExe()", "onBrowseWine()",
                              "onRefreshWine()", "onWineSelectionChanged(int)", "onAccept()"}) {
         QVERIFY2(dialog->metaObject()->indexOfSlot(slot) >= 0, slot);
@@ -797,6 +796,10 @@ void TestSettingsDialog::withoutTheImagesTheStyleSheetIsEmpty()
     QCOMPARE(dialog->styleSheet(), QString());
     dialog->grab();
     QVERIFY(fields->ok->isVisible());
+
+    application().setStyleSheet(QString()); // it would set the attribute, too
+    open();
+    QVERIFY(dialog->testAttribute(Qt::WA_StyledBackground));
 }
 
 ZEL_GUI_TEST_MAIN(TestSettingsDialog)
