@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QMap>
 #include <QPainter>
+#include <QProxyStyle>
 #include <QScopeGuard>
 
 #include "gui/LauncherWindow.h"
@@ -48,6 +49,19 @@ QImage inHalves(QSize size, Qt::Orientation split, QColor first, QColor second)
     painter.fillRect(QRect(QPoint(), half), first);
     return image;
 }
+
+/// A style with its own distance between widgets.
+class WideStyle : public QProxyStyle
+{
+public:
+    int pixelMetric(PixelMetric metric, const QStyleOption *option,
+                    const QWidget *widget) const override
+    {
+        return metric == PM_LayoutVerticalSpacing
+                   ? 20
+                   : QProxyStyle::pixelMetric(metric, option, widget);
+    }
+};
 
 /// Gives access to a private member function that no user action calls alone.
 template<typename Tag, auto operation> struct Opened {
@@ -177,7 +191,9 @@ void TestMainWindow::theWindowIsAPictureAboveABar()
 
 void TestMainWindow::theBarHoldsButtonsStatusAndFooter()
 {
+    WideStyle style;
     const LauncherWindow launcher;
+    launcher.frame->setStyle(&style);
     const auto *layout = qobject_cast<QVBoxLayout *>(launcher.frame->layout());
     QVERIFY(layout != nullptr);
     QCOMPARE(layout->contentsMargins(), QMargins(14, 10, 14, 6));
