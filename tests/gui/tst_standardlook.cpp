@@ -212,6 +212,7 @@ void TestStandardLook::aChangeOfLanguageKeepsTheTexts()
         const QStringList expected = looks(window);
         StandardTexts other;
         QVERIFY(QCoreApplication::installTranslator(&other));
+        QCoreApplication::processEvents(); // the windows are told by an event
         QCOMPARE(looks(window), expected);
     });
 }
