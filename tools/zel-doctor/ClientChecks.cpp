@@ -3,8 +3,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QStorageInfo>
 
+#include <filesystem>
 #include <functional>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -193,11 +193,14 @@ Result ClientChecks::roomResult(qint64 bytes)
 
 Results ClientChecks::room()
 {
-    const QStorageInfo disk(loadedSettings().clientDir);
-    if (!disk.isValid()) {
+    // Not QStorageInfo: in a chroot it knows no mount point of the folder.
+    std::error_code failure;
+    const std::filesystem::space_info disk = std::filesystem::space(
+        QFile::encodeName(loadedSettings().clientDir).toStdString(), failure);
+    if (failure) {
         return {}; // folder() reports the missing folder
     }
-    return {roomResult(disk.bytesAvailable())};
+    return {roomResult(qint64(disk.available))};
 }
 
 Results ClientChecks::executable()
