@@ -121,10 +121,11 @@ private:
         }
         const QPointer<QWindow> pressed(window);
         QTest::mousePress(window, button, held, point);
-        // The press may have closed or opened a window. A drag ends elsewhere.
+        // The press may have closed, opened or shrunk a window. A drag ends elsewhere.
         const bool isDrag = kind == 2;
         if (QWindow *there = foremostWindow(); there != nullptr && (isDrag || there == pressed)) {
-            QTest::mouseRelease(there, button, held, isDrag ? place(there) : point);
+            const bool isElsewhere = isDrag || !QRect(QPoint(), there->size()).contains(point);
+            QTest::mouseRelease(there, button, held, isElsewhere ? place(there) : point);
         }
     }
 
