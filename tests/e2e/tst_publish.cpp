@@ -84,6 +84,8 @@ private slots:
     void playersOfEveryReleaseGetTheSame();
     void aPathInAnotherLetterCaseIsStoredWherePlayersHaveIt();
     void theLauncherCouldNotReplaceAFileWithARefusedLongName();
+    void theLauncherCouldNotStoreARefusedFileOrFolder_data();
+    void theLauncherCouldNotStoreARefusedFileOrFolder();
     void theLauncherWouldStoreARefusedColonElsewhere();
     void theCheckShowsWhatIsWrong();
     void theCheckShowsProgressOnATerminal();
@@ -309,6 +311,32 @@ void TestPublish::theLauncherCouldNotReplaceAFileWithARefusedLongName()
     QCOMPARE(update(client, u"long"_s),
              u"Falha ao salvar %1/%2"_s.arg(client, QString::fromLatin1(name)));
     QCOMPARE(read(place(client, name)), QByteArray("old"));
+}
+
+void TestPublish::theLauncherCouldNotStoreARefusedFileOrFolder_data()
+{
+    QTest::addColumn<QByteArray>("theirs");
+    QTest::addColumn<QByteArray>("path");
+    QTest::newRow("folder") << "a"_ba
+                            << "a/b"_ba;
+    QTest::newRow("file") << "a/b"_ba
+                          << "a"_ba;
+}
+
+void TestPublish::theLauncherCouldNotStoreARefusedFileOrFolder()
+{
+    QFETCH(const QByteArray, theirs);
+    QFETCH(const QByteArray, path);
+    const QString name = QString::fromLatin1(QTest::currentDataTag());
+    const QString folder = dir.filePath(name);
+    const QString client = dir.filePath(name + u" client"_s);
+    write(place(client, theirs), "x");
+    write(place(folder, path), "x");
+    QCOMPARE(runManifest({u"-p1"_s, folder}).exitCode, 0);
+    QCOMPARE(runManifest({u"-p1"_s, u"--base"_s, client, folder}).exitCode, 1);
+    QCOMPARE(update(client, name),
+             u"Nao foi possivel gravar %1/%2"_s.arg(client, QString::fromLatin1(path)));
+    QCOMPARE(filesIn(client), QByteArrayList{theirs});
 }
 
 void TestPublish::theLauncherWouldStoreARefusedColonElsewhere()

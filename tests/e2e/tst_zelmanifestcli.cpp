@@ -60,6 +60,8 @@ private slots:
     void onlyFilesThatPlayersNeedAreListed_data();
     void onlyFilesThatPlayersNeedAreListed();
     void aPathInAnotherLetterCaseIsRefusedOrFixed();
+    void aFileInThePlaceOfAFolderIsRefused_data();
+    void aFileInThePlaceOfAFolderIsRefused();
     void ofManyMissingFilesTheFirstAreNamed();
     void patternsAreReadFromFiles();
     void theManifestIsDownloadedToo();
@@ -489,6 +491,36 @@ void TestZelManifestCli::aPathInAnotherLetterCaseIsRefusedOrFixed()
     QCOMPARE(linesOf(outcome), QStringList{twin});
     QCOMPARE(outcome.exitCode, 1);
     QVERIFY(!QFile::exists(at(u"none.json"_s)));
+}
+
+void TestZelManifestCli::aFileInThePlaceOfAFolderIsRefused_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::newRow("usually") << u"-q"_s;
+    QTest::newRow("with --fix-case") << u"--fix-case"_s;
+}
+
+void TestZelManifestCli::aFileInThePlaceOfAFolderIsRefused()
+{
+    QFETCH(const QString, option);
+    for (const QString &name :
+         {u"client/Data/x"_s, u"client/file"_s, u"1/released"_s, u"new/data"_s, u"new/file/a"_s,
+          u"new/file/b"_s, u"new/released/a"_s}) {
+        Disk::write(at(name), "1");
+    }
+    Disk::write(at(u"out.json"_s), old);
+    QCOMPARE(manifest(u"-p1 -o 1.json 1"_s).exitCode, 0);
+    const Outcome outcome =
+        manifest(option + u" -p2 -o out.json --base client --since 1.json new"_s);
+    const QString byFolder =
+        u"error: \"%1\": players have a file \"%2\", which the launcher cannot replace by a folder"_s;
+    QCOMPARE(linesOf(outcome),
+             QStringList({u"error: \"data\": players have a folder \"Data\", which the launcher "
+                          "cannot replace by a file"_s,
+                          byFolder.arg(u"file/a"_s, u"file"_s),
+                          byFolder.arg(u"released/a"_s, u"released"_s)}));
+    QCOMPARE(outcome.exitCode, 1);
+    QCOMPARE(Disk::read(at(u"out.json"_s)), old);
 }
 
 void TestZelManifestCli::ofManyMissingFilesTheFirstAreNamed()

@@ -29,6 +29,8 @@ private slots:
     void aFileThatCannotBeReadIsNamed();
     void spellingsAreThoseOfThePlayers_data();
     void spellingsAreThoseOfThePlayers();
+    void whatTheLauncherCannotReplaceIsFound_data();
+    void whatTheLauncherCannotReplaceIsFound();
     void pathsAreInTheOrderOfTheirBytes();
     void anInvalidManifestIsRejected_data();
     void anInvalidManifestIsRejected();
@@ -183,6 +185,48 @@ void TestPatchBase::spellingsAreThoseOfThePlayers()
         writeManifest(u"1.json"_s, {{"DATA/Only", ""}, {"DATA/sub/x", ""}, {"RELEASE/a", ""}}),
         &error));
     QCOMPARE(base.spelling(path), spelling);
+}
+
+void TestPatchBase::whatTheLauncherCannotReplaceIsFound_data()
+{
+    QTest::addColumn<QByteArray>("path");
+    QTest::addColumn<QByteArray>("obstacle");
+    const auto row = [](const char *name, const QByteArray &path, const QByteArray &obstacle) {
+        QTest::newRow(name) << path << obstacle;
+    };
+    row("the base's file", "File/x", "File");
+    row("the base's file, deeper", "File/d/x", "File");
+    row("the base's file in another letter case", "FILE/x", "File");
+    row("the base's folder", "Data", "Data");
+    row("the base's folder in another letter case", "DATA", "Data");
+    row("a release's file", "new/x", "new");
+    row("a release's folder", "D/Sub", "d/sub");
+    row("a release's folder in the base's", "data/e", "Data/e");
+    row("a new file in a release's folder", "d/sub/y", "");
+    row("names that begin alike", "File2/x", "");
+    row("two spellings: the file", "two/c", "two");
+    row("two spellings: the folder", "TWO/c", "");
+    // The release listed "file/x" and "data", which no player of the base could store.
+    row("the base's file itself", "File", "");
+    row("a new file in the base's folder", "Data/x", "");
+}
+
+void TestPatchBase::whatTheLauncherCannotReplaceIsFound()
+{
+    QFETCH(const QByteArray, path);
+    QFETCH(const QByteArray, obstacle);
+    Base base;
+    QString error;
+    QVERIFY(base.setManifest(
+        writeManifest(u"base.json"_s,
+                      {{"Data/Map.pak", ""}, {"File", ""}, {"TWO/b", ""}, {"two", ""}}),
+        &error));
+    QVERIFY(base.addRelease(
+        writeManifest(
+            u"1.json"_s,
+            {{"DATA/e/x", ""}, {"d/sub/x", ""}, {"data", ""}, {"file/x", ""}, {"new", ""}}),
+        &error));
+    QCOMPARE(base.obstacle(base.spelling(path)), obstacle);
 }
 
 void TestPatchBase::pathsAreInTheOrderOfTheirBytes()

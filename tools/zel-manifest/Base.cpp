@@ -35,6 +35,7 @@ PatchFolderScan Base::setFolder(const QString &folder)
     PatchFolderScan scan = PatchFolder::scan(folder, QString());
     for (const QByteArray &path : std::as_const(scan.files)) {
         files.insert(path, {});
+        ofBase.add(path);
         addSpelling(path);
     }
     return scan;
@@ -49,6 +50,7 @@ bool Base::setManifest(const QString &file, QString *error)
     for (const ManifestEntry &entry : std::as_const(manifest.files)) {
         const QByteArray path = entry.path.toUtf8();
         files.insert(path, {entry.size, entry.sha256.toLower().toLatin1()});
+        ofBase.add(path);
         addSpelling(path);
     }
     return true;
@@ -63,9 +65,30 @@ bool Base::addRelease(const QString &file, QString *error)
     for (const ManifestEntry &entry : std::as_const(manifest.files)) {
         const QByteArray path = entry.path.toUtf8();
         released.insert(path);
-        addSpelling(spelling(path));
+        const QByteArray stored = spelling(path);
+        if (ofBase.obstacle(stored).isEmpty()) {
+            ofReleases.add(stored);
+        }
+        addSpelling(stored);
     }
     return true;
+}
+
+void Base::Tree::add(const QByteArray &path)
+{
+    for (const QByteArray &part : pathsTo(path)) {
+        (part.size() < path.size() ? folders : files).insert(part);
+    }
+}
+
+QByteArray Base::Tree::obstacle(const QByteArray &path) const
+{
+    for (const QByteArray &part : pathsTo(path)) {
+        if ((part.size() < path.size() ? files : folders).contains(part)) {
+            return part;
+        }
+    }
+    return {};
 }
 
 void Base::addSpelling(const QByteArray &path)
@@ -90,6 +113,12 @@ QByteArray Base::spelling(const QByteArray &path) const
         }
     }
     return result;
+}
+
+QByteArray Base::obstacle(const QByteArray &path) const
+{
+    const QByteArray inBase = ofBase.obstacle(path);
+    return inBase.isEmpty() ? ofReleases.obstacle(path) : inBase;
 }
 
 QByteArrayList Base::paths() const

@@ -35,6 +35,11 @@ public:
     /// unchanged.
     QByteArray spelling(const QByteArray &path) const;
 
+    /// What some players have in the place of the file @p path, which is in the letter case of
+    /// spelling(), and the launcher cannot replace: a folder @p path, or a file where @p path needs
+    /// a folder. Empty if there is nothing.
+    QByteArray obstacle(const QByteArray &path) const;
+
     /// The paths in the base, in bytewise order.
     QByteArrayList paths() const;
     /// The paths that a release listed, in bytewise order.
@@ -48,11 +53,22 @@ public:
                    QSet<QByteArray> *equal, QStringList *errors, const Progress &progress = {});
 
 private:
+    /// Files and the folders that they are in.
+    struct Tree {
+        QSet<QByteArray> files;
+        QSet<QByteArray> folders;
+
+        void add(const QByteArray &path);
+        QByteArray obstacle(const QByteArray &path) const;
+    };
+
     void addSpelling(const QByteArray &path);
 
     QByteArray root;                     // folder of the base; empty when it is a manifest
     QHash<QByteArray, FileDigest> files; // of the base; without digests until they are read
     QSet<QByteArray> released;
+    Tree ofBase;
+    Tree ofReleases; // without what the base made impossible; in the letter case of spelling()
     QSet<QByteArray> spellings;        // of files and folders
     QHash<QString, QByteArray> folded; // first spelling by case-folded path
 };

@@ -169,14 +169,15 @@ bool Publishing::reportAbsent(const QByteArrayList &absent)
 }
 
 /// Finds the paths at which the launcher will store the files @p places: those in the letter case
-/// that players have. Shows an error for each difference and returns false, unless --fix-case is
-/// given.
+/// that players have. Shows an error for each difference, unless --fix-case is given, and for
+/// everything that the launcher cannot replace. Returns false after an error.
 bool Publishing::choosePaths(const QByteArrayList &places)
 {
     QSet<QByteArray> shown;
+    QSet<QByteArray> obstacles;
     for (const QByteArray &place : places) {
         files.append({base.spelling(place), place});
-        if (files.constLast().path == place) {
+        if (reportObstacle(files.constLast(), &obstacles) || files.constLast().path == place) {
             continue;
         }
         const QByteArrayList own = pathsTo(place);
@@ -200,7 +201,28 @@ bool Publishing::choosePaths(const QByteArrayList &places)
     }
     std::sort(files.begin(), files.end(),
               [](const PatchFile &a, const PatchFile &b) { return a.path < b.path; });
-    return options.fixCase || shown.isEmpty();
+    return obstacles.isEmpty() && (options.fixCase || shown.isEmpty());
+}
+
+/// Shows an error and returns true when players have something that the launcher cannot replace by
+/// @p file. Shows each of these @p obstacles once.
+bool Publishing::reportObstacle(const PatchFile &file, QSet<QByteArray> *obstacles)
+{
+    const QByteArray obstacle = base.obstacle(file.path);
+    if (obstacle.isEmpty()) {
+        return false;
+    }
+    if (!obstacles->contains(obstacle)) {
+        obstacles->insert(obstacle);
+        const QString text =
+            obstacle == file.path
+                ? QStringLiteral("%1: players have a folder %2, which the launcher cannot replace "
+                                 "by a file")
+                : QStringLiteral("%1: players have a file %2, which the launcher cannot replace "
+                                 "by a folder");
+        console->error(text.arg(quoted(file.place), quoted(obstacle)));
+    }
+    return true;
 }
 
 /// Warns of files that players have and the folder does not.

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QByteArrayList>
 #include <QList>
+#include <QSet>
 #include <QStringList>
 
 #include "zel-manifest/Base.h"
@@ -32,6 +33,7 @@ private:
     ExitCode report(const PatchFolderScan &scan);
     bool reportAbsent(const QByteArrayList &absent);
     bool choosePaths(const QByteArrayList &places);
+    bool reportObstacle(const PatchFile &file, QSet<QByteArray> *obstacles);
     void reportMissing();
     void warnOfMissing(const QByteArrayList &paths, const QString &what, const QString &advice);
     bool listFiles(qint64 totalSize);
