@@ -66,6 +66,7 @@ private slots:
     void patternsAreReadFromFiles();
     void theManifestIsDownloadedToo();
     void aLargeFileIsWarnedOf();
+    void aListedFileOfThePlayersSettingsIsWarnedOf();
 
 private:
     Outcome manifest(const QString &arguments, const QMap<QString, QString> &variables = {}) const
@@ -577,6 +578,17 @@ void TestZelManifestCli::aLargeFileIsWarnedOf()
     QCOMPARE(linesOf(manifest(u"-q -p1 --base client -x a* patch"_s)).size(), 1);
     makeLongFile(qint64(256) << 20);
     QCOMPARE(linesOf(manifest(u"-q -p1 patch"_s)), QStringList());
+}
+
+void TestZelManifestCli::aListedFileOfThePlayersSettingsIsWarnedOf()
+{
+    Disk::write(at(u"patch/sn.bin"_s), "1");
+    Disk::write(at(u"client/sn.bin"_s), "1");
+    QCOMPARE(linesOf(manifest(u"-q -p1 --base client patch"_s)), QStringList());
+    Disk::write(at(u"client/sn.bin"_s), "2");
+    QCOMPARE(linesOf(manifest(u"-q -p1 --base client patch"_s)),
+             QStringList{u"warning: \"sn.bin\": the launcher writes this file from the player's "
+                         "settings; the patch will replace it at every start"_s});
 }
 
 ZEL_TEST_MAIN(TestZelManifestCli)

@@ -132,6 +132,7 @@ private slots:
     void aFolderThatCannotBeReadIsAFailure();
     void excludesApplyToNamesOrPaths_data();
     void excludesApplyToNamesOrPaths();
+    void filesOfThePlayersSettingsAreKnown();
 };
 
 void TestPatchFolder::aFolderIsJudged_data()
@@ -261,16 +262,6 @@ void TestPatchFolder::namesAreJudged_data()
     oneToWindows("a folder and a file", {"DATA", "data/1"}, "data", "DATA");
     row("more than letter case", {"STRASSE", "e\u0301", "straße", "x/A", "y/a", "é"},
         {"file STRASSE", "file e\u0301", "file straße", "file x/A", "file y/a", "file é"});
-
-    const QByteArray own =
-        "\": the launcher writes this file from the player's settings; the patch "
-        "will replace it at every start";
-    for (const QByteArray &file :
-         {"Config.bin"_ba, "SN.BIN"_ba, "server.txt"_ba, "serverlist.txt"_ba, "zel_login.ini"_ba}) {
-        row(file, {file}, {"file " + file, "warning \"" + file + own});
-        allowed(file + " in a subfolder", "sub/" + file);
-        allowed(file + " as a folder", file + "/a");
-    }
 }
 
 void TestPatchFolder::namesForWindowsAreJudged_data()
@@ -375,6 +366,16 @@ void TestPatchFolder::excludesApplyToNamesOrPaths()
     const Folder folder({"a.tmp", "b", "d/a.tmp", "d/e/a.tmp", "d/e/b"});
     QVERIFY(ExcludePattern(pattern).isValid());
     QCOMPARE(folder.scan({pattern}).files, left);
+}
+
+void TestPatchFolder::filesOfThePlayersSettingsAreKnown()
+{
+    for (const QString &file :
+         {u"Config.bin"_s, u"SN.BIN"_s, u"server.txt"_s, u"serverlist.txt"_s, u"zel_login.ini"_s}) {
+        QVERIFY(PatchFolder::isPlayersOwn(file));
+        QVERIFY(!PatchFolder::isPlayersOwn(u"sub/"_s + file));
+        QVERIFY(!PatchFolder::isPlayersOwn(file + u"/a"_s));
+    }
 }
 
 ZEL_TEST_MAIN(TestPatchFolder)

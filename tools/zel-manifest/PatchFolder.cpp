@@ -228,10 +228,6 @@ private:
         if (const std::optional<QString> objection = windowsObjection(*text)) {
             warn(path, *objection);
         }
-        if (isFile && PatchFolder::isPlayersOwn(QString::fromUtf8(path))) {
-            warn(path, QStringLiteral("the launcher writes this file from the player's settings; "
-                                      "the patch will replace it at every start"));
-        }
         if (isFile && QString::fromUtf8(path).size() > longestWindowsPath) {
             warn(path, QStringLiteral("the path has more than %1 characters; most Windows "
                                       "programs cannot open it")

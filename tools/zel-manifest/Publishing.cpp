@@ -303,6 +303,12 @@ bool Publishing::listFiles(qint64 totalSize)
         manifest.files.append({textOf(file.path).value_or(QString()),
                                options.urlPrefix + Manifest::urlOf(file.place), digest.size,
                                QString::fromLatin1(digest.sha256)});
+        if (PatchFolder::isPlayersOwn(QString::fromUtf8(file.path))) {
+            console->warning(
+                quoted(file.path) +
+                QStringLiteral(": the launcher writes this file from the player's settings; the "
+                               "patch will replace it at every start"));
+        }
         if (digest.size > options.warnSize * mebibyte) {
             console->warning(QStringLiteral("%1: has %2; the launcher holds a whole file in memory")
                                  .arg(quoted(file.path), sizeText(digest.size)));
