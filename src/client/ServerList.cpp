@@ -73,8 +73,9 @@ bool ServerList::load(const QString &path, QList<ServerEntry> *entries, QString 
     if (!Files::open(file, QIODevice::ReadOnly | QIODevice::Text)) {
         return Files::fail(error, QStringLiteral("Nao foi possivel abrir %1").arg(path));
     }
-    while (!file.atEnd()) {
-        const auto entry = parseLine(QString::fromUtf8(file.readLine()));
+    // Not until atEnd(): that is never true when reading fails.
+    for (QByteArray line = file.readLine(); !line.isEmpty(); line = file.readLine()) {
+        const auto entry = parseLine(QString::fromUtf8(line));
         if (entry && !entry->ip.isEmpty()) {
             entries->append(*entry);
         }

@@ -43,6 +43,7 @@ private slots:
     void linesAreReadAsRows_data();
     void linesAreReadAsRows();
     void aFileWithoutContentLoadsAsAnEmptyList();
+    void aFileThatEndsBeforeItsSizeIsReadToItsEnd();
     void loadingAFolderOrIntoNullFails();
 
     void thePrimaryServerIsFound_data();
@@ -138,6 +139,12 @@ void TestServerList::aFileWithoutContentLoadsAsAnEmptyList()
     QCOMPARE(Disk::names(folder()), QStringList());
 }
 
+void TestServerList::aFileThatEndsBeforeItsSizeIsReadToItsEnd()
+{
+    QList<ServerEntry> entries;
+    QVERIFY(ServerList::load(u"/sys/devices/system/cpu/online"_s, &entries));
+}
+
 void TestServerList::loadingAFolderOrIntoNullFails()
 {
     QList<ServerEntry> entries = {{5, 5, u"old"_s, {}}};
@@ -177,7 +184,6 @@ void TestServerList::thePrimaryServerIsFound_data()
     row("the order of the channels does not matter", "1 5 a\n1 0 a\n1 2 a\n", u"a"_s, 5);
     row("negative channels do not count", "1 0 a\n1 -4 b\n", u"a"_s, 1);
     row("no limit here", "1 0 a\n1 25 a\n", u"a"_s, 25);
-    row("channel 0 announced alone counts as one", "0 0 a\n", u"a"_s, 1);
     row("after a negative main line, the channel lines decide", "-1 0 a\n2 1 b\n2 3 b\n", u"b"_s,
         3);
     row("after a negative main line, the next group with a channel line is used",
