@@ -39,19 +39,19 @@ private:
     QMap<QString, QString> variables;
 };
 
-/// main() of a test class without windows. A child process has the environment of the test that
-/// starts it, and prints the result of @p childAnswer for its arguments.
-template<typename TestClass>
+/// main() of a test class. A child process has the environment of the test that starts it, and
+/// prints the result of @p childAnswer for its arguments.
+template<typename TestClass, typename Application = QCoreApplication>
 int runTestWithChildren(int argc, char *argv[], QByteArray (*childAnswer)(const QStringList &))
 {
     if (argc > 2 && QByteArrayView(argv[1]) == "--child") {
-        const QCoreApplication app(argc, argv);
+        const Application app(argc, argv);
         TestEnvironment::nameApplication();
         const QByteArray answer = childAnswer(QCoreApplication::arguments().sliced(2));
         return std::fputs(answer.constData(), stdout) < 0 ? 1 : 0;
     }
     const TestEnvironment environment;
-    const QCoreApplication app(argc, argv);
+    const Application app(argc, argv);
     TestEnvironment::nameApplication();
     TestClass test;
     return QTest::qExec(&test, argc, argv);
