@@ -27,6 +27,7 @@ namespace
 
 /// The application's state when its first window was created.
 struct Look {
+    QStringList arguments;
     QString applicationName;
     QString organizationName;
     QString styleSheet;
@@ -44,7 +45,8 @@ public:
     {
         if (watched->inherits("MainWindow")) {
             if (!first) {
-                first = {QCoreApplication::applicationName(),
+                first = {QCoreApplication::arguments(),
+                         QCoreApplication::applicationName(),
                          QCoreApplication::organizationName(),
                          qApp->styleSheet(),
                          QApplication::palette(),
@@ -133,6 +135,7 @@ void TestEntryPoint::theApplicationIsSetUpBeforeItsWindowExists()
     QCOMPARE(watcher.shown, 1);
     QVERIFY(watcher.first.has_value());
     const Look &look = *watcher.first;
+    QCOMPARE(look.arguments, QStringList{u"renamed"_s});
     QCOMPARE(look.applicationName, u"zel_launcher"_s);
     QCOMPARE(look.organizationName, u"Orvandale"_s);
     QCOMPARE(look.styleSheet, ZelTheme::globalStyleSheet(mode));

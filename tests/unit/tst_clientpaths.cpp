@@ -71,7 +71,7 @@ void TestClientPaths::thePictureOfTheClientComesBeforeTheLaunchersOwn()
     QVERIFY(!QFile::exists(own));
 
     Disk::write(at(u"client/Launcher.bmp"_s), "BM");
-    Disk::write(at(u"Launcher.bmp"_s), "BM");
+    Disk::makeFolder(at(u"Launcher.bmp"_s)); // a folder exists, too
     const Disk::WorkingFolder working(folder());
     // The path is neither made absolute nor cleaned; no client folder means the working directory.
     for (const QString &clientDir :
@@ -221,6 +221,7 @@ void TestClientPaths::theWineOfTheMachineIsFound_data()
     row("plain wine comes first here, deliberately", {inWork, inPath, wine64, wine},
         u"/usr/bin/wine"_s);
     row("wine64 comes next", {inWork, inPath, wine64}, u"/usr/bin/wine64"_s);
+    row("a folder exists, too", {inPath, u"usr-bin/wine/file"_s}, u"/usr/bin/wine"_s);
     row("one in the working directory comes before PATH", {inWork, inPath}, u"wine"_s);
     row("one on PATH", {inPath}, u"%1/path/wine"_s);
     row("another letter case", {u"usr-bin/Wine"_s, u"path/WINE"_s}, u"wine"_s);
