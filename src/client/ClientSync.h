@@ -26,8 +26,8 @@ public:
                                 QString *error = nullptr);
 
     /// Makes the client in @p clientDir connect to @p profile: writes "serverlist.txt", "sn.bin"
-    /// (unless it has that name already), "server.txt" and the "server_ip=" lines of an existing
-    /// "zel_login.ini", and removes "ZEL_patched.exe".
+    /// (unless it is valid and has the profile's name in any letter case), "server.txt" and the
+    /// "server_ip=" lines of an existing "zel_login.ini", and removes "ZEL_patched.exe".
     ///
     /// Returns false and sets @p error (which may be null) at the first failure. Files written
     /// before it stay written, the later ones are untouched. Failures on "zel_login.ini" and

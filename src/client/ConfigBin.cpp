@@ -15,7 +15,7 @@ namespace
 constexpr qsizetype wordCount = 15;
 constexpr qsizetype fileSize = wordCount * qsizetype(sizeof(qint16));
 
-/// Index of each word. The launcher only preserves word 5.
+/// Index of each word. Word 5 has no field: it is kept, but -1 is written for 0.
 enum Word : qsizetype {
     HeaderValue = 0,
     Resolution = 1,

@@ -21,8 +21,8 @@ struct ClientConfig {
     bool dxtTextures = true;     ///< Word 12, inverted in the file.
     qint16 keyLayout = 0;        ///< Word 13; 0 the game's keys, 1 the alternative ones.
     qint16 cameraView = 1;       ///< Word 14; 0..3.
-    /// The file's 15 words as last read; empty in a record that was never loaded. save() takes
-    /// the words that have no field of their own from here.
+    /// The 15 words as last loaded; empty in a record that was never loaded. save() takes the
+    /// words that have no field of their own from here.
     QList<short> raw;
 };
 

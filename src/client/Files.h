@@ -8,8 +8,8 @@
 namespace Files
 {
 
-/// Opens @p file. Returns false when that fails, as it does for a folder, or when the path contains
-/// a null character: QFile would open the part before it.
+/// Opens @p file. Returns false for a folder, for a path that contains a null character (QFile
+/// would open the part before it), and when opening fails.
 bool open(QFile &file, QIODevice::OpenMode mode);
 
 /// Replaces the content of the file at @p path by @p bytes; a missing file is created.

@@ -19,7 +19,7 @@ public:
     /// Returns false, with @p name untouched, when it is null or the file cannot be opened.
     static bool loadDisplayName(const QString &path, QString *name);
 
-    /// The display name of a server without one: "Orvandale".
+    /// The display name where none is given: "Orvandale".
     static QString defaultName();
 
     /// @p name in the form that is written: trimmed, on one line, truncated to 15 UTF-16 code

@@ -121,7 +121,7 @@ void PatchManager::cancel()
 {
     cancelled = true;
     if (currentReply != nullptr) {
-        // Clear after abort(): it runs the handler, which compares the reply.
+        // Clear after abort(), which runs the handler: it ignores any reply but currentReply.
         currentReply->abort();
         currentReply = nullptr;
     }

@@ -23,7 +23,7 @@ struct PatchFileEntry {
 /// object aborts a run without a signal.
 ///
 /// Precondition: slots of statusChanged() and progressChanged() neither start nor cancel a run. A
-/// slot of finished() may start the next one, unless cancel() or checkAndUpdate() ended this one.
+/// slot of finished() may start the next run, unless cancel() or checkAndUpdate() ended the last.
 class PatchManager : public QObject
 {
     Q_OBJECT

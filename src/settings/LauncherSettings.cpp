@@ -150,7 +150,7 @@ QString LauncherSettings::resolvedWine() const
     if (QFileInfo::exists(winePath)) {
         return winePath;
     }
-    // "wine" before "wine64": it can start 32-bit clients, too.
+    // "wine" before "wine64": only "wine" can start 32-bit clients.
     for (const QString &candidate : {QStringLiteral("/usr/bin/wine"),
                                      QStringLiteral("/usr/bin/wine64"), QStringLiteral("wine")}) {
         if (QFileInfo::exists(candidate)) {

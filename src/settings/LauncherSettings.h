@@ -50,8 +50,8 @@ public:
     /// own folder, where it may not exist.
     QString launcherBmpPath() const;
     /// Absolute path of the client executable to start: clientExe as given, in the client
-    /// folder, or under one of the client's other known names. Without any of them the path of
-    /// clientExe in the client folder, which does not exist.
+    /// folder, or under one of the client's other known names. If none of them exists, the path
+    /// that clientExe would have in the client folder.
     QString baseClientExePath() const;
     /// The executable that a launch starts: baseClientExePath().
     QString resolvedClientExe() const;

@@ -17,7 +17,7 @@ bool SettingsStore::hasRoom() const
 {
     // QSettings does not check its writes: on a full disk it would replace the file by a truncated
     // one.
-    constexpr qint64 roomForChanges = 65536; // bytes; a whole file takes about one thousand
+    constexpr qint64 roomForChanges = 65536; // bytes; a whole file has about 1000
     const QFileInfo file(fileName());
     QTemporaryFile probe(file.exists() ? file.canonicalFilePath() : fileName());
     const QByteArray content(file.size() + roomForChanges, ' ');

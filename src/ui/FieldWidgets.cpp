@@ -87,13 +87,13 @@ void filterWheel(QWidget *field)
     field->setFocusPolicy(Qt::StrongFocus); // not focused by the wheel
 }
 
-/// Creates the label of a row. It is as tall as the row, which aligns its text with @p buddy's.
+/// Creates the label of a row. It is as tall as the row, so that its text is level with @p buddy's.
 QLabel *createRowLabel(const QFormLayout *form, const QString &text, QWidget *buddy)
 {
     auto *label = new QLabel(text, form->parentWidget());
     label->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
     label->setBuddy(buddy);
-    label->stackUnder(buddy); // a screen reader reads them in this order
+    label->stackUnder(buddy); // a screen reader reads the label first
     return label;
 }
 

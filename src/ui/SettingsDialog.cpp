@@ -139,7 +139,7 @@ void SettingsDialog::setupUi()
     connect(buttons, &QDialogButtonBox::accepted, this, &SettingsDialog::onAccept);
     connect(buttons, &QDialogButtonBox::rejected, this, &SettingsDialog::reject);
     layout->addWidget(buttons);
-    buttons->button(QDialogButtonBox::Ok)->setDefault(true); // not the first "..."
+    buttons->button(QDialogButtonBox::Ok)->setDefault(true); // otherwise the first "..." is
 }
 
 void SettingsDialog::fillClientGroup(QFormLayout *form)
@@ -277,8 +277,8 @@ void SettingsDialog::fillPatchGroup(QFormLayout *form)
 }
 
 /// Restores the indicators of check boxes, spin boxes and combo boxes, which the global style sheet
-/// hides, and sets a clear button that is visible in both modes. A program built without the images
-/// keeps the style's own.
+/// hides, and sets a clear button that is visible in both modes. Does nothing in a program that was
+/// built without the images.
 void SettingsDialog::applyIndicatorStyle()
 {
     if (!QFile::exists(QStringLiteral(":/indicators/check.png"))) {

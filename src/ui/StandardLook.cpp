@@ -90,7 +90,7 @@ bool StandardLook::eventFilter(QObject *watched, QEvent *event)
     switch (event->type()) {
     case QEvent::ApplicationFontChange:
     case QEvent::ApplicationPaletteChange:
-        if (watched != qApp) { // windows receive the events of restore() after its end
+        if (watched != qApp) { // a window gets the events of restore() after it
             break;
         }
         [[fallthrough]];
@@ -119,6 +119,6 @@ void StandardLook::restore()
     setIconTheme(mode);
     // Without this, widgets keep the fonts that the style sheet derived from the desktop's font.
     qApp->setStyleSheet(qApp->styleSheet());
-    // It repeats, and the font and palette events of the calls above start it, too.
+    // The timer repeats, and the events of the calls above have started it again.
     restoreTimer.stop();
 }

@@ -130,7 +130,7 @@ QList<WineInstallation> WineDiscovery::discover()
         }
     }
 
-    // The user's profile may print other lines; they name no file.
+    // The user's profile may print other lines; a line that names no file is skipped.
     const QStringList lines = loginShellOutput().split(u'\n', Qt::SkipEmptyParts);
     for (const QString &line : lines) {
         appendFromPath(list, seen, line.trimmed(), QString());

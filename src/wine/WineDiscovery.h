@@ -17,8 +17,8 @@ public:
     /// runners and on the PATH of the user's login shell, in this order. Each file is listed
     /// once, with the label of the first place where it was found.
     ///
-    /// Blocks up to 2000 ms for the login shell, which is then killed. Nothing is reported:
-    /// places that are missing or unreadable are skipped.
+    /// Waits up to 2000 ms for the login shell and kills it if it has not ended. Nothing is
+    /// reported: places that are missing or unreadable are skipped.
     static QList<WineInstallation> discover();
 
     /// Index of the first of @p installations that is the same file as @p path, symbolic links

@@ -35,7 +35,7 @@ MessageBoxAnswerer::Box warning(LauncherWindow &launcher, const QString &text)
     return messageBox(&launcher.window, QMessageBox::Warning, u"ZEL Launcher"_s, text);
 }
 
-/// Columns "content" and "isExecutable" of files that cannot be executed; no content: a folder.
+/// Programs that cannot be executed. A row with null content stands for a folder.
 void addUnusablePrograms()
 {
     QTest::addColumn<QByteArray>("content");

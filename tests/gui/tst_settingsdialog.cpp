@@ -797,7 +797,7 @@ void TestSettingsDialog::withoutTheImagesTheStyleSheetIsEmpty()
     dialog->grab();
     QVERIFY(fields->ok->isVisible());
 
-    application().setStyleSheet(QString()); // it would set the attribute, too
+    application().setStyleSheet(QString()); // its style sheet would set the attribute, too
     open();
     QVERIFY(dialog->testAttribute(Qt::WA_StyledBackground));
 }

@@ -104,8 +104,8 @@ QByteArray configBin(char resolution)
     return bytes;
 }
 
-/// Saves onto a disk with few free pages, once for each number of them. Returns the outcomes: the
-/// settings file, and other files left in its folder.
+/// Saves onto a nearly full disk, once for each small number of free pages. Returns the outcomes:
+/// the settings file, and other files left in its folder.
 QJsonArray saveOnFullDisk(const QString &disk)
 {
     constexpr int pageSize = 4096;

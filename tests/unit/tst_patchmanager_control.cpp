@@ -154,7 +154,7 @@ void TestPatchManagerControl::filesStoredBeforeCancelStay()
 
 void TestPatchManagerControl::cancelBetweenRequestsEndsTheRunAtItsNextStep_data()
 {
-    // The precondition forbids these calls; they show the only places that check the flag.
+    // These calls violate the precondition. They show which places check the flag.
     QTest::addColumn<int>("line");
     QTest::addColumn<int>("linesBeforeTheEnd");
     QTest::addColumn<int>("requests");
@@ -212,8 +212,8 @@ void TestPatchManagerControl::aSecondCheckAbortsTheRequestInFlight()
 
 void TestPatchManagerControl::theNextRequestAbortsOneThatIsInFlight()
 {
-    // A run started inside the status of a file, against the precondition: the request for that
-    // file aborts its manifest.
+    // A run started inside a status of a file, against the precondition: the request for that
+    // file aborts the new run's request for the manifest.
     publishWhole(files);
     log->onLine = [this](const QString &line) {
         if (line == u"status Baixando a (1/2)"_s) {
