@@ -59,7 +59,7 @@ void TestCommandLine::theHelpIsComplete()
         for (const QString &value : {u"60"_s, u"256"_s, u"manifest.json"_s}) {
             QVERIFY(options.text.simplified().contains(u"(default: %1)"_s.arg(value)));
         }
-        QVERIFY(options.text.contains(u"stores the empty one."_s));
+        QVERIFY(options.text.contains(u"keeps the installed version."_s));
         for (const char code : {'0', '1', '2', '3', '4', '5'}) {
             QVERIFY(options.text.contains(u"\n  %1  "_s.arg(QLatin1Char(code))));
         }

@@ -19,21 +19,20 @@ lists all files in it, to be published by a web server together with them.
 With --base-url, checks a published patch instead: fetches its manifest and all
 files listed there as the launcher would, and compares their sizes and SHA-256
 digests. If FOLDER is given, the published manifest must be the one in it.
-Warns of what else is wrong with the server's answers. Writes nothing.)";
+Warns of other faults in the server's answers. Writes nothing.)";
 
 const char *const epilogue = R"(
 What the launcher does with the version:
-  A manifest that lists files makes every run of the launcher download all of
-  them, whatever the versions; after the last one it stores the version as the
-  installed one. A manifest without files makes it store only the version.
-  With an empty version (--allow-empty-version) the launcher keeps the installed
-  version that it has after a download, but with no files in the manifest it
-  stores the empty one.
+  The launcher downloads all listed files at every start, whatever the version,
+  and then stores the version as the installed one. If no file is listed, it
+  only stores the version.
+  An empty version (--allow-empty-version) is stored only if no file is listed;
+  otherwise the launcher keeps the installed version.
 
 What a base leaves out:
-  With --base or --base-manifest, files that the base has are not listed. Name
-  the manifests of all releases since then with --since: players of such a
-  release may have another file where the new one equals the base again.
+  With --base or --base-manifest, files that are equal in the base are not
+  listed. Give the manifests of all releases since then with --since: a file
+  that changed and now equals the base again must be listed for their players.
 
 Exit codes:
   0  the manifest is written; or, with --base-url, the published patch is right
@@ -43,7 +42,7 @@ Exit codes:
   4  with --base-url: a published file, the manifest or its signature is wrong,
      or with --strict an answer has a fault
   5  with --base-url: no manifest could be fetched, or with --key no signature
-With any code but 0 an older manifest is left unchanged.
+With any other code than 0, an older manifest is unchanged.
 )";
 
 } // namespace

@@ -78,43 +78,45 @@ private:
                                    QStringLiteral("Show warnings and errors only.")};
     const QCommandLineOption patchVersion{
         {QStringLiteral("p"), QStringLiteral("patch-version")},
-        QStringLiteral("Version of the patch, any text but an empty one. Required."),
+        QStringLiteral("Version of the patch, any text that is not empty. Required."),
         QStringLiteral("TEXT")};
     const QCommandLineOption allowEmptyVersion{
         QStringLiteral("allow-empty-version"),
-        QStringLiteral("Let the version be empty or left out; see below.")};
+        QStringLiteral("Allow an empty or missing version; see below.")};
     const QCommandLineOption exclude{
         {QStringLiteral("x"), QStringLiteral("exclude")},
-        QStringLiteral("Do not list the files and folders that match GLOB (*, ?, [...]): with a "
-                       "\"/\" in it by their path in FOLDER, otherwise by their name; with one at "
-                       "its end folders only. Can be given many times."),
+        QStringLiteral("Do not list files and folders that match GLOB (*, ?, [...]). A GLOB that "
+                       "contains \"/\" is compared with the path in FOLDER, any other one with "
+                       "the name. A GLOB that ends with \"/\" matches only folders. May be "
+                       "repeated."),
         QStringLiteral("GLOB")};
     const QCommandLineOption excludeFrom{
         QStringLiteral("exclude-from"),
-        QStringLiteral("Read patterns for --exclude from FILE, one a line; blank lines and those "
-                       "that begin with \"#\" are skipped. Can be given many times."),
+        QStringLiteral("Read patterns for --exclude from FILE, one per line. Blank lines and lines "
+                       "that begin with \"#\" are ignored. May be repeated."),
         QStringLiteral("FILE")};
     const QCommandLineOption base{
         QStringLiteral("base"),
-        QStringLiteral("List only the files that are missing in FOLDER, the client as players "
-                       "have it, or differ from it."),
+        QStringLiteral("List only files that players need: FOLDER is the client as they have it, "
+                       "and files that are equal in it are left out."),
         QStringLiteral("FOLDER")};
     const QCommandLineOption baseManifest{
         QStringLiteral("base-manifest"),
-        QStringLiteral("The same with FILE, a manifest made from that client without --base."),
+        QStringLiteral("Like --base, with a manifest of that client. It was made without --base."),
         QStringLiteral("FILE")};
     const QCommandLineOption since{
         QStringLiteral("since"),
-        QStringLiteral("List also what MANIFEST lists, that of a release published since the "
-                       "base: players of it have other files. Can be given many times."),
+        QStringLiteral("Also list every file that MANIFEST lists. It is the manifest of a release "
+                       "that was published since the base: its players have other files than the "
+                       "base's. May be repeated."),
         QStringLiteral("MANIFEST")};
     const QCommandLineOption fixCase{
         QStringLiteral("fix-case"),
-        QStringLiteral("Publish a path that differs from one that players have only in letter "
-                       "case under theirs; without it such a path is refused.")};
+        QStringLiteral("If a path differs only in letter case from one that players have, publish "
+                       "the file under theirs. Without this option such a path is refused.")};
     const QCommandLineOption warnSize{
         QStringLiteral("warn-size"),
-        QStringLiteral("Warn of listed files of more than so many MiB (default: %1): the launcher "
+        QStringLiteral("Warn of listed files that are larger than MIB (default: %1). The launcher "
                        "holds a whole file in memory.")
             .arg(Options().warnSize),
         QStringLiteral("MIB")};
@@ -131,33 +133,33 @@ private:
         QStringLiteral("PATH")};
     const QCommandLineOption dryRun{
         {QStringLiteral("n"), QStringLiteral("dry-run")},
-        QStringLiteral("Do all but write: print the manifest on standard output.")};
+        QStringLiteral("Write no file; print the manifest on standard output.")};
     const QCommandLineOption baseUrl{
         {QStringLiteral("u"), QStringLiteral("base-url")},
-        QStringLiteral("Check the patch that is published at URL, which is the patch address that "
-                       "players enter in the launcher."),
+        QStringLiteral("Check the patch that is published at URL, the patch address that players "
+                       "enter in the launcher."),
         QStringLiteral("URL")};
     const QCommandLineOption manifestName{
         QStringLiteral("manifest-name"),
-        QStringLiteral("With --base-url: fetch the manifest under NAME, which may be one that no "
-                       "launcher asks for (default: %1).")
+        QStringLiteral(
+            "With --base-url: the name of the manifest to check (default: %1). Launchers "
+            "know only the default.")
             .arg(Options().manifestName),
         QStringLiteral("NAME")};
     const QCommandLineOption key{
         QStringLiteral("key"),
-        QStringLiteral("With --base-url: check first, with the program minisign, that the manifest "
-                       "is signed by KEY, which is a public key or a file with one. The signature "
-                       "is beside the manifest, with \".minisig\" at the end of its name."),
+        QStringLiteral("With --base-url: first check with minisign that the manifest is signed by "
+                       "KEY, a public key or a file with one. The signature's URL is the "
+                       "manifest's with \".minisig\" at the end."),
         QStringLiteral("KEY")};
     const QCommandLineOption strict{
         QStringLiteral("strict"),
-        QStringLiteral("With --base-url: let the check fail, with exit code 4, for what it else "
-                       "warns of in the server's answers.")};
+        QStringLiteral("With --base-url: treat warnings about the server's answers as errors, with "
+                       "exit code 4.")};
     const QCommandLineOption timeout{
         QStringLiteral("timeout"),
-        QStringLiteral(
-            "With --base-url: give up a transfer that receives no data for so many seconds "
-            "(default: %1).")
+        QStringLiteral("With --base-url: give up a transfer that receives no data for SECONDS "
+                       "(default: %1).")
             .arg(Options().timeout),
         QStringLiteral("SECONDS")};
 };
