@@ -3,9 +3,14 @@
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QEvent>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QIcon>
+#include <QImage>
+#include <QPainter>
+#include <QPixmap>
 #include <QPushButton>
+#include <QToolButton>
 
 #include <utility>
 
@@ -39,6 +44,35 @@ void setStandardText(QPushButton *button)
         box == nullptr ? QString() : standardButtonText(box->standardButton(button));
     if (!text.isNull()) {
         button->setText(text);
+    }
+}
+
+/// True if no pixel of @p image is lighter than a dark grey.
+bool isBlack(const QImage &image)
+{
+    constexpr int darkGrey = 63;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb pixel = image.pixel(x, y);
+            if (qAlpha(pixel) > 0 && qGray(pixel) > darkGrey) {
+                return false;
+            }
+        }
+    }
+    return !image.isNull();
+}
+
+/// Repaints a black icon in the colour of the button's text. Without an icon theme, Qt 6.10 has
+/// black arrows in its file dialog.
+void recolorBlackIcon(QToolButton *button)
+{
+    QPixmap pixmap = button->icon().pixmap(button->iconSize());
+    if (isBlack(pixmap.toImage())) {
+        QPainter painter(&pixmap);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        painter.fillRect(pixmap.rect(), button->palette().color(QPalette::ButtonText));
+        painter.end();
+        button->setIcon(pixmap);
     }
 }
 
@@ -102,6 +136,13 @@ bool StandardLook::eventFilter(QObject *watched, QEvent *event)
     case QEvent::LanguageChange:
         if (auto *button = qobject_cast<QPushButton *>(watched)) {
             setStandardText(button);
+        }
+        break;
+    case QEvent::Show:
+        if (auto *button = qobject_cast<QToolButton *>(watched);
+            button != nullptr && mode == ZelTheme::Mode::Dark &&
+            qobject_cast<QFileDialog *>(button->window()) != nullptr) {
+            recolorBlackIcon(button);
         }
         break;
     default:

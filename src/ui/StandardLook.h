@@ -12,7 +12,8 @@
 /// sets the font of ZelTheme::apply() for every widget class, the palette that matches the style
 /// sheet, and Portuguese texts on standard buttons and in Qt's own widgets; selects the dark or the
 /// light variant of the desktop's icon theme, if it has one. Restores them when the desktop changes
-/// its theme. The order of buttons is the desktop's.
+/// its theme. In dark mode, black icons of Qt's own file dialog are repainted. The order of buttons
+/// is the desktop's.
 class StandardLook : public QObject
 {
 public:

@@ -6,13 +6,16 @@
 #include "ui/MessageBox.h"
 #include "ui/SettingsDialog.h"
 #include "ui/StandardLook.h"
+#include "ui/ZelPalette.h"
 
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QFileDialog>
+#include <QPainter>
 #include <QPushButton>
 #include <QScopeGuard>
 #include <QTemporaryDir>
+#include <QToolButton>
 
 #include <private/qguiapplication_p.h>
 #include <qpa/qplatformtheme.h>
@@ -157,6 +160,8 @@ private slots:
     void standardButtonsHavePortugueseTexts_data();
     void standardButtonsHavePortugueseTexts();
     void theButtonsOfAFileDialogAreTranslated();
+    void aBlackIconOfAFileDialogIsReadable_data();
+    void aBlackIconOfAFileDialogIsReadable();
     void theIconsBelongToTheMode_data();
     void theIconsBelongToTheMode();
     void theButtonsKeepTheDesktopsOrder();
@@ -290,6 +295,41 @@ void TestStandardLook::theButtonsOfAFileDialogAreTranslated()
     const auto *box = chooser.findChild<QDialogButtonBox *>();
     QCOMPARE(box->button(QDialogButtonBox::Cancel)->text(), u"Cancelar"_s);
     QCOMPARE(box->button(QDialogButtonBox::Open)->text(), u"&Abrir"_s);
+}
+
+void TestStandardLook::aBlackIconOfAFileDialogIsReadable_data()
+{
+    QTest::addColumn<Mode>("mode");
+    QTest::addColumn<QColor>("drawn");
+    QTest::addColumn<QColor>("expected");
+    const QColor darkText = ZelPalette::forMode(Mode::Dark).color(QPalette::ButtonText);
+    QTest::newRow("black, dark mode") << Mode::Dark << QColor(Qt::black) << darkText;
+    QTest::newRow("dark grey, dark mode") << Mode::Dark << QColor(63, 63, 63) << darkText;
+    QTest::newRow("grey, dark mode") << Mode::Dark << QColor(64, 64, 64) << QColor(64, 64, 64);
+    QTest::newRow("black, light mode") << Mode::Light << QColor(Qt::black) << QColor(Qt::black);
+}
+
+void TestStandardLook::aBlackIconOfAFileDialogIsReadable()
+{
+    QFETCH(const Mode, mode);
+    QFETCH(const QColor, drawn);
+    const auto look = startUp(mode);
+    QPixmap pixmap(16, 16);
+    pixmap.fill(Qt::transparent);
+    QPainter(&pixmap).fillRect(0, 0, 8, 16, drawn);
+
+    QFileDialog chooser;
+    chooser.setOption(QFileDialog::DontUseNativeDialog);
+    auto *button = chooser.findChild<QToolButton *>(u"toParentButton"_s);
+    button->setIcon(pixmap);
+    QToolButton other;
+    other.setIcon(pixmap);
+    chooser.show();
+    other.show();
+    const QImage shown = button->icon().pixmap(16).toImage();
+    QTEST(shown.pixelColor(7, 8), "expected");
+    QCOMPARE(shown.pixelColor(8, 8).alpha(), 0);
+    QCOMPARE(other.icon().pixmap(16).toImage().pixelColor(7, 8), drawn); // no file dialog
 }
 
 void TestStandardLook::theIconsBelongToTheMode_data()
